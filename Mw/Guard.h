@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Mw/Ptr.h"
+
+namespace Mw
+{
+
+// A lifetime token: whoever holds the last Ptr to it holds a registration, and dropping it undoes the
+// registration in the destructor of the derived class.
+class OS_API Guard : public iObject
+{
+public:
+    ~Guard() override = default;
+};
+
+} // namespace Mw

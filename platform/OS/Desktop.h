@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Mw/LightweightString.h"
+#include "Mw/Ptr.h"
+
+#include <vector>
+
+// The user's surroundings: OS().desktop(). Any thread. The standard one is headless.
+class OS_API iDesktop
+{
+public:
+    enum eMessageIcon
+    {
+        eIconInformation,
+        eIconWarning,
+        eIconError
+    };
+    enum eMessageButtons
+    {
+        eButtonOK,
+        eButtonOKCancel
+    };
+
+    virtual ~iDesktop() = default;
+
+    // Where the user's data of an application lives (XDG base directories: $XDG_DATA_HOME), without a
+    // separator at the end. Not created by this call.
+    virtual LightweightString<wchar_t> getUserDataPath(const LightweightString<wchar_t>& applicationName) = 0;
+
+    // The same for the user's configuration ($XDG_CONFIG_HOME) and the machine's ($XDG_CONFIG_DIRS).
+    virtual LightweightString<wchar_t> getUserConfigPath(const LightweightString<wchar_t>& applicationName) = 0;
+    virtual LightweightString<wchar_t> getMachineConfigPath(const LightweightString<wchar_t>& applicationName) = 0;
+
+    virtual LightweightString<wchar_t> getUserName() = 0;
+
+    // Shows a message and waits for the answer: 0 for OK, 1 for cancel. The headless form writes title
+    // and text to standard error and answers 0 at once.
+    virtual int showMessageBox(const LightweightString<wchar_t>& title, const LightweightString<wchar_t>& text,
+                               eMessageIcon icon, eMessageButtons buttons) = 0;
+
+    // Shows the files in the system's file manager; false where there is none.
+    virtual bool revealFiles(const std::vector<LightweightString<wchar_t>>& paths) = 0;
+
+    // The headless clipboard is a text of the process.
+    virtual LightweightString<wchar_t> getClipboardText() = 0;
+    virtual void setClipboardText(const LightweightString<wchar_t>& text) = 0;
+};
