@@ -4,6 +4,7 @@
 #include "OS/OS.h"
 
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <new>
@@ -39,7 +40,12 @@ inline bool dropCount(int* count) noexcept
 }
 
 template <class T>
-concept HasOwnCount = requires(T& object) { { &object.refCount_ } -> std::same_as<int*>; };
+concept HasOwnCount = requires(T& object)
+{
+    {
+        &object.refCount_
+        } -> std::same_as<int*>;
+};
 
 } // namespace detail
 
@@ -47,7 +53,7 @@ concept HasOwnCount = requires(T& object) { { &object.refCount_ } -> std::same_a
 struct InternalRefCountTraits
 {
     template <class T>
-    static int* countFor(T* object)
+    static int* countFor(T* object) noexcept
     {
         using Object = std::remove_const_t<T>;
         if constexpr (detail::HasOwnCount<Object>)
@@ -82,12 +88,12 @@ public:
     using DtorTraitsT = DtorTraits_;
     using RefCountTraitsT = RefCountTraits_;
 
-    Ptr() noexcept : object_(nullptr) {}
-    Ptr(std::nullptr_t) noexcept : object_(nullptr) {}
+    Ptr() noexcept : count_(nullptr), object_(nullptr) {}
+    Ptr(std::nullptr_t) noexcept : Ptr() {}
 
     // Adopts: the object is destroyed with the last Ptr to it. If no count can be made, it is destroyed
     // and the failure thrown on.
-    explicit Ptr(T* object) : object_(object)
+    explicit Ptr(T* object) : count_(nullptr), object_(object)
     {
         if (object_ != nullptr)
             adopt();
@@ -100,15 +106,15 @@ public:
     // To a base, virtual or not, or to const. A null source gives null.
     template <class U>
         requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
-    Ptr(const Ptr<U, DtorTraitsT, RefCountTraitsT>& other) noexcept
-        : count_(other.count_), object_(other.object_ != nullptr ? static_cast<T*>(other.object_) : nullptr)
+    Ptr(const Ptr<U, DtorTraitsT, RefCountTraitsT>& other)
+    noexcept : count_(other.count_), object_(other.object_ != nullptr ? static_cast<T*>(other.object_) : nullptr)
     {
         incRef();
     }
     template <class U>
         requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
-    Ptr(Ptr<U, DtorTraitsT, RefCountTraitsT>&& other) noexcept
-        : count_(other.count_), object_(other.object_ != nullptr ? static_cast<T*>(other.object_) : nullptr)
+    Ptr(Ptr<U, DtorTraitsT, RefCountTraitsT>&& other)
+    noexcept : count_(other.count_), object_(other.object_ != nullptr ? static_cast<T*>(other.object_) : nullptr)
     {
         other.object_ = nullptr;
     }
@@ -142,11 +148,7 @@ public:
     }
 
     T* get() const noexcept { return object_; }
-    T& operator*() const noexcept
-        requires(!std::is_void_v<T>)
-    {
-        return *object_;
-    }
+    T& operator*() const noexcept requires(!std::is_void_v<T>) { return *object_; }
     T* operator->() const noexcept { return object_; }
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
@@ -195,7 +197,11 @@ private:
                 throw;
             }
         }
-        OS().atomics().increment(count_);
+        // A count of 0 says that nobody else can hold a reference yet, and so needs no locked instruction.
+        if (OS().atomics().load(count_) == 0)
+            OS().atomics().store(count_, 1);
+        else
+            OS().atomics().increment(count_);
     }
 
     int* count_;

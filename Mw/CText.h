@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <cwchar>
+#include <string>
+
+// The C library's operations on terminated texts under one name for both widths, and comparison that
+// ignores the case of the letters A to Z, whatever locale the host has set. Any thread.
+
+namespace Mw::CText
+{
+
+// The characters before the first zero, at most `limit`; nothing beyond them is read.
+template <class C>
+std::size_t lengthWithin(const C* text, std::size_t limit) noexcept
+{
+    const C* const zero = std::char_traits<C>::find(text, limit, C());
+    return zero != nullptr ? static_cast<std::size_t>(zero - text) : limit;
+}
+
+inline int compare(const char* a, const char* b) noexcept
+{
+    return std::strcmp(a, b);
+}
+inline int compare(const wchar_t* a, const wchar_t* b) noexcept
+{
+    return std::wcscmp(a, b);
+}
+
+// Of the first `count` characters.
+inline int compare(const char* a, const char* b, std::size_t count) noexcept
+{
+    return std::strncmp(a, b, count);
+}
+inline int compare(const wchar_t* a, const wchar_t* b, std::size_t count) noexcept
+{
+    return std::wcsncmp(a, b, count);
+}
+
+// The first place of `what` in `text`, or null.
+inline const char* find(const char* text, const char* what) noexcept
+{
+    return std::strstr(text, what);
+}
+inline const wchar_t* find(const wchar_t* text, const wchar_t* what) noexcept
+{
+    return std::wcsstr(text, what);
+}
+
+template <class C>
+constexpr C toLower(C c) noexcept
+{
+    return c >= C('A') && c <= C('Z') ? static_cast<C>(c + ('a' - 'A')) : c;
+}
+template <class C>
+constexpr C toUpper(C c) noexcept
+{
+    return c >= C('a') && c <= C('z') ? static_cast<C>(c - ('a' - 'A')) : c;
+}
+template <class C>
+constexpr bool isDigit(C c) noexcept
+{
+    return c >= C('0') && c <= C('9');
+}
+
+// Three-way, without case, of at most `count` characters.
+template <class C>
+int compareNoCase(const C* a, const C* b, std::size_t count = static_cast<std::size_t>(-1)) noexcept
+{
+    using Traits = std::char_traits<C>;
+    for (; count != 0; ++a, ++b, --count)
+    {
+        const C first = toLower(*a);
+        const C second = toLower(*b);
+        if (first != second)
+            return Traits::lt(first, second) ? -1 : 1;
+        if (first == C())
+            return 0;
+    }
+    return 0;
+}
+
+} // namespace Mw::CText
