@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Mw/Ptr.h"
+#include "OS/Export.h"
+#include "OS/Windowing.h"
+
+// The window of the debug console. It stands above the console, which works without it: what a user or a
+// setting chooses about the window (its size, whether it shows) is decided here. One thread at a time.
+
+// Makes contents and window, in place of those before. The console is on if the window shows at first.
+// `handler`, which may be null, hears what the user does in the window.
+MISC_API void createDebugWindow(Mw::Ptr<iStatusWindow::iEventHandler> handler);
+
+// The same, unless there is a window already.
+MISC_API void herc_init(Mw::Ptr<iStatusWindow::iEventHandler> handler);
+
+// Lets go of the window.
+MISC_API void herc_shutdown();
+
+// False without a window.
+MISC_API bool debugWindowIsVisible();
+
+// Shows or hides the window if it isn't so already.
+MISC_API void showDebugWindow(bool on);
+
+// Hides a visible window and shows a hidden one; the console is on while its window shows. Without a
+// window, an assertion and nothing else.
+MISC_API void toggleHercWindow();
+
+// Turns the copy of the console's text on the platform's debug channel on or off, and says so there.
+MISC_API void toggleWin32Debug();
