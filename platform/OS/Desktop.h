@@ -21,7 +21,7 @@ public:
         eButtonOKCancel
     };
 
-    virtual ~iDesktop() = default;
+    virtual ~iDesktop();
 
     // Where the user's data of an application lives (XDG base directories: $XDG_DATA_HOME), without a
     // separator at the end. Not created by this call.

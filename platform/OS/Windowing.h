@@ -45,11 +45,22 @@ public:
 class OS_API iWindowing
 {
 public:
-    virtual ~iWindowing() = default;
+    virtual ~iWindowing();
 
     virtual Mw::Ptr<iStatusWindow> createStatusWindow(const Mw::Ptr<iStatusWindow::iContents>& contents,
                                                       const Mw::Ptr<iStatusWindow::iEventHandler>& handler) = 0;
 
+    // Key codes as commands know them: a character, or one of the modifier bits below.
     virtual bool isKeyDown(int keyCode) = 0;
     virtual void setKeyDown(int keyCode, bool down) = 0;
+
+    enum eModifier
+    {
+        eModifierFourth = 0x100000,
+        eModifierShift = 0x1000000,
+        eModifierControl = 0x2000000,
+        eModifierAlt = 0x4000000
+    };
+    // The bits of the modifiers that are down, each found by isKeyDown.
+    virtual int getKeyboardModifiers();
 };

@@ -1,0 +1,3 @@
+#include "OS/Desktop.h"
+
+iDesktop::~iDesktop() = default;

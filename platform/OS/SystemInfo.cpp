@@ -1,0 +1,3 @@
+#include "OS/SystemInfo.h"
+
+iSystemInfo::~iSystemInfo() = default;
