@@ -1,0 +1,186 @@
+#include "bench/harness/Measure.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <numeric>
+#include <random>
+#include <semaphore>
+#include <thread>
+
+namespace bench
+{
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+double nsBetween(Clock::time_point start, Clock::time_point end)
+{
+    return std::chrono::duration<double, std::nano>(end - start).count();
+}
+
+double timeOnOneThread(const Batch& batch, std::size_t count)
+{
+    const auto start = Clock::now();
+    batch(count);
+    return nsBetween(start, Clock::now());
+}
+
+// From the moment both threads stand at the line until the later one is through.
+double timeOnTwoThreads(const Batch& batch, std::size_t count)
+{
+    std::atomic<int> waiting{2};
+    const auto race = [&]
+    {
+        --waiting;
+        while (waiting.load() != 0)
+            ;
+        const auto start = Clock::now();
+        batch(count);
+        return std::pair(start, Clock::now());
+    };
+    std::pair<Clock::time_point, Clock::time_point> other;
+    std::thread partner([&] { other = race(); });
+    const auto own = race();
+    partner.join();
+    return nsBetween(std::min(own.first, other.first), std::max(own.second, other.second));
+}
+
+class Sampler
+{
+public:
+    Sampler(const Side& side, int threads, double sampleNs) : batch_(side.batch), threads_(threads)
+    {
+        calibrate(sampleNs);
+    }
+
+    double operationNs() const { return elapsedNs(count_) / static_cast<double>(count_); }
+
+private:
+    double elapsedNs(std::size_t count) const
+    {
+        return threads_ == 1 ? timeOnOneThread(batch_, count) : timeOnTwoThreads(batch_, count);
+    }
+
+    // Doubles the batch until it takes long enough to be measured, then scales it to the wanted length.
+    void calibrate(double sampleNs)
+    {
+        double elapsed = elapsedNs(count_);
+        while (elapsed < sampleNs / 4)
+        {
+            count_ *= 2;
+            elapsed = elapsedNs(count_);
+        }
+        count_ = std::max<std::size_t>(1, static_cast<std::size_t>(static_cast<double>(count_) * sampleNs / elapsed));
+    }
+
+    const Batch& batch_;
+    int threads_;
+    std::size_t count_ = 1;
+};
+
+} // namespace
+
+Measurement measure(const Case& measured, const Settings& settings)
+{
+    std::vector<Sampler> samplers;
+    for (const Side& side : measured.sides)
+        samplers.emplace_back(side, measured.threads, settings.sampleNs);
+
+    std::vector<std::size_t> order(samplers.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::vector<std::vector<double>> samples(samplers.size());
+    std::minstd_rand random;
+    for (int repetition = 0; repetition < settings.repetitions; ++repetition)
+    {
+        std::shuffle(order.begin(), order.end(), random);
+        for (const std::size_t index : order)
+            samples[index].push_back(samplers[index].operationNs());
+    }
+
+    Measurement result{&measured, {}};
+    for (const std::vector<double>& each : samples)
+        result.summaries.push_back(summarise(each));
+    return result;
+}
+
+const Summary* Measurement::summaryOf(const Side* side) const
+{
+    return side == nullptr ? nullptr : &summaries[static_cast<std::size_t>(side - measured->sides.data())];
+}
+
+const Summary* Measurement::ours() const
+{
+    for (const Side& side : measured->sides)
+        if (side.role == Role::ours)
+            return summaryOf(&side);
+    return nullptr;
+}
+
+const Side* Measurement::bestPeerSide() const
+{
+    const Side* best = nullptr;
+    for (const Side& side : measured->sides)
+        if (side.role == Role::peer && (best == nullptr || summaryOf(&side)->medianNs < summaryOf(best)->medianNs))
+            best = &side;
+    return best;
+}
+
+const Side* Measurement::limitSide() const
+{
+    for (const Side& side : measured->sides)
+        if (side.role == Role::limit)
+            return &side;
+    return nullptr;
+}
+
+const Summary* Measurement::limit() const
+{
+    return summaryOf(limitSide());
+}
+
+const Summary* Measurement::named(const std::string& of) const
+{
+    if (of == bestPeer)
+        return summaryOf(bestPeerSide());
+    if (of == theLimit)
+        return limit();
+    for (const Side& side : measured->sides)
+        if (side.role == Role::peer && side.name == of)
+            return summaryOf(&side);
+    return nullptr;
+}
+
+bool Measurement::missesAim() const
+{
+    const Summary* const own = ours();
+    return std::any_of(measured->aims.begin(), measured->aims.end(),
+                       [&](const Aim& aim)
+                       {
+                           const Summary* const other = named(aim.of);
+                           return own != nullptr && other != nullptr &&
+                                  misses(*own, *other, aim.ratio, measured->steadiness());
+                       });
+}
+
+struct ParkedThread::State
+{
+    std::binary_semaphore release{0};
+    std::thread thread;
+};
+
+ParkedThread::ParkedThread() : state_(new State)
+{
+    state_->thread = std::thread([state = state_] { state->release.acquire(); });
+}
+
+ParkedThread::~ParkedThread()
+{
+    state_->release.release();
+    state_->thread.join();
+    delete state_;
+}
+
+} // namespace bench

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <stddef.h>
+
+/* The limits: what the machine and plain C allow, with loops of their own. None of them includes a header
+   of the library. */
+
+#ifdef __cplusplus
+extern "C"
+{
+#endif
+
+    /* Adds 1 to the count and takes it away again, so many times. The count must be above 0. */
+    void limit_atomic_pair(int* count, size_t operations);
+
+    /* Splits so many frame numbers into timecode fields and counts the fields back, frame after frame through
+   the day from 1 on; gives the sum of the frames found. */
+    long limit_fields(short fps, short drop_frame, size_t operations);
+
+    /* Seconds to "HH:MM:SS.FF" and back by snprintf and sscanf; `fps` is the exact rate, `ticks` the whole one. */
+    enum
+    {
+        plainTextBytes = 32
+    };
+    void plain_tc_to_string(double seconds, char* buffer, double fps, int ticks, int drop_frame);
+    double plain_string_to_tc(const char* text, double fps, int ticks, int drop_frame);
+
+    /* UTF-8 to code points and back by a plain loop, for texts that are known to be right; the caller frees
+       the result. */
+    wchar_t* plain_from_utf8(const char* text, size_t length);
+    char* plain_to_utf8(const wchar_t* text, size_t length);
+
+#ifdef __cplusplus
+}
+#endif
