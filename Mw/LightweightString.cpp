@@ -2,6 +2,9 @@
 
 #include "Mw/Exception.h"
 
+template <class C>
+const C LightweightString<C>::terminator[1] = {C()};
+
 template class LightweightString<char>;
 template class LightweightString<wchar_t>;
 

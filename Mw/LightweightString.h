@@ -81,7 +81,7 @@ public:
     };
 
     LightweightString() noexcept = default;
-    LightweightString(const C* text) : LightweightString(View(text != nullptr ? text : &terminator)) {}
+    LightweightString(const C* text) : LightweightString(View(text != nullptr ? text : terminator)) {}
     LightweightString(const C* text, unsigned length) : LightweightString(View(text, text != nullptr ? length : 0)) {}
     LightweightString(View text);
     LightweightString(unsigned count, C c);
@@ -91,7 +91,7 @@ public:
     LightweightString& operator=(View text);
 
     // Never null: an empty string gives an empty text.
-    const C* c_str() const noexcept { return impl_ ? impl_->data_ : &terminator; }
+    const C* c_str() const noexcept { return impl_ ? impl_->data_ : terminator; }
     const C* data() const noexcept { return c_str(); }
     unsigned length() const noexcept { return impl_ ? impl_->length_ : 0; }
     unsigned size() const noexcept { return length(); }
@@ -192,7 +192,7 @@ public:
     }
     friend bool operator==(const LightweightString& a, const C* b) noexcept
     {
-        return sameText(a.c_str(), b != nullptr ? b : &terminator);
+        return sameText(a.c_str(), b != nullptr ? b : terminator);
     }
     friend bool operator==(const LightweightString& a, View b) noexcept { return a.text() == textOf(b); }
     friend std::strong_ordering operator<=>(const LightweightString& a, const LightweightString& b) noexcept
@@ -201,7 +201,7 @@ public:
     }
     friend std::strong_ordering operator<=>(const LightweightString& a, const C* b) noexcept
     {
-        return order(a.c_str(), b != nullptr ? b : &terminator);
+        return order(a.c_str(), b != nullptr ? b : terminator);
     }
     friend std::strong_ordering operator<=>(const LightweightString& a, View b) noexcept
     {
@@ -215,8 +215,8 @@ public:
 private:
     using Traits = std::char_traits<C>;
 
-    // What a null handle reads as.
-    static constexpr C terminator = C();
+    // What a null handle reads as: a zero, which lives in the library.
+    static const C terminator[];
     static constexpr unsigned maxLength = 0xFFFFFFFEu;
 
     static View textOf(View text) noexcept { return text.substr(0, Mw::CText::lengthWithin(text.data(), text.size())); }
@@ -389,7 +389,7 @@ inline LightweightString<C> LightweightString<C>::operator+(const LightweightStr
 template <class C>
 inline LightweightString<C> LightweightString<C>::operator+(const C* text) const
 {
-    return *this + View(text != nullptr ? text : &terminator);
+    return *this + View(text != nullptr ? text : terminator);
 }
 
 template <class C>
@@ -627,7 +627,7 @@ LightweightString<C> LightweightString<C>::substitute(const C* from, const C* to
 {
     if (from == nullptr)
         return *this;
-    return substituteIn(from, Traits::length(from), View(to != nullptr ? to : &terminator));
+    return substituteIn(from, Traits::length(from), View(to != nullptr ? to : terminator));
 }
 
 template <class C>

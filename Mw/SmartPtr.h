@@ -39,8 +39,7 @@ public:
     {
         if (block_ == nullptr || --block_->count_ != 0)
             return;
-        delete block_->object_;
-        delete block_;
+        destroy(block_);
         block_ = nullptr;
     }
 
@@ -63,6 +62,13 @@ private:
         T* object_;
         int count_;
     };
+
+    // Apart from its callers, where g++ would warn of counts that it can't follow.
+    [[gnu::noinline]] static void destroy(Block* block) noexcept
+    {
+        delete block->object_;
+        delete block;
+    }
 
     void addReference() const noexcept
     {

@@ -1,0 +1,226 @@
+#include "Mw/Ptr.h"
+#include "Mw/Guard.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+struct iLeft : virtual iObject
+{
+};
+struct iRight : virtual iObject
+{
+};
+
+// Reached through two interfaces, with one count; says when it dies.
+struct Node : iLeft, iRight
+{
+    explicit Node(int* deaths = nullptr) : deaths_(deaths) {}
+    ~Node() override
+    {
+        if (deaths_ != nullptr)
+            ++*deaths_;
+        if (atDeath_)
+            atDeath_();
+    }
+
+    int* deaths_;
+    std::function<void()> atDeath_;
+};
+
+struct Stranger : virtual iObject
+{
+};
+
+} // namespace
+
+TEST(Ptr, countRunsFromZeroToZeroThroughCopiesAndMoves)
+{
+    int deaths = 0;
+    {
+        Node* const raw = new Node(&deaths);
+        Mw::Ptr<Node> first(raw);
+        EXPECT_EQ(first.useCount(), 1);
+        Mw::Ptr<Node> second = first;
+        Mw::Ptr<Node> adoptedAgain(raw);
+        EXPECT_EQ(first.useCount(), 3);
+        const Mw::Ptr<Node> moved = std::move(second);
+        EXPECT_TRUE(second == nullptr);
+        EXPECT_EQ(moved.useCount(), 3);
+        adoptedAgain.reset();
+        first = nullptr;
+        EXPECT_EQ(moved.useCount(), 1);
+        EXPECT_EQ(deaths, 0);
+    }
+    EXPECT_EQ(deaths, 1);
+}
+
+// The count field of a null Ptr points nowhere: whoever touched it would crash.
+TEST(Ptr, nullIsCopiedAssignedConvertedAndCastWithoutACount)
+{
+    Mw::Ptr<Node> null;
+    Mw::Ptr<Node> copy(null);
+    copy = null;
+    copy.incRef();
+    copy.decRef();
+    const Mw::Ptr<iObject> converted = copy;
+    EXPECT_FALSE(converted);
+    EXPECT_FALSE(Mw::dynamicCast<Node>(converted));
+    EXPECT_EQ(copy.useCount(), 0);
+}
+
+TEST(Ptr, assigningTheSameHolderOrPointeeKeepsTheCount)
+{
+    auto a = Mw::makePtr<Node>();
+    auto b = a;
+    auto& self = a;
+    a = self;
+    a = std::move(self);
+    b = a;
+    EXPECT_EQ(a.useCount(), 2);
+    EXPECT_EQ(a, b);
+}
+
+TEST(Ptr, destructorThatReachesBackSeesTheNewValue)
+{
+    int deaths = 0;
+    auto holder = Mw::makePtr<Node>(&deaths);
+    const auto next = Mw::makePtr<Node>();
+    bool sawNext = false;
+    holder->atDeath_ = [&] { sawNext = holder == next && next.useCount() == 2; };
+    holder = next;
+    EXPECT_TRUE(sawNext);
+
+    // The same for a holder that is emptied, and for one that its object's death assigns once more.
+    auto other = Mw::makePtr<Node>(&deaths);
+    other->atDeath_ = [&] { other = next; };
+    other.reset();
+    EXPECT_EQ(other, next);
+    EXPECT_EQ(deaths, 2);
+}
+
+TEST(Ptr, interfacesOfOneObjectShareOneCount)
+{
+    const auto node = Mw::makePtr<Node>();
+    Mw::Ptr<iLeft> left = node;
+    Mw::Ptr<iRight> right = Mw::dynamicCast<iRight>(left);
+    Mw::Ptr<const iObject> object = right;
+    EXPECT_EQ(node.useCount(), 4);
+    EXPECT_EQ(Mw::dynamicCast<Node>(right), node);
+    EXPECT_EQ(node.useCount(), 4);
+    object = std::move(left);
+    EXPECT_EQ(node.useCount(), 3);
+}
+
+TEST(Ptr, failedCastGivesNullAndKeepsTheSource)
+{
+    Mw::Ptr<iLeft> left = Mw::makePtr<Node>();
+    EXPECT_FALSE(Mw::dynamicCast<Stranger>(left));
+    EXPECT_FALSE(Mw::dynamicCast<Stranger>(std::move(left)));
+    EXPECT_EQ(left.useCount(), 1);
+    const auto node = Mw::dynamicCast<Node>(std::move(left));
+    EXPECT_FALSE(left);
+    EXPECT_EQ(node.useCount(), 1);
+}
+
+TEST(Ptr, orderAndHashFollowTheObjectsAddress)
+{
+    std::map<Mw::Ptr<Node>, int> map;
+    std::vector<Mw::Ptr<Node>> nodes;
+    for (int i = 0; i < 10; ++i)
+    {
+        nodes.push_back(Mw::makePtr<Node>());
+        map[nodes.back()] = i;
+    }
+    const Node* before = nullptr;
+    for (const auto& [node, number] : map)
+    {
+        EXPECT_TRUE(std::less<const Node*>()(before, node.get()));
+        EXPECT_EQ(nodes[static_cast<std::size_t>(number)], node);
+        before = node.get();
+    }
+    EXPECT_EQ(std::hash<Mw::Ptr<Node>>()(nodes[0]), std::hash<Node*>()(nodes[0].get()));
+}
+
+namespace
+{
+
+std::vector<std::string> released;
+
+// The external traits, with a record of what is let go.
+struct RecordedCount : Mw::ExternalRefCountTraits
+{
+    static void releaseCount(int* count) noexcept
+    {
+        released.emplace_back("count");
+        Mw::ExternalRefCountTraits::releaseCount(count);
+    }
+};
+struct Plain
+{
+    ~Plain() { released.emplace_back("object"); }
+};
+
+} // namespace
+
+TEST(Ptr, externalCountIsFreedBeforeTheObject)
+{
+    released.clear();
+    {
+        const Mw::Ptr<Plain, Mw::DtorTraits, RecordedCount> only(new Plain);
+        const auto second = only;
+        EXPECT_EQ(second.useCount(), 2);
+    }
+    EXPECT_EQ(released, (std::vector<std::string>{"count", "object"}));
+}
+
+TEST(Guard, lastHolderUndoesTheRegistration)
+{
+    struct Registration : Mw::Guard
+    {
+        explicit Registration(bool& registered) : registered_(registered) { registered_ = true; }
+        ~Registration() override { registered_ = false; }
+        bool& registered_;
+    };
+    bool registered = false;
+    Mw::Ptr<Mw::Guard> guard = Mw::makePtr<Registration>(registered);
+    auto second = guard;
+    guard.reset();
+    EXPECT_TRUE(registered);
+    second.reset();
+    EXPECT_FALSE(registered);
+}
+
+// Each thread copies, casts and drops its own handles; the object dies once, after all of them.
+TEST(Ptr, threadsShareOneObject)
+{
+    int deaths = 0;
+    for (int round = 0; round < 20; ++round)
+    {
+        std::vector<std::thread> threads;
+        {
+            const auto node = Mw::makePtr<Node>(&deaths);
+            for (int i = 0; i < 4; ++i)
+                threads.emplace_back(
+                    [mine = Mw::Ptr<iLeft>(node)]() mutable
+                    {
+                        for (int n = 0; n < 500; ++n)
+                        {
+                            const Mw::Ptr<iRight> other = Mw::dynamicCast<iRight>(mine);
+                            mine = Mw::dynamicCast<iLeft>(other);
+                        }
+                    });
+        }
+        for (auto& thread : threads)
+            thread.join();
+        threads.clear();
+        EXPECT_EQ(deaths, round + 1);
+    }
+}

@@ -1,0 +1,112 @@
+#include "Mw/Vector.h"
+#include "Mw/LightweightString.h"
+#include "Mw/LightweightVector.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <numeric>
+#include <string>
+
+using Items = std::vector<int>;
+
+TEST(Vector, removingKeepsTheOrderAndCopiesAreIndependent)
+{
+    Vector<int> v{1, 2, 3, 2};
+    const Vector<int> copy = v;
+    EXPECT_TRUE(v.removeItem(2));
+    EXPECT_FALSE(v.removeItem(7));
+    v.remove(0);
+    EXPECT_EQ(v, (Vector<int>{3, 2}));
+    for (int i = 0; i < 100; ++i)
+        v.push_back(v[0]);
+    EXPECT_EQ(std::accumulate(v.begin(), v.end(), 0), 305);
+    EXPECT_EQ(copy, (Vector<int>{1, 2, 3, 2}));
+}
+
+TEST(Vector, indexOutOfRangeIsReportedAndExecutionGoesOn)
+{
+    char written[200] = {};
+    std::FILE* const stream = fmemopen(written, sizeof written, "w");
+    Mw::setDiagnosticStream(stream);
+    Vector<int> v{1, 2};
+    v.reserve(8);
+    v.remove(2);
+    static_cast<void>(v[2]);
+    Mw::setDiagnosticStream(nullptr);
+    std::fclose(stream);
+    const std::string line = "assertion failed i < size_ at Mw/Vector line 61\n";
+    EXPECT_EQ(written, line + line);
+    EXPECT_EQ(v.size(), 2u);
+}
+
+namespace
+{
+
+template <class V>
+Items items(const V& v)
+{
+    return Items(v.begin(), v.end());
+}
+
+LightweightVector<int> make(std::initializer_list<int> values)
+{
+    LightweightVector<int> v(values.size());
+    for (const int value : values)
+        v.push_back(value);
+    return v;
+}
+
+} // namespace
+
+TEST(LightweightVector, copiesShareEveryChange)
+{
+    LightweightVector<int> a = make({1, 2});
+    LightweightVector<int> b(0);
+    b = a;
+    b.push_back(3);
+    a.remove(0);
+    a.remove(9);
+    b.erase(b.begin());
+    EXPECT_EQ(items(a), Items{3});
+    EXPECT_TRUE(a == b);
+
+    // A moved-from handle still has its vector.
+    const LightweightVector<int> moved = std::move(a);
+    b.clear();
+    EXPECT_TRUE(a.empty() && moved.empty());
+}
+
+TEST(LightweightVector, swapAndCopyFromReachTheOtherHandles)
+{
+    LightweightVector<int> a = make({1}), b = make({2, 3});
+    const LightweightVector<int> sharesA = a, sharesB = b;
+    a.swap(b);
+    EXPECT_EQ(items(sharesA), (Items{2, 3}));
+    EXPECT_EQ(items(sharesB), Items{1});
+    b.copyFrom(a);
+    b.push_back(4);
+    EXPECT_EQ(items(sharesB), (Items{2, 3, 4}));
+    EXPECT_EQ(items(sharesA), (Items{2, 3}));
+}
+
+TEST(LightweightVector, appendsItself)
+{
+    LightweightVector<LightweightString<char>> a;
+    a.push_back("x");
+    a.push_back("y");
+    auto shared = a;
+    a += shared;
+    ASSERT_EQ(a.size(), 4u);
+    EXPECT_EQ(a[2], "x");
+    EXPECT_EQ(a.back(), "y");
+    EXPECT_TRUE(a.contains("y"));
+    EXPECT_FALSE(a.contains(""));
+}
+
+TEST(LightweightVector, equalityLooksAtSizeAndElements)
+{
+    EXPECT_TRUE(make({1, 2}) == make({1, 2}));
+    EXPECT_TRUE(make({1, 2}) != make({1, 2, 3}));
+    EXPECT_TRUE(make({1, 2}) != make({2, 1}));
+}
