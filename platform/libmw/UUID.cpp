@@ -1,7 +1,12 @@
 #include "libmw/UUID.h"
 
-#include <string_view>
+#include <algorithm>
+#include <bit>
+#include <cstring>
 #include <uuid/uuid.h>
+
+// Digits are handled eight at a time: the text of a word is a 64-bit number with one character in each
+// byte, the first in the lowest.
 
 namespace Mw
 {
@@ -9,88 +14,99 @@ namespace Mw
 namespace
 {
 
-constexpr unsigned char notADigit = 0xFF;
-
-// The value of each character as a hexadecimal digit.
-constexpr std::array<unsigned char, 256> digitValues = []
+constexpr std::uint64_t inEachByte(std::uint64_t value) noexcept
 {
-    std::array<unsigned char, 256> values{};
-    values.fill(notADigit);
-    for (unsigned digit = 0; digit < 10; ++digit)
-        values['0' + digit] = static_cast<unsigned char>(digit);
-    for (unsigned digit = 10; digit < 16; ++digit)
-        values['a' + digit - 10] = values['A' + digit - 10] = static_cast<unsigned char>(digit);
-    return values;
-}();
-
-// The two digits of each byte.
-constexpr std::array<std::array<char, 2>, 256> bytePairs = []
-{
-    constexpr char digits[] = "0123456789abcdef";
-    std::array<std::array<char, 2>, 256> pairs{};
-    for (unsigned byte = 0; byte < 256; ++byte)
-        pairs[byte] = {digits[byte >> 4], digits[byte & 15]};
-    return pairs;
-}();
-
-// Where the sixteen bytes stand in the text, and where the hyphens between them.
-constexpr std::array<unsigned char, 16> bytePlaces{0, 2, 4, 6, 9, 11, 14, 16, 19, 21, 24, 26, 28, 30, 32, 34};
-constexpr std::array<unsigned char, 4> hyphenPlaces{8, 13, 18, 23};
-
-template <class C>
-unsigned digitValue(C c) noexcept
-{
-    const auto code = static_cast<std::make_unsigned_t<C>>(c);
-    return code < digitValues.size() ? digitValues[code] : notADigit;
+    return value * 0x0101010101010101u;
 }
 
-template <class C>
-bool hasTextLength(const C* text) noexcept
+std::uint64_t digitsOf(std::uint32_t word) noexcept
 {
-    unsigned length = 0;
-    while (length <= UUID::textLength && text[length] != 0)
-        ++length;
-    return length == UUID::textLength;
+    // Bytes to lanes of sixteen bits, the highest byte first, and then each into its two halves.
+    std::uint64_t d = word;
+    d = (d << 32 | d >> 16) & 0x0000FFFF0000FFFFu;
+    d = (d << 16 | d >> 8) & 0x00FF00FF00FF00FFu;
+    d = (d << 8 | d >> 4) & 0x0F0F0F0F0F0F0F0Fu;
+    const std::uint64_t letters = (d + inEachByte(6)) >> 4 & inEachByte(1);
+    return d + inEachByte('0') + letters * ('a' - '0' - 10);
 }
 
-template <class C>
-UUID::Words parse(const C* text) noexcept
+// False if one of the characters is no digit.
+bool wordOf(std::uint64_t text, std::uint32_t& word) noexcept
 {
-    if (text == nullptr || !hasTextLength(text))
-        return {};
-    for (const unsigned place : hyphenPlaces)
-        if (text[place] != '-')
-            return {};
-    UUID::Words words{};
-    unsigned seen = 0; // a bit above the lowest four tells of a character that is no digit
-    for (unsigned i = 0; i < bytePlaces.size(); ++i)
-    {
-        const unsigned high = digitValue(text[bytePlaces[i]]);
-        const unsigned low = digitValue(text[bytePlaces[i] + 1]);
-        seen |= high | low;
-        words[i / 4] = words[i / 4] << 8 | (high << 4 & 0xF0) | (low & 0x0F);
-    }
-    return seen < 16 ? words : UUID::Words{};
+    // The top bit of each byte tells whether the character is within a range; none is above 127.
+    constexpr std::uint64_t top = inEachByte(0x80);
+    const std::uint64_t lower = text | inEachByte(0x20);
+    const auto within = [](std::uint64_t characters, unsigned first, unsigned last)
+    { return (characters + inEachByte(0x80 - first)) & ~(characters + inEachByte(0x7F - last)) & top; };
+    if ((text & top) != 0)
+        return false;
+    const std::uint64_t decimals = within(text, '0', '9');
+    const std::uint64_t letters = within(lower, 'a', 'f');
+    if ((decimals | letters) != top)
+        return false;
+
+    std::uint64_t d = (text & inEachByte(0x0F)) + (letters >> 7) * 9;
+    d = (d << 4 | d >> 8) & 0x00FF00FF00FF00FFu;
+    d = (d << 8 | d >> 16) & 0x0000FFFF0000FFFFu;
+    word = static_cast<std::uint32_t>(d << 16 | d >> 32);
+    return true;
 }
 
-template <class C>
-void format(const UUID::Words& words, C* text) noexcept
+// The four characters at each of two places.
+std::uint64_t load(const char* first, const char* second) noexcept
 {
-    for (unsigned i = 0; i < bytePlaces.size(); ++i)
-    {
-        const auto& pair = bytePairs[words[i / 4] >> (24 - i % 4 * 8) & 0xFF];
-        text[bytePlaces[i]] = static_cast<C>(pair[0]);
-        text[bytePlaces[i] + 1] = static_cast<C>(pair[1]);
-    }
-    for (const unsigned place : hyphenPlaces)
-        text[place] = '-';
-    text[UUID::textLength] = 0;
+    std::uint64_t text;
+    std::memcpy(&text, first, 4);
+    std::memcpy(reinterpret_cast<char*>(&text) + 4, second, 4);
+    if constexpr (std::endian::native == std::endian::big)
+        text = __builtin_bswap64(text);
+    return text;
+}
+
+void store(std::uint64_t text, char* first, char* second) noexcept
+{
+    if constexpr (std::endian::native == std::endian::big)
+        text = __builtin_bswap64(text);
+    std::memcpy(first, &text, 4);
+    std::memcpy(second, reinterpret_cast<const char*>(&text) + 4, 4);
+}
+
+UUID::Words parse(const char* text) noexcept
+{
+    std::uint32_t a, b, c, d;
+    const bool good = text[8] == '-' && text[13] == '-' && text[18] == '-' && text[23] == '-' &&
+                      wordOf(load(text, text + 4), a) && wordOf(load(text + 9, text + 14), b) &&
+                      wordOf(load(text + 19, text + 24), c) && wordOf(load(text + 28, text + 32), d);
+    return good ? UUID::Words{a, b, c, d} : UUID::Words{};
 }
 
 } // namespace
 
-UUID::UUID(const char* text) noexcept : words_(parse(text)) {}
-UUID::UUID(const wchar_t* text) noexcept : words_(parse(text)) {}
+UUID::UUID(const char* text) noexcept
+{
+    if (text != nullptr && std::memchr(text, 0, textLength + 1) == text + textLength)
+        words_ = parse(text);
+}
+
+UUID::UUID(const wchar_t* text) noexcept
+{
+    if (text == nullptr)
+        return;
+    char narrow[textLength];
+    for (unsigned i = 0; i < textLength; ++i)
+    {
+        if (text[i] <= 0 || text[i] > 127)
+            return;
+        narrow[i] = static_cast<char>(text[i]);
+    }
+    if (text[textLength] == 0)
+        words_ = parse(narrow);
+}
+
+UUID UUID::fromText(std::string_view text) noexcept
+{
+    return text.size() == textLength ? UUID(parse(text.data())) : UUID();
+}
 
 UUID UUID::generate()
 {
@@ -104,12 +120,19 @@ UUID UUID::generate()
 
 void UUID::asString(char* text) const noexcept
 {
-    format(words_, text);
+    store(digitsOf(words_[0]), text, text + 4);
+    store(digitsOf(words_[1]), text + 9, text + 14);
+    store(digitsOf(words_[2]), text + 19, text + 24);
+    store(digitsOf(words_[3]), text + 28, text + 32);
+    text[8] = text[13] = text[18] = text[23] = '-';
+    text[textLength] = 0;
 }
 
 void UUID::asWString(wchar_t* text) const noexcept
 {
-    format(words_, text);
+    char narrow[textLength + 1];
+    asString(narrow);
+    std::copy(std::begin(narrow), std::end(narrow), text);
 }
 
 } // namespace Mw

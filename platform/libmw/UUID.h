@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string_view>
 
 namespace Mw
 {
@@ -31,6 +32,7 @@ public:
     // From a text of exactly 36 characters, digits of either case. Null or another text gives nil.
     LIBMW_API explicit UUID(const char* text) noexcept;
     LIBMW_API explicit UUID(const wchar_t* text) noexcept;
+    LIBMW_API static UUID fromText(std::string_view text) noexcept;
 
     // A new random value (version 4) from the system's source of randomness.
     LIBMW_API static UUID generate();
