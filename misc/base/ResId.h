@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Mw/LightweightString.h"
+#include "OS/Export.h"
+
+#include <cstdint>
+
+// Display texts by number. The texts are English and compiled in: misc/base/ResourceTexts.inc. Any thread.
+
+enum class ResId : std::uint32_t
+{
+    none = 999999 // no resource: an empty text
+};
+
+// A failure code of the library, which is the number of its text too.
+enum class MwResult : std::uint32_t
+{
+};
+
+enum class ResStrFmt
+{
+    asIs,
+    upperCase // the letters of ASCII only
+};
+
+// The text in UTF-8 or wide. A number without a text gives one that says so, such as "<resource 12345>".
+MISC_API LightweightString<char> resourceStr(ResId id, ResStrFmt format = ResStrFmt::asIs);
+MISC_API LightweightString<char> resourceStr(MwResult result, ResStrFmt format = ResStrFmt::asIs);
+MISC_API LightweightString<wchar_t> resourceStrW(ResId id, ResStrFmt format = ResStrFmt::asIs);
+MISC_API LightweightString<wchar_t> resourceStrW(MwResult result, ResStrFmt format = ResStrFmt::asIs);
