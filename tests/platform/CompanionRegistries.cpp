@@ -1,0 +1,239 @@
+#include "OS/ThreadId.h"
+#include "libmw/CriticalSection.h"
+#include "libmw/NamedObjects.h"
+#include "libmw/Shutdown.h"
+#include "libmw/Splat.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+std::string trace;
+
+struct Step : Shutdown::Callback
+{
+    Step(char name, int failures = 0) : name_(name), failures_(failures) {}
+    void execute(const Shutdown::eExitType&) override
+    {
+        trace += name_;
+        if (failures_-- > 0)
+            throw std::runtime_error("step");
+    }
+
+    char name_;
+    int failures_;
+};
+
+void add(char name, unsigned priority, int failures = 0)
+{
+    Shutdown::addCallback(Mw::makePtr<Step>(name, failures), priority);
+}
+
+// Repeats as a stopping program does. The list is empty afterwards, so each case begins afresh.
+std::string runAll(int attempts = 9)
+{
+    trace.clear();
+    while (attempts-- > 0)
+    {
+        try
+        {
+            Shutdown::executeCallbacks(Shutdown::eExceptionExit);
+            break;
+        }
+        catch (const std::runtime_error&)
+        {
+            trace += '!';
+        }
+    }
+    return trace;
+}
+
+} // namespace
+
+TEST(Shutdown, callbacksRunOnceByPriorityThenArrival)
+{
+    add('c', 700);
+    add('a', 451);
+    Shutdown::addCallback([](Shutdown::eExitType type) { trace += type == Shutdown::eExceptionExit ? 'd' : '?'; }, 700);
+    add('b', 451);
+    EXPECT_EQ(runAll(), "abcd");
+    EXPECT_EQ(runAll(), "");
+    EXPECT_TRUE(Shutdown::isExiting());
+}
+
+TEST(Shutdown, callbackThatThrowsGoesBehindTheOthersAndIsTriedAgain)
+{
+    add('a', 1, 2);
+    add('b', 2, 1);
+    add('c', 3);
+    EXPECT_EQ(runAll(), "a!b!ca!ba");
+}
+
+TEST(Shutdown, removedCallbacksDoNotRunAndAreLetGo)
+{
+    const auto kept = Mw::makePtr<Step>('k');
+    Shutdown::addCallback(kept, 1);
+    Shutdown::addCallback(kept, 2);
+    EXPECT_EQ(kept.useCount(), 3);
+    add('a', 1);
+    Shutdown::removeCallback(kept);
+    Shutdown::removeCallback(kept);
+    EXPECT_EQ(kept.useCount(), 1);
+    EXPECT_EQ(runAll(), "a");
+}
+
+TEST(Shutdown, callbacksMayAddAndRemoveWhileTheyRun)
+{
+    struct Leaver : Step
+    {
+        using Step::Step;
+        void execute(const Shutdown::eExitType& type) override
+        {
+            Shutdown::removeCallback(self);
+            self.reset();
+            add('n', 0);
+            Step::execute(type);
+        }
+        Mw::Ptr<Shutdown::Callback> self;
+    };
+    const auto leaver = Mw::makePtr<Leaver>('l', 1);
+    leaver->self = leaver;
+    Shutdown::addCallback(leaver, 1);
+    add('a', 2);
+    EXPECT_EQ(runAll(), "l!na");
+}
+
+TEST(Shutdown, isNotExitingBeforeTheFirstExecution)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own, whatever ran here before
+    EXPECT_EXIT(
+        {
+            const bool before = Shutdown::isExiting();
+            Shutdown::addCallback([](Shutdown::eExitType) { trace = Shutdown::isExiting() ? "in" : "?"; }, 1);
+            runAll();
+            std::exit(!before && trace == "in" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Splat, callbacksGetTheMessageInOrderWhateverOneThrows)
+{
+    static const SplatCallback first = [](const char* message) { trace += message; };
+    static const SplatCallback thrower = [](const char*) { throw 1; };
+    static const SplatCallback last = [](const char*) { trace += '.'; };
+    trace.clear();
+    EXPECT_TRUE(addSplatCallback(first) && addSplatCallback(thrower) && addSplatCallback(last));
+    callSplatCallbacks("boom");
+    removeSplatCallback(first);
+    callSplatCallbacks("again");
+    EXPECT_EQ(trace, "boom..");
+
+    EXPECT_FALSE(addSplatCallback(nullptr));
+    while (addSplatCallback(first))
+        ;
+    trace.clear();
+    callSplatCallbacks("x");
+    EXPECT_EQ(trace.size(), 31u); // 30 times x and the last of before
+    for (int i = 0; i < 32; ++i)
+        removeSplatCallback(first);
+    removeSplatCallback(thrower);
+    removeSplatCallback(last);
+    trace.clear();
+    callSplatCallbacks("nobody");
+    EXPECT_EQ(trace, "");
+}
+
+TEST(NamedObjects, typeAndNameHaveOneObject)
+{
+    auto& names = Mw::NamedObjectsNamespace::getGlobalNamespaceInstance();
+    const auto makeInt = []() -> void* { return new int(0); };
+    void* const object = names.findOrCreate_(typeid(int), "one", makeInt);
+    EXPECT_EQ(names.findOrCreate_(typeid(int), std::string("one").c_str(), makeInt), object);
+    EXPECT_NE(names.findOrCreate_(typeid(int), "two", makeInt), object);
+    EXPECT_NE(names.findOrCreate_(typeid(long), "one", []() -> void* { return new long(0); }), object);
+
+    // A maker may look up others; one that fails leaves the name free.
+    EXPECT_THROW(names.findOrCreate_(typeid(int), "three", []() -> void* { throw 1; }), int);
+    void* const nested =
+        names.findOrCreate_(typeid(int), "three",
+                            []() -> void*
+                            {
+                                return Mw::NamedObjectsNamespace::getGlobalNamespaceInstance().findOrCreate_(
+                                    typeid(int), "one", []() -> void* { return nullptr; });
+                            });
+    EXPECT_EQ(nested, object);
+}
+
+TEST(NamedObjects, racingThreadsGetOneObject)
+{
+    static std::atomic<int> made;
+    std::vector<void*> found(4);
+    std::vector<std::thread> threads;
+    for (void*& slot : found)
+        threads.emplace_back(
+            [&slot]
+            {
+                slot = Mw::NamedObjectsNamespace::getGlobalNamespaceInstance().findOrCreate_(
+                    typeid(made), "raced", []() -> void* { return new int(++made); });
+            });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(found, std::vector<void*>(4, found[0]));
+}
+
+TEST(CriticalSection, nestsOnOneThreadAndKeepsOthersOut)
+{
+    static CriticalSection section("test");
+    EXPECT_STREQ(section.name(), "test");
+    EXPECT_EQ(section.owner(), 0u);
+    const auto otherCanEnter = []
+    {
+        bool entered = false;
+        std::thread(
+            [&]
+            {
+                if ((entered = section.tryEnter()))
+                    section.leave();
+            })
+            .join();
+        return entered;
+    };
+    {
+        const CriticalSection::Lock lock(section);
+        EXPECT_TRUE(section.tryEnter());
+        EXPECT_EQ(section.owner(), ThreadId::current());
+        section.leave();
+        EXPECT_FALSE(otherCanEnter());
+    }
+    EXPECT_EQ(section.owner(), 0u);
+    EXPECT_TRUE(otherCanEnter());
+}
+
+TEST(CriticalSection, guardsACounterThatThreadsShare)
+{
+    CriticalSection section;
+    long counter = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back(
+            [&]
+            {
+                for (int round = 0; round < 20000; ++round)
+                {
+                    const CriticalSection::Lock outer(section);
+                    const CriticalSection::Lock inner(section);
+                    ++counter;
+                }
+            });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(counter, 80000);
+}

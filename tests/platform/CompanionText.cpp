@@ -1,0 +1,173 @@
+#include "OS/Debugger.h"
+#include "libmw/AttribValuePair.h"
+#include "libmw/Now.h"
+#include "libmw/Text.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace
+{
+
+using Narrow = LightweightString<char>;
+using Wide = LightweightString<wchar_t>;
+
+} // namespace
+
+TEST(CompanionText, utf8ConversionsTakeLengthsAndKeepZeros)
+{
+    EXPECT_EQ(fromUTF8("a\xC3\xA9z"), L"a\u00E9z");
+    EXPECT_EQ(fromUTF8("abc", 2), L"ab");
+    EXPECT_EQ(fromUTF8("a\0b", 3).length(), 3u);
+    EXPECT_TRUE(fromUTF8(nullptr, 5).empty());
+    EXPECT_EQ(toUTF8(Wide(L"\U0001F600")), "\xF0\x9F\x98\x80");
+    EXPECT_EQ(toUTF8(fromUTF8(Narrow("bad \xFF\xFE"))), "bad \xEF\xBF\xBD\xEF\xBF\xBD");
+    EXPECT_EQ(Mw::WStringFromAscii("plain"), L"plain");
+    EXPECT_TRUE(Mw::WStringFromAscii(nullptr).empty());
+}
+
+TEST(CompanionText, foldingChangesAsciiLettersOnly)
+{
+    const Narrow mixed("aZ[`{@ \xC3\xA9 9");
+    EXPECT_EQ(toUpper(mixed), "AZ[`{@ \xC3\xA9 9");
+    EXPECT_EQ(toLower(mixed), "az[`{@ \xC3\xA9 9");
+    EXPECT_EQ(Mw::toUpper(Wide(L"a\u00E9\u0131z")), L"A\u00E9\u0131Z");
+
+    Narrow inPlace(mixed);
+    toUpper(inPlace);
+    EXPECT_EQ(inPlace, toUpper(mixed));
+    EXPECT_EQ(mixed, "aZ[`{@ \xC3\xA9 9"); // the copy was not changed with it
+    Narrow lower("abc");
+    const char* const block = lower.c_str();
+    toLower(lower);
+    EXPECT_EQ(lower.c_str(), block);
+}
+
+TEST(CompanionText, essentiallyEmptyIsNothingButWhiteSpace)
+{
+    EXPECT_TRUE(isEssentiallyEmpty(Narrow()));
+    EXPECT_TRUE(isEssentiallyEmpty(Narrow(" \t\r\n\v\f")));
+    EXPECT_FALSE(isEssentiallyEmpty(Narrow("  .")));
+    EXPECT_FALSE(isEssentiallyEmpty(Narrow("\xC2\xA0")));
+}
+
+TEST(CompanionText, wideTrimsTakeEveryOccurrenceAtOneEnd)
+{
+    Wide text(L"//a/b//");
+    EXPECT_TRUE(Mw::endsWith(text, L'/', true));
+    Mw::stripTrailingChars(text, L'/');
+    EXPECT_EQ(text, L"//a/b");
+    EXPECT_FALSE(Mw::endsWith(text, L'B', true));
+    EXPECT_TRUE(Mw::endsWith(text, L'B', false));
+    Mw::stripLeadingChars(text, L'/');
+    EXPECT_EQ(text, L"a/b");
+    Mw::stripLeadingChars(text, L'x');
+    Mw::stripTrailingChars(text, L'x');
+    EXPECT_EQ(text, L"a/b");
+
+    for (const auto strip : {Mw::stripLeadingChars, Mw::stripTrailingChars})
+    {
+        Wide all(L"xxx");
+        strip(all, L'x');
+        EXPECT_TRUE(all.empty());
+        strip(all, L'x');
+        EXPECT_FALSE(Mw::endsWith(all, L'x', true));
+    }
+}
+
+TEST(CompanionText, integersAreWrittenAndAppended)
+{
+    EXPECT_EQ(StringFromInteger(std::numeric_limits<int>::min()), "-2147483648");
+    EXPECT_EQ(Mw::WStringFromInteger(std::numeric_limits<long>::min()), L"-9223372036854775808");
+    Narrow text("n");
+    text += -7;
+    text += 4294967295u;
+    EXPECT_EQ(text, "n-74294967295");
+    EXPECT_EQ("left " + Narrow("right"), "left right");
+    EXPECT_EQ(L"left " + Wide(), L"left ");
+    EXPECT_EQ(static_cast<const char*>(nullptr) + Narrow("right"), "right");
+}
+
+TEST(CompanionText, floatsReadBackEqualWithoutAnExponent)
+{
+    EXPECT_EQ(StringFromFloat(29.97), "29.97");
+    EXPECT_EQ(StringFromFloat(-0.1), "-0.1");
+    EXPECT_EQ(StringFromFloat(1e21), "1000000000000000000000");
+    for (const double value : {5e-324, -2.2250738585072011e-308, 1.7976931348623157e308, 0.1 + 0.2})
+    {
+        const Narrow text = StringFromFloat(value);
+        EXPECT_EQ(std::strtod(text.c_str(), nullptr), value);
+        EXPECT_EQ(text.find('e'), Narrow::npos);
+    }
+    EXPECT_EQ(StringFromFloat(std::numeric_limits<double>::infinity()), "inf");
+}
+
+TEST(CompanionText, wideFloatsHaveSixDigitsAndMayLoseTheirZeros)
+{
+    struct
+    {
+        double value;
+        char format;
+        bool trimZeros;
+        const wchar_t* text;
+    } const rows[] = {
+        {1.5, 'f', false, L"1.500000"},        {1.5, 'f', true, L"1.5"}, {100, 'f', true, L"100"},
+        {1.5e9, 'e', true, L"1.5e+09"},        {2, 'e', true, L"2e+00"}, {1.5, 'e', false, L"1.500000e+00"},
+        {1234567, 'g', false, L"1.23457e+06"}, {100, 'g', true, L"100"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Mw::WStringFromFloat(row.value, row.format, row.trimZeros), row.text);
+    EXPECT_EQ(Mw::WStringFromFloat(-std::numeric_limits<double>::max(), 'f', false).length(), 317u);
+}
+
+TEST(CompanionText, wideIntegersAreWholeTextsOrTheDefault)
+{
+    struct
+    {
+        const wchar_t* text;
+        int value; // -99: the default
+    } const rows[] = {
+        {L"42", 42},
+        {L" -42\n", -42},
+        {L"+0", 0},
+        {L"2147483647", 2147483647},
+        {L"2147483648", -99},
+        {L"-2147483649", -99},
+        {L"", -99},
+        {L" ", -99},
+        {L"-", -99},
+        {L"4 2", -99},
+        {L"42x", -99},
+        {L"0x10", -99},
+        {L"99999999999999999999999", -99},
+        {L"\u0664", -99},
+        {L"- 1", -99},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Mw::IntFromWString(row.text, -99), row.value) << toUTF8(row.text);
+    EXPECT_EQ(Mw::IntFromWString(L"-2147483648", 0), std::numeric_limits<int>::min());
+}
+
+TEST(AttribValuePair, textFormSplitsAtTheFirstSeparator)
+{
+    const Mw::AttribValuePair pair("rate=25=x", '=');
+    EXPECT_TRUE(pair.valid());
+    EXPECT_EQ(pair.name(), "rate");
+    EXPECT_EQ(pair.value(), "25=x");
+    EXPECT_EQ(pair.asString(':'), "rate:25=x");
+    EXPECT_EQ(Mw::AttribValuePair("name", "", '=').asString('='), "name=");
+
+    for (const char* const text : {"", "=", "=value", "name"})
+        EXPECT_FALSE(Mw::AttribValuePair(text, '=').valid()) << text;
+    EXPECT_FALSE(Mw::AttribValuePair("a=b", "c", '=').valid());
+}
+
+TEST(Now, isTheWallClockInSeconds)
+{
+    const double before = OS().debugger().getClock() / 1e6;
+    const double now = Mw::now();
+    EXPECT_NEAR(now, before, 60);
+    EXPECT_GT(now, 1.6e9);
+}

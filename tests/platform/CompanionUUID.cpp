@@ -1,0 +1,106 @@
+#include "libmw/UUID.h"
+
+#include <cctype>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+
+namespace
+{
+
+constexpr char sample[] = "01234567-89ab-cdef-0123-456789abcdef";
+constexpr Mw::UUID sampleUuid({0x01234567, 0x89abcdef, 0x01234567, 0x89abcdef});
+
+std::string text(const Mw::UUID& uuid)
+{
+    char buffer[Mw::UUID::textLength + 1];
+    uuid.asString(buffer);
+    return buffer;
+}
+
+std::wstring wide(const std::string& text)
+{
+    return {text.begin(), text.end()};
+}
+
+} // namespace
+
+TEST(UUID, textAndValueConvertBothWays)
+{
+    EXPECT_EQ(text(sampleUuid), sample);
+    EXPECT_EQ(Mw::UUID(sample), sampleUuid);
+    EXPECT_EQ(Mw::UUID("01234567-89AB-CDEF-0123-456789ABCDEF"), sampleUuid);
+    EXPECT_EQ(Mw::UUID(wide(sample).c_str()), sampleUuid);
+
+    wchar_t buffer[Mw::UUID::textLength + 1];
+    sampleUuid.asWString(buffer);
+    EXPECT_EQ(buffer, wide(sample));
+}
+
+TEST(UUID, badTextsAndNilAreNotValid)
+{
+    const std::string good(sample);
+    EXPECT_FALSE(Mw::UUID().valid());
+    EXPECT_FALSE(Mw::UUID(static_cast<const char*>(nullptr)).valid());
+    EXPECT_FALSE(Mw::UUID("00000000-0000-0000-0000-000000000000").valid());
+    for (std::size_t length = 0; length < good.size(); ++length)
+        EXPECT_FALSE(Mw::UUID(good.substr(0, length).c_str()).valid()) << length;
+    EXPECT_FALSE(Mw::UUID((good + "0").c_str()).valid());
+    EXPECT_FALSE(Mw::UUID(("{" + good + "}").c_str()).valid());
+}
+
+TEST(UUID, everyCharacterAtEveryPlaceIsReadOrRefused)
+{
+    const std::string good(sample);
+    for (std::size_t place = 0; place < good.size(); ++place)
+        for (int c = 0; c < 256; ++c)
+        {
+            std::string changed(good);
+            changed[place] = static_cast<char>(c);
+            const bool allowed = good[place] == '-' ? c == '-' : c != 0 && std::strchr("0123456789abcdefABCDEF", c);
+            const Mw::UUID uuid(changed.c_str());
+            ASSERT_EQ(uuid.valid(), allowed) << place << ' ' << c;
+            std::wstring changedWide(wide(good));
+            changedWide[place] = static_cast<wchar_t>(c);
+            ASSERT_EQ(Mw::UUID(changedWide.c_str()), uuid) << place << ' ' << c;
+            if (allowed)
+            {
+                changed[place] = static_cast<char>(std::tolower(c));
+                ASSERT_EQ(text(uuid), changed);
+            }
+        }
+    EXPECT_FALSE(Mw::UUID(L"\x10031"
+                          L"1234567-89ab-cdef-0123-456789abcdef")
+                     .valid());
+}
+
+TEST(UUID, orderIsThatOfTheWordsAndOfTheTexts)
+{
+    const Mw::UUID ordered[] = {Mw::UUID(),
+                                Mw::UUID({0, 0, 0, 1}),
+                                Mw::UUID({0, 1, 0, 0}),
+                                Mw::UUID({9, 0, 0, 0}),
+                                Mw::UUID({10, 0, 0, 0}),
+                                Mw::UUID({0x80000000u, 0, 0, 0})};
+    for (const Mw::UUID& a : ordered)
+        for (const Mw::UUID& b : ordered)
+        {
+            EXPECT_EQ(a < b, &a < &b);
+            EXPECT_EQ(a != b, &a != &b);
+            EXPECT_EQ(text(a) < text(b), a < b);
+        }
+}
+
+TEST(UUID, generatedValuesDifferAndAreRandomOnes)
+{
+    std::set<Mw::UUID> made;
+    for (int i = 0; i < 1000; ++i)
+    {
+        const Mw::UUID uuid = Mw::UUID::generate();
+        EXPECT_EQ(text(uuid)[14], '4');
+        EXPECT_NE(std::string("89ab").find(text(uuid)[19]), std::string::npos);
+        made.insert(uuid);
+    }
+    EXPECT_EQ(made.size(), 1000u);
+}
