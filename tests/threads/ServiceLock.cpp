@@ -1,0 +1,37 @@
+#include "misc/threads/ServiceLock.h"
+
+#include "OS/OS.h"
+#include "OS/ThreadId.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+TEST(ServiceLock, nestsAndNamesItsOwner)
+{
+    service_init();
+    const int before = service_lock_counts().entered;
+    EXPECT_EQ(who_owns_service_lock(), 0u);
+    service_disable();
+    service_disable();
+    service_enable();
+    EXPECT_EQ(who_owns_service_lock(), ThreadId::current());
+    service_enable();
+    EXPECT_EQ(who_owns_service_lock(), 0u);
+    EXPECT_EQ(service_lock_counts().entered, before + 2) << "leaving doesn't count down";
+}
+
+TEST(ServiceLock, countsWhoWaits)
+{
+    service_disable();
+    std::thread waiter(
+        []
+        {
+            service_disable();
+            service_enable();
+        });
+    while (service_lock_counts().waiting != 1)
+        std::this_thread::yield();
+    service_enable();
+    waiter.join();
+    EXPECT_EQ(service_lock_counts().waiting, 0);
+}
