@@ -1,0 +1,190 @@
+#include "misc/diagnostics/FatalError.h"
+
+#include "OS/FileMgr.h"
+#include "diagnostics/Support.h"
+#include "libmw/Shutdown.h"
+#include "libmw/Splat.h"
+#include "misc/diagnostics/QaSplat.h"
+#include "misc/diagnostics/SystemWatchdog.h"
+#include "misc/threads/ServiceLock.h"
+
+#include <csignal>
+#include <regex>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+
+namespace
+{
+
+// By a signal; under a sanitizer, which reports it, with a failure.
+bool crashed(int status)
+{
+    if (WIFSIGNALED(status))
+        return WTERMSIG(status) == SIGSEGV;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return WEXITSTATUS(status) != 0;
+#else
+    return false;
+#endif
+}
+
+class FatalErrorDeath : public testing::Test
+{
+protected:
+    FatalErrorDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    // Leaves no core. What is logged and not flushed is lost in a crash.
+    static void prepareToDie()
+    {
+        const rlimit noCore{0, 0};
+        setrlimit(RLIMIT_CORE, &noCore);
+        std::setvbuf(stderr, nullptr, _IOFBF, 1 << 14);
+        SetLogOutput(stderr);
+    }
+};
+
+} // namespace
+
+TEST_F(FatalErrorDeath, splatPrintsAnnouncesAndCrashes)
+{
+    const auto die = []
+    {
+        prepareToDie();
+        addSplatCallback([](const char* message) { std::fprintf(stderr, "told of <%s>\n", message); });
+        oma_splat("no way on");
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(die(), crashed,
+                "^\n\\*{33}\nOMA_SPLAT: no way on\nTime: .* \\(Session : [0-9]+ seconds\\)\n\ntold of <no way on>\n");
+}
+
+TEST_F(FatalErrorDeath, splatOnAnotherThreadExitsWithoutPrinting)
+{
+    const auto die = []
+    {
+        prepareToDie();
+        addSplatCallback([](const char*) { std::thread(oma_splat, "#2").join(); });
+        oma_splat("first");
+    };
+    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^[^#]*OMA_SPLAT: first\n[^#]*$");
+}
+
+TEST_F(FatalErrorDeath, splatDuringAThreadsExceptionReturns)
+{
+    const auto die = []
+    {
+        prepareToDie();
+        const int before = raiseThreadExceptionCount();
+        oma_splat("not now");
+        std::exit(10 * before + exceptionInProgress());
+    };
+    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^$");
+}
+
+TEST_F(FatalErrorDeath, shutdownAfterAnExceptionTriesNineTimes)
+{
+    const auto die = []
+    {
+        prepareToDie();
+        const auto failing = [](Shutdown::eExitType)
+        {
+            std::fputc('T', stderr);
+            throw std::runtime_error("never ready");
+        };
+        const auto asking = [](Shutdown::eExitType type)
+        { std::fprintf(stderr, "(type %d, flag %d, again %d)", type, get_crash_flag(), postExceptionShutdown()); };
+        Shutdown::addCallback(failing, 10);
+        Shutdown::addCallback(asking, 20);
+        postExceptionShutdown();
+    };
+    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^T\\(type 1, flag 1, again 2\\)T{8}$");
+}
+
+TEST_F(FatalErrorDeath, shutdownEndsAtTheFirstAttemptThatSucceeds)
+{
+    const auto die = []
+    {
+        prepareToDie();
+        Shutdown::addCallback([](Shutdown::eExitType) { std::fputs("once", stderr); }, 10);
+        postExceptionShutdown();
+    };
+    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^once$");
+}
+
+TEST(FatalError, sessionLengthHasThreeForms)
+{
+    for (const auto& [seconds, expected] : {std::pair(1, "1 seconds"),
+                                            {59, "59 seconds"},
+                                            {60, "1 minute"},
+                                            {120, "2 minutes"},
+                                            {3599, "59 minutes"},
+                                            {3600, "1 hour, 0 minute"},
+                                            {3660, "1 hour, 1 minute"},
+                                            {3720, "1 hour, 2 minutes"},
+                                            {7200, "2 hours, 0 minute"},
+                                            {100 * 3600 + 3599, "100 hours, 59 minutes"}})
+    {
+        char text[exitTimeStrSize];
+        getSessionTimeStr(seconds, text);
+        EXPECT_STREQ(text, expected);
+    }
+    char text[exitTimeStrSize];
+    getExitTimeStr(text);
+    const std::regex form(
+        "Time: [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]\\d [\\d:]{8} \\d{4}  \\(Session : \\d+ seconds\\)\n");
+    EXPECT_TRUE(std::regex_match(text, form)) << text;
+}
+
+TEST_F(Diagnostics, initialisationHappensOnceAndTakesPlatformMessages)
+{
+    const auto before = OS().setMessageFunction(nullptr);
+    const int entered = service_lock_counts().entered;
+    EXPECT_EQ(except_init(), 0);
+    OS().message("from below");
+    EXPECT_EQ(logged(), "0.000    : from below\n");
+
+    OS().setMessageFunction([](const char*) {});
+    EXPECT_EQ(except_init(), 0);
+    OS().message("to another receiver");
+    EXPECT_EQ(logged(), "");
+    EXPECT_EQ(service_lock_counts().entered, entered + 1);
+    EXPECT_EQ(who_owns_service_lock(), 0u);
+    OS().setMessageFunction(before);
+}
+
+TEST_F(Diagnostics, stackTraceIsLoggedUnderItsTitle)
+{
+    qa_splat("no stack, no lines", 8);
+    EXPECT_EQ(logged(), "");
+
+    debugger_.frames = {"inner (a.cpp:1)", std::string(300, 'f').c_str()};
+    const std::string frames = "0.000    : inner (a.cpp:1)\n0.000    : " + std::string(250, 'f') + "\n";
+    qa_splat("Odd", 8);
+    EXPECT_EQ(logged(), "0.000    : ---- Odd -------\n" + frames + "0.000    : -----------------------\n");
+    SetLogFilter("%s\n");
+    logStacktrace("Odd");
+    EXPECT_EQ(logged(), frames) << "the filter looks at the formats";
+}
+
+TEST_F(Diagnostics, errorIsShownUnderTheApplicationsNameOnLifeSupport)
+{
+    OS().fileMgr().setApplicationName(L"Editor");
+    testing::internal::CaptureStderr();
+    showError("hidden", false);
+    showError("The disk is full.", true);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Editor: The disk is full.\n");
+    OS().fileMgr().setApplicationName({});
+    EXPECT_FALSE(SystemWatchdog::isOnLifeSupport());
+
+    SystemWatchdog::beginLifeSupport();
+    SystemWatchdog::beginLifeSupport();
+    SystemWatchdog::endLifeSupport();
+    EXPECT_TRUE(SystemWatchdog::isOnLifeSupport());
+    SystemWatchdog::endLifeSupport();
+    EXPECT_EQ(logged(), "");
+    SystemWatchdog::endLifeSupport();
+    EXPECT_EQ(logged().substr(0, 28), "assertion failed before > 0 ");
+    EXPECT_FALSE(SystemWatchdog::isOnLifeSupport());
+}
