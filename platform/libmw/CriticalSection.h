@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-// A lock that the thread which holds it may enter again. The name is for diagnostics. An uncontended
-// enter or leave makes no call.
+// A lock that the thread which holds it may enter again. The name is for diagnostics and is not copied. An
+// uncontended enter or leave makes no call.
 //
 // Can be a static object of any module: it is ready before the first constructor runs and stays ready
 // after the last destructor. It can't be moved or copied.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <tuple>
 #include <vector>
 
@@ -50,24 +51,23 @@ public:
 
     void execute(Shutdown::eExitType type)
     {
-        Entry next{};
-        while (startNext(next))
+        while (const std::optional<Entry> next = startNext())
         {
             try
             {
-                next.object ? next.object->execute(type) : next.function(type);
+                next->object ? next->object->execute(type) : next->function(type);
             }
             catch (...)
             {
-                putBack(next.arrival);
+                putBack(next->arrival);
                 throw;
             }
-            finish(next.arrival);
+            finish(next->arrival);
         }
     }
 
 private:
-    bool startNext(Entry& next)
+    std::optional<Entry> startNext()
     {
         const CriticalSection::Lock lock(lock_);
         Entry* first = nullptr;
@@ -75,10 +75,9 @@ private:
             if (!entry.running && (first == nullptr || entry.before(*first)))
                 first = &entry;
         if (first == nullptr)
-            return false;
+            return std::nullopt;
         first->running = true;
-        next = *first;
-        return true;
+        return *first;
     }
 
     void putBack(std::uint64_t arrival)
