@@ -65,7 +65,7 @@ public:
     // the sub-type becomes the letter's default in the classic form, and 0 in the UUID form.
     Cookie(const char* text, bool keepSubType) noexcept;
 
-    // The same, but the letter of the UUID form is taken as it stands.
+    // The same, but the letter of the UUID form is taken as it stands, whatever ASCII character it is.
     Cookie(const LightweightString<wchar_t>& text, bool keepSubType) noexcept;
 
     void initFromString(const char* text, bool keepSubType) noexcept;

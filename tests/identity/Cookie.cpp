@@ -1,0 +1,324 @@
+#include "misc/identity/Cookie.h"
+
+#include "Mw/Exception.h"
+#include "libmw/Text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+constexpr char uuidText[] = "01234567-89ab-cdef-0123-456789abcdef";
+constexpr Mw::UUID uuid({0x01234567, 0x89abcdef, 0x01234567, 0x89abcdef});
+
+Cookie builtIn(CookieType type, int number)
+{
+    return Cookie(type, number, 0, Cookie::builtInMachine);
+}
+
+std::string text(const Cookie& cookie, bool withSubType = true)
+{
+    return std::string(cookie.asString(withSubType).c_str());
+}
+
+Cookie read(const std::string& text, bool keepSubType = true)
+{
+    return Cookie(text.c_str(), keepSubType);
+}
+
+Cookie readWide(const std::string& text, bool keepSubType = true)
+{
+    return Cookie(LightweightString<wchar_t>(std::wstring(text.begin(), text.end())), keepSubType);
+}
+
+std::string uuidForm(const std::string& head)
+{
+    return head + uuidText;
+}
+
+} // namespace
+
+// Constants are there before any constructor runs.
+static_assert(video_black.number() == 1 && video_black.machine() == 647 && !invalid_cookie.valid());
+
+TEST(Cookie, builtInConstantsPrintTheirIdentity)
+{
+    EXPECT_EQ(text(video_black), "VZ0Z0001");
+    EXPECT_EQ(text(audio_black), "SZ0Z0001"); // sub-type 0, which is not the default of S
+    EXPECT_EQ(text(video_dissolve), "VZ0Z0002");
+    EXPECT_EQ(text(audio_dissolve), "SZ0Z0002");
+    EXPECT_EQ(text(video_mix50), "VZ0Z0003");
+    EXPECT_EQ(text(audio_mix50), "SZ0Z0003");
+    EXPECT_EQ(text(film_dissolve), "VZ0Z0004");
+    EXPECT_EQ(text(invalid_cookie), "INVALID");
+    EXPECT_EQ(invalid_cookie.asWString(), L"INVALID");
+}
+
+TEST(Cookie, constructorRefusesPartsOutOfRange)
+{
+    struct
+    {
+        CookieType type;
+        int number, subType, machine;
+        bool valid;
+    } const rows[] = {
+        {'V', 1679615, 0, 2703, true}, {'V', 1679616, 0, 1, false}, {'V', -1, 0, 1, false}, {'V', 1, 0, 2704, false},
+        {'V', 1, 0, -1, false},        {'V', 1, 0, 65535, true},    {'I', 1, 0, 1, false},  {'A', 1, 0, 1, false},
+        {'V', 1, 36, 1, true},         {'S', 1, 35, 1, true},       {'S', 1, 36, 1, false}, {'S', 1, 255, 1, true},
+        {'S', 1, -1, 1, false},        {'V', 1, -1, 1, false},      {'V', 1, 0, 0, true},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(Cookie(row.type, row.number, row.subType, row.machine).valid(), row.valid)
+            << row.type << ' ' << row.number << ' ' << row.subType << ' ' << row.machine;
+    EXPECT_EQ(Cookie('V', 1, 1, -1), invalid_cookie);
+    EXPECT_EQ(Cookie('S', 1, 255, 1).subType(), 1u);
+    EXPECT_EQ(Cookie('V', 1, 255, 1).subType(), 0u);
+    EXPECT_EQ(Cookie('V', 1, 0, 65535).machine(), static_cast<unsigned>(Cookie::getLocalMachineNumber()));
+}
+
+TEST(Cookie, everyMachineNumberHasACodeOfItsOwnThatReadsBack)
+{
+    std::set<unsigned> codes;
+    for (int machine = 0; machine < 2704; ++machine)
+    {
+        const unsigned code = Cookie::encodeMachineNumber(machine);
+        ASSERT_LT(code, 2704u);
+        codes.insert(code);
+        ASSERT_EQ(Cookie::decodeMachineNumber(code), static_cast<unsigned>(machine));
+        const unsigned short pair = Cookie::get2DigitBase52Map36Code(code);
+        const char first = static_cast<char>(pair & 0xFF), second = static_cast<char>(pair >> 8);
+        ASSERT_EQ(Cookie::base52Map36ToInt(first, second), static_cast<int>(code));
+
+        const Cookie cookie('M', 1000 + machine, 7, machine);
+        const std::string printed = text(cookie);
+        ASSERT_EQ(printed[1], first);
+        ASSERT_EQ(printed[3], second);
+        ASSERT_EQ(read(printed), cookie) << printed;
+        ASSERT_EQ(readWide(printed), cookie) << printed;
+        ASSERT_EQ(cookie.asWString(), fromUTF8(printed.c_str()));
+    }
+    EXPECT_EQ(codes.size(), 2704u);
+    EXPECT_EQ(text(Cookie('V', 0, 0, 1)), "V0030000");
+    EXPECT_EQ(text(Cookie('V', 0, 0, 648)), "V0000000");
+    EXPECT_EQ(text(Cookie('V', 0, 0, 2703)), "V~0~0000");
+    for (const int machine : {-1, 2704, INT_MAX, INT_MIN})
+        EXPECT_EQ(Cookie::encodeMachineNumber(machine), 0xFFFFFFFFu);
+    EXPECT_EQ(Cookie::decodeMachineNumber(2704), 65535u);
+}
+
+TEST(Cookie, codesOutOfRangeThrow)
+{
+    try
+    {
+        Cookie::get2DigitBase52Map36Code(2704);
+        FAIL();
+    }
+    catch (const Mw::Exception::RuntimeError& e)
+    {
+        EXPECT_STREQ(e.message_, "Number out of range in get2DigitBase52Map36Code!");
+        EXPECT_STREQ(e.file_, "misc/Cookie");
+        EXPECT_EQ(e.line_, 955);
+    }
+    for (const auto& pair : {"0%", "%0", ".."})
+        EXPECT_THROW(Cookie::base52Map36ToInt(pair[0], pair[1]), Mw::Exception::RuntimeError);
+    EXPECT_THROW(Cookie::base52Map36ToInt('0', '\0'), Mw::Exception::RuntimeError);
+    EXPECT_EQ(Cookie::base52Map36ToInt('z', 'z'), 1295);
+}
+
+TEST(Cookie, numbersTakeFourDigits)
+{
+    for (int number = 0; number < 1679616; number += 97)
+        ASSERT_EQ(read(text(builtIn('V', number))).number(), static_cast<unsigned>(number));
+    EXPECT_EQ(text(builtIn('V', 1679615)), "VZ0ZZZZZ");
+    EXPECT_EQ(read("vz0zab9z"), read("VZ0ZAB9Z"));
+    EXPECT_EQ(read("VZ0Z0*01"), video_black); // a stray character counts as 0
+}
+
+TEST(Cookie, everyByteAtEveryPlaceOfTheClassicFormIsReadAsItsOwnRule)
+{
+    const std::string good = "V1527XYZ";
+    for (std::size_t place = 0; place < good.size(); ++place)
+        for (int byte = 1; byte < 256; ++byte)
+        {
+            const char c = static_cast<char>(byte);
+            const char folded = byte < 128 ? static_cast<char>(std::toupper(byte)) : c;
+            std::string changed(good);
+            changed[place] = c;
+            const Cookie cookie = read(changed);
+
+            bool readable = true;
+            bool strict = byte < 128 && std::isalnum(byte);
+            std::string canonical(good);
+            canonical[place] = byte < 128 && std::isalnum(byte) ? folded : '0';
+            if (place == 0)
+            {
+                readable = std::strchr("BCEFGMOPRSTV", folded) != nullptr;
+                strict = std::strchr("EFGOPRSV", c) != nullptr;
+            }
+            else if (place == 1 || place == 3)
+            {
+                canonical[place] = folded;
+                readable = std::strchr(kBase52Codes, folded) != nullptr;
+                strict = std::strchr(kBase52Codes, c) != nullptr;
+            }
+            ASSERT_EQ(text(cookie), readable ? canonical : "INVALID") << place << ' ' << byte;
+            ASSERT_EQ(Cookie::isValid(changed.c_str()), strict) << place << ' ' << byte;
+            ASSERT_EQ(readWide(changed), byte < 128 ? cookie : invalid_cookie) << place << ' ' << byte;
+        }
+}
+
+TEST(Cookie, everyByteAtEveryPlaceOfTheUuidFormIsReadAsItsOwnRule)
+{
+    const std::string good = uuidForm("V07-");
+    for (std::size_t place = 0; place < good.size(); ++place)
+        for (int byte = 1; byte < 256; ++byte)
+        {
+            const char c = static_cast<char>(byte);
+            std::string changed(good);
+            changed[place] = c;
+            const Cookie cookie = read(changed);
+            const bool hex = byte < 128 && std::isxdigit(byte);
+            const bool hyphen = good[place] == '-';
+
+            // Head: the letter, a number of which stray characters end the reading, and any fourth one.
+            const bool readable = place == 0  ? byte < 128 && std::strchr("BCEFGMOPRSTV", std::toupper(byte))
+                                  : place < 4 ? true
+                                              : (hyphen ? c == '-' : hex);
+            const bool negative = place == 1 && c == '-';
+            ASSERT_EQ(cookie.valid(), readable && !negative) << place << ' ' << byte;
+            if (place >= 4 && readable)
+            {
+                ASSERT_EQ(cookie.uuid(), Mw::UUID(changed.c_str() + 4));
+            }
+
+            const bool strict = place == 0                 ? byte < 128 && std::isalpha(byte)
+                                : place == 1 || place == 2 ? byte < 128 && std::isdigit(byte)
+                                : place == 19              ? true
+                                : hyphen                   ? c == '-'
+                                                           : hex;
+            ASSERT_EQ(Cookie::isValid(changed.c_str()), strict) << place << ' ' << byte;
+        }
+}
+
+TEST(Cookie, uuidFormPrintsAndReadsBothWays)
+{
+    const Cookie cookie('V', uuid, 7);
+    EXPECT_EQ(text(cookie), uuidForm("V07-"));
+    EXPECT_EQ(text(cookie, false), uuidForm("V00-"));
+    EXPECT_EQ(cookie.asWString(), fromUTF8(uuidForm("V07-").c_str()));
+    EXPECT_TRUE(read(text(cookie)).isUuid());
+    EXPECT_EQ(text(Cookie('V', uuid, 100)), uuidForm("V100-"));
+    EXPECT_FALSE(read(uuidForm("V100-")).valid());
+
+    for (const auto reader : {read, readWide})
+    {
+        EXPECT_EQ(reader(uuidForm("V07-"), true), cookie);
+        EXPECT_EQ(reader(uuidForm("S07-"), false).subType(), 0u); // not the default of the classic form
+        EXPECT_EQ(reader(uuidForm("V+9-"), true).subType(), 9u);
+        EXPECT_FALSE(reader(uuidForm("V-7-"), true).valid());
+        EXPECT_FALSE(reader("V00-00000000-0000-0000-0000-000000000000", true).valid());
+    }
+    // The wide form takes the letter as it stands and asks for a number; the narrow one does neither.
+    EXPECT_EQ(readWide(uuidForm("v07-")).type(), 'v');
+    EXPECT_EQ(readWide(uuidForm("#07-")).type(), '#');
+    EXPECT_FALSE(readWide(uuidForm("I07-")).valid());
+    EXPECT_FALSE(readWide(uuidForm("Vxx-")).valid());
+    EXPECT_EQ(read(uuidForm("v07-")).type(), 'V');
+    EXPECT_TRUE(read(uuidForm("Vxx-")).valid());
+}
+
+TEST(Cookie, textsOfOtherLengthsAreInvalid)
+{
+    const std::string longest = uuidForm("V00-") + "0";
+    for (std::size_t length = 0; length <= longest.size(); ++length)
+    {
+        const std::string cut = longest.substr(0, length);
+        const bool form = length == 8 || length == 40;
+        EXPECT_EQ(readWide(cut).valid(), read(cut).valid()) << cut;
+        EXPECT_EQ(read(cut).valid(), form) << cut;
+        EXPECT_EQ(Cookie::isValid(cut.c_str()), form) << cut; // a hyphen is a machine character too
+    }
+    EXPECT_FALSE(Cookie(static_cast<const char*>(nullptr), true).valid());
+    EXPECT_FALSE(Cookie::isValid(nullptr));
+    EXPECT_EQ(text(Cookie("", true)), "INVALID");
+}
+
+TEST(Cookie, subTypeIsKeptShownOrReplacedByTheDefault)
+{
+    EXPECT_EQ(text(Cookie('V', 1, 5, 647), false), "VZ0Z0001");
+    EXPECT_EQ(text(Cookie('S', 1, 5, 647), false), "SZ5Z0001");
+    EXPECT_EQ(text(Cookie('V', 1, 36, 647)), "VZ[Z0001"); // past Z
+    EXPECT_EQ(read("VZ5Z0001", false).subType(), 0u);
+    EXPECT_EQ(read("SZ5Z0001", false).subType(), 1u);
+    EXPECT_EQ(read("SZ5Z0001", true).subType(), 5u);
+
+    const Cookie waveform = convertCookie(Cookie('V', uuid, 4), 'S', 255);
+    EXPECT_EQ(text(waveform), uuidForm("S01-"));
+    EXPECT_EQ(text(convertCookie(video_mix50, 'G', 2)), "GZ2Z0003");
+    EXPECT_EQ(text(convertCookie(audio_mix50, 'P', 255)), "PZ0Z0003");
+}
+
+TEST(Cookie, orderIsMixedAndIgnoresTheForm)
+{
+    // Letters and identities descend, sub-types ascend.
+    const Cookie sorted[] = {builtIn('V', 2),      builtIn('V', 1), Cookie('V', 9, 1, 5),   Cookie('V', 9, 200, 5),
+                             Cookie('S', uuid, 0), builtIn('S', 9), Cookie('S', 9, 0, 646), invalid_cookie};
+    for (const Cookie& a : sorted)
+        for (const Cookie& b : sorted)
+        {
+            EXPECT_EQ(a.compare(b) < 0, &a < &b) << text(a) << ' ' << text(b);
+            EXPECT_EQ(a == b, &a == &b);
+        }
+    EXPECT_EQ(builtIn('S', 1).compare(builtIn('V', 1)), 'V' - 'S');
+    EXPECT_EQ(Cookie('V', 1, 9, 1).compare(Cookie('V', 1, 2, 1)), 7);
+
+    Cookie sameWords('V', Mw::UUID({1, 647, 0, 0}), 0);
+    EXPECT_EQ(sameWords, video_black);
+    EXPECT_EQ(std::unordered_set<Cookie>({sameWords, video_black}).size(), 1u);
+}
+
+TEST(Cookie, builtInKindsFollowTheirNumbers)
+{
+    for (int number = 0; number < 100000; ++number)
+    {
+        const auto within = [=](int base) { return number > base && number <= base + 20; };
+        const bool firstBlock = within(46656) || within(47952), secondBlock = within(93312) || within(94608);
+        const Cookie here = builtIn('V', number), elsewhere('V', number, 0, 646);
+        ASSERT_EQ(here.isWipe(), firstBlock || secondBlock) << number;
+        ASSERT_EQ(here.wipeType(), here.isWipe() ? (number - 46656) % 1296 : 0) << number;
+        ASSERT_EQ(here.wipeDirection(), firstBlock ? 0 : 1) << number;
+        ASSERT_EQ(elsewhere.wipeType(), here.wipeType());
+        ASSERT_EQ(here.isDissolve(), number == 2 || number == 4 || number == 1298 || number == 1300);
+        ASSERT_EQ(here.isFilmDissolve(), number == 4 || number == 1300);
+        ASSERT_EQ(here.isEffectGraph(), number == 46677);
+        ASSERT_EQ(here.isInput(), number >= 46678 && number <= 46685);
+        ASSERT_FALSE(elsewhere.isWipe() || elsewhere.isDissolve() || elsewhere.isFilmDissolve() ||
+                     elsewhere.isInput() || elsewhere.isEffectGraph());
+    }
+    EXPECT_EQ(text(getWipeCookie('S', eWipeFirstBlock, 20)), "SZ0Z100K");
+    EXPECT_EQ(text(getWipeCookie('V', eWipeSecondBlock, 1)), "VZ0Z2001");
+    EXPECT_FALSE(getWipeCookie('V', eWipeFirstBlock, 0).isWipe());
+    EXPECT_FALSE(getWipeCookie('Q', eWipeFirstBlock, 1).valid());
+    EXPECT_FALSE(getWipeCookie('V', eWipeSecondBlock, INT_MAX).valid());
+}
+
+TEST(Cookie, printingAMachineWithoutACodeIsFatal)
+{
+    Cookie cookie;
+    cookie.construct('V', 1, 0, 2704);
+    EXPECT_DEATH(cookie.asString(true), "");
+}
+
+TEST(Cookie, machineNumbersOfMachinesLeaveOutTheReservedOnes)
+{
+    for (int machine = -1; machine < 2706; ++machine)
+        ASSERT_EQ(isValidMachineNum(machine), machine >= 1 && machine <= 2703 && machine != 647) << machine;
+}
