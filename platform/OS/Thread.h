@@ -7,7 +7,8 @@
 #include <map>
 #include <vector>
 
-// A thread of the platform. Made by OS().threadMgr().createThread.
+// A thread of the platform, made by OS().threadMgr().createThread. Whoever drops it while it runs lets it
+// run on. Any thread, except where an operation says otherwise.
 class OS_API iThread : public iObject
 {
 public:
@@ -19,12 +20,13 @@ public:
     };
     using EntryFunction = eExecRC (*)(void*);
 
-    // A C++ exception that left a thread's entry function, as the thread's handler gets it.
+    // A C++ exception that left a thread's entry function, as the thread's handler gets it: on the thread
+    // that died, inside of a catch, so that std::current_exception() still gives the exception itself.
     struct Exception
     {
-        std::uint64_t function = 0; // the entry function's address
-        std::uint64_t argument = 0; // its argument
-        std::vector<LightweightString<char>> stack;
+        std::uint64_t function = 0;                 // the entry function's address
+        std::uint64_t argument = 0;                 // its argument
+        std::vector<LightweightString<char>> stack; // what a Mw::Exception::Base carried, else empty
     };
     using ExceptionHandler = void (*)(const Exception&);
 
@@ -33,22 +35,29 @@ public:
     // An identity that is unique among the threads that run; never 0.
     virtual std::uint32_t threadId() = 0;
 
-    // 0 (lowest) to 5 (highest). A priority that the system does not grant becomes the nearest one that
-    // it does; that counts as success.
+    // As it was given, whole; the system shows the first 15 bytes.
+    virtual const LightweightString<char>& name() = 0;
+
+    // 0 (lowest) to 5 (highest), 2 being that of the process. A priority that the system does not grant
+    // becomes the nearest one that it does; that counts as success, and OS().message says so once. False
+    // for any other number and for a thread that has ended.
     virtual bool setPriority(int priority) = 0;
 
-    // Bit n allows processor n; 0 allows all.
+    // Bit n allows processor n; 0 allows all. False if none of them exists or the thread has ended.
     virtual bool setAffinity(int processors) = 0;
 
-    // Waits until the thread has ended; a negative time means for ever. True if it has. A thread never
-    // waits for its own end: called on itself, this gives false at once.
+    // Waits until the thread has ended, its thread_local objects gone; a negative time means for ever. True
+    // if it has. A thread never waits for its own end: called on itself, this gives false at once.
     virtual bool waitForExit(int timeoutMs) = 0;
 
-    // Objects that belong to the thread, by name. For the thread itself only.
+    // Objects that belong to the thread, by name; let go on the thread when its function is done. For the
+    // thread itself only.
     virtual LocalObjects& localObjects() = 0;
 };
 
-// An event that threads wait for. Setting one that nobody waits for makes no system call.
+// An event that threads wait for. Setting one that nobody waits for makes no system call, nor does waiting
+// for one that is set. What a thread did before it set the event is seen by those whom the event let go on.
+// Any thread.
 class OS_API iThreadEvent : public iObject
 {
 public:
@@ -63,35 +72,50 @@ public:
         eWaitTimeout = 1
     };
 
-    // A negative time means for ever. Time is monotonic.
+    // Time is monotonic; a negative one means for ever, 0 looks and gives the answer at once.
     virtual eWaitRC wait(int timeoutMs = -1) = 0;
+
+    // Setting an event that is set changes nothing. The caller touches nothing of the event once a waiter
+    // can go on, so that waiter may drop the last reference.
     virtual void set() = 0;
+
+    // A waiter that had not yet gone on when the event was reset waits again.
     virtual void reset() = 0;
 };
 
-// A lock that can be waited for with a time limit. Recursive.
+// A recursive lock that can be waited for with a time limit. Any thread.
 class OS_API iMutex : public iObject
 {
 public:
-    // True once owned; a negative time means for ever.
+    // True once owned; a negative time means for ever. Each success asks for one release.
     virtual bool acquire(int timeoutMs = -1) = 0;
+
+    // For the owner only: on another thread an assertion, and nothing happens.
     virtual void release() = 0;
 };
 
+// A count of units, at most 2^31 - 1, that threads take and give. Any thread.
 class OS_API iSemaphore : public iObject
 {
 public:
     // True once a unit was taken; a negative time means for ever.
     virtual bool acquire(int timeoutMs = -1) = 0;
+
+    // Gives one or more units, whoever took them.
     virtual void release(int units = 1) = 0;
 };
 
-// A recursive lock without a time limit; the base of CriticalSection.
+// A recursive lock without a time limit. Where no interface is asked for, CriticalSection is the same lock
+// inline. Any thread.
 class OS_API iCriticalSection : public iObject
 {
 public:
     virtual void enter() = 0;
+
+    // False at once where another thread owns it.
     virtual bool tryEnter() = 0;
+
+    // For the owner only: on another thread an assertion, and nothing happens.
     virtual void leave() = 0;
 
     // The id of the thread that holds it, 0 if none does.

@@ -10,7 +10,7 @@ public:
     {
         iThread::EntryFunction function = nullptr;
         void* argument = nullptr;
-        unsigned stackSizeBytes = 0; // 0: the system's default
+        unsigned stackSizeBytes = 0; // 0: the system's default; raised to the system's least
         LightweightString<char> name;
         iThread::ExceptionHandler exceptionHandler = nullptr;
         bool suspended = false; // kept for callers that pass it; threads start at once
@@ -21,7 +21,9 @@ public:
 
     virtual ~iThreadMgr() = default;
 
-    // Null on failure. Without a handler, an exception that leaves the function ends the process.
+    // Null on failure. An exception that leaves the function goes to the handler, on the thread; without a
+    // handler it ends the process by std::terminate. The thread has the caller's nice value and processors
+    // until others are set.
     virtual Mw::Ptr<iThread> createThread(const ThreadParams& params) = 0;
 
     virtual Mw::Ptr<iThreadEvent> createEvent(iThreadEvent::eKind kind, bool set = false) = 0;
@@ -29,23 +31,27 @@ public:
     virtual Mw::Ptr<iSemaphore> createSemaphore(int units) = 0;
     virtual Mw::Ptr<iCriticalSection> createCriticalSection() = 0;
 
-    // Waits for one (or all) of the events; a negative time means for ever. Gives the index of the first
-    // event that was set (0 when waiting for all), or `waitTimedOut`.
+    // Waits for one (or all) of the events, which this manager made, none of them null or listed twice; a
+    // negative time means for ever. Gives the index of the first event that is set, which alone is taken
+    // (0 when waiting for all, which are taken together), or `waitTimedOut`. Without events this is 0 for
+    // all and `waitTimedOut` for one, at once.
     virtual int waitForEvents(const std::vector<Mw::Ptr<iThreadEvent>>& events, bool waitForAll, int timeoutMs) = 0;
 
     // The identity of the calling thread, the same that iThread::threadId gives; never 0.
     virtual std::uint32_t currentThreadId() = 0;
 
     // Calls the function; an exception that leaves it goes to the handler, and the result is then
-    // iThread::eExecFailed.
+    // iThread::eExecFailed. Without a handler the exception goes on to the caller.
     virtual iThread::eExecRC protect(iThread::EntryFunction function, void* argument,
                                      iThread::ExceptionHandler handler) = 0;
 
-    // Ends the calling thread, which createThread made, running the destructors of its stack. Throws a
-    // private type that every catch-all of this library lets through.
+    // Ends the calling thread, which createThread made, running the destructors of its stack. Throws
+    // ThreadExit, which whatever catches everything lets through ("OS/ThreadExit.h").
     [[noreturn]] virtual void exitCurrentThread() = 0;
 
     virtual void sleep(unsigned timeMs) = 0;
     virtual void yield() = 0;
+
+    // How many processors this process may use; at least 1.
     virtual unsigned processorCount() = 0;
 };
