@@ -1,0 +1,151 @@
+#include "examples/editsession/Options.h"
+
+#include "libmw/Text.h"
+#include "misc/media/ProjectRate.h"
+#include "misc/media/TimecodeLabel.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+namespace
+{
+
+Text setRate(Options& options, const Text& value)
+{
+    options.rate = Mw::getFrameRateFromPersistableString(value);
+    if (options.rate == Mw::FRInvalid)
+        return quoted(value) + " is no frame rate; rates are written 24, 25, 30M (29.97), 60M (59.94) and the like";
+    if (Mw::labelsPerSecond(options.rate) == 0)
+        return "there is no timecode at the rate " + quoted(value);
+    return {};
+}
+
+Text setGauge(Options& options, const Text& value)
+{
+    options.gauge = edlstr_to_film_gauge(value.c_str());
+    if (options.gauge == FILM_INVALID)
+        options.gauge = int_to_film_gauge(numberIn(value, 2));
+    if (options.gauge == FILM_INVALID)
+        return quoted(value) + " is no film gauge; gauges are 16 (F16), 35 (F35), F16R and F353";
+    return {};
+}
+
+Text setDropFrame(Options& options, const Text&)
+{
+    options.count = FrameCount::DropFrame;
+    return {};
+}
+
+Text setNonDropFrame(Options& options, const Text&)
+{
+    options.count = FrameCount::NonDropFrame;
+    return {};
+}
+
+Text setDefaultList(Options& options, const Text& value)
+{
+    options.defaultList = value;
+    return {};
+}
+
+Text setHelp(Options& options, const Text&)
+{
+    options.help = true;
+    return {};
+}
+
+// An option of the session: how it is written, and what it does. `set` gives what is wrong with the value.
+struct Option
+{
+    std::string_view name;
+    bool takesValue;
+    Text (*set)(Options&, const Text& value);
+};
+
+constexpr Option knownOptions[] = {
+    {"--rate", true, setRate},
+    {"--gauge", true, setGauge},
+    {"--drop-frame", false, setDropFrame},
+    {"--non-drop-frame", false, setNonDropFrame},
+    {"--default-list", true, setDefaultList},
+    {"--help", false, setHelp},
+    {"-h", false, setHelp},
+};
+
+// Reads one option, whose value may be behind "=" or, then leaving it at `next`, the next word.
+Text readOption(std::string_view word, const char* const*& next, const char* const* end, Options& options)
+{
+    const std::size_t equals = word.find('=');
+    const std::string_view name = word.substr(0, equals);
+    const auto option =
+        std::find_if(std::begin(knownOptions), std::end(knownOptions), [&](const Option& o) { return o.name == name; });
+    if (option == std::end(knownOptions))
+        return "unknown option " + quoted(name);
+
+    const bool hasValue = equals != word.npos;
+    if (hasValue && !option->takesValue)
+        return printable(name) + " takes no value";
+    if (option->takesValue && !hasValue && next == end)
+        return printable(name) + " needs a value";
+    const Text value = hasValue ? Text(word.substr(equals + 1)) : option->takesValue ? Text(*next++) : Text();
+    const Text reason = option->set(options, value);
+    return reason.empty() ? reason : printable(name) + ": " + reason;
+}
+
+// What can only be told once every word is read.
+Text complete(Options& options)
+{
+    if (options.rate == Mw::FRInvalid)
+        options.rate = Mw::currentProjectFrameRate();
+    if (options.list.empty())
+        options.list = options.defaultList;
+    if (options.list.empty())
+        return "no edit list is named";
+    if (options.count == FrameCount::DropFrame && Mw::droppedLabelsPerMinute({options.rate, true}) == 0)
+        return "--drop-frame: there is no drop frame at " + toUTF8(Mw::getDisplayString(options.rate));
+    return {};
+}
+
+} // namespace
+
+Text readOptions(int argc, const char* const* argv, Options& options)
+{
+    const char* const* const end = argv + argc;
+    bool onlyLists = false;
+    for (const char* const* next = argc > 0 ? argv + 1 : end; next != end;)
+    {
+        const std::string_view word = *next++;
+        if (!onlyLists && word == "--")
+            onlyLists = true;
+        else if (!onlyLists && word.starts_with('-'))
+        {
+            if (const Text reason = readOption(word, next, end, options); !reason.empty())
+                return reason;
+        }
+        else if (!options.list.empty())
+            return "there is more than one edit list: " + quoted(options.list) + " and " + quoted(word);
+        else
+            options.list = word;
+    }
+    return options.help ? Text() : complete(options);
+}
+
+const char* helpText()
+{
+    return "Usage: editsession [OPTIONS] EDIT_LIST\n"
+           "Reads a CMX3600 edit list and prints its events with lengths, running total and film footage.\n"
+           "\n"
+           "  --rate RATE         frame rate of the list: 24, 24M (23.98), 25, 30, 30M (29.97), 50, 60M (59.94), ...;\n"
+           "                      25 unless given\n"
+           "  --drop-frame        the list counts in drop frame until an FCM line says otherwise\n"
+           "  --non-drop-frame    it does not; with neither, labels with ; or , before the frames are drop frame\n"
+           "  --gauge GAUGE       film of the footage: 16, 35, or as in edit lists F16, F35, F16R, F353; 35 unless\n"
+           "                      given\n"
+           "  --default-list FILE the list to read if none is named\n"
+           "  --help              this text\n"
+           "\n"
+           "The list goes to standard output. A line that can't be read is refused on standard error as\n"
+           "\"FILE:LINE: reason\", and the rest is still read.\n"
+           "Exit status: 0 all is well, 1 lines were refused, 2 the options are wrong or a file can't be read.\n";
+}

@@ -1,0 +1,63 @@
+#include "examples/editsession/Session.h"
+
+#include "examples/editsession/EditListPrinter.h"
+#include "examples/editsession/EditListReader.h"
+#include "examples/editsession/EventCookies.h"
+#include "examples/editsession/InputFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+
+// A hundred thousand events; the longest films have a few thousand.
+constexpr std::size_t listLimitBytes = 8u << 20;
+
+} // namespace
+
+ExitStatus Session::run()
+{
+    std::string text;
+    if (const Text reason = readInputFile(options_.list, listLimitBytes, text); !reason.empty())
+    {
+        complain(printable(options_.list) + ": " + reason);
+        return Failed;
+    }
+    EditList list = readList(text);
+    nameEvents(list);
+    if (!show(EditListPrinter(list, options_.gauge).print()))
+        return Failed;
+    return refused_ == 0 ? AllRead : LinesRefused;
+}
+
+EditList Session::readList(const std::string& text)
+{
+    const auto refuse = [&](int line, const Text& reason)
+    {
+        ++refused_;
+        std::fprintf(stderr, "%s:%d: %s\n", options_.list.c_str(), line, reason.c_str());
+    };
+    return EditListReader(options_.rate, options_.count, refuse).read(text);
+}
+
+void Session::nameEvents(EditList& list)
+{
+    EventCookies cookies;
+    for (Event& event : list.events)
+        event.cookie = cookies.next();
+}
+
+void complain(const Text& message)
+{
+    std::fprintf(stderr, "editsession: %s\n", message.c_str());
+}
+
+bool show(std::string_view text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0)
+        return true;
+    complain(formatted("standard output: %s", std::strerror(errno)));
+    return false;
+}

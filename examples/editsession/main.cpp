@@ -1,0 +1,64 @@
+#include "examples/editsession/Options.h"
+#include "examples/editsession/Session.h"
+
+#include "Mw/Exception.h"
+#include "libmw/Shutdown.h"
+#include "misc/diagnostics/FatalError.h"
+#include "misc/diagnostics/Log.h"
+#include "misc/threads/ServiceLock.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace
+{
+
+// The library from the start of an application to its end.
+class Library
+{
+public:
+    Library()
+    {
+        // Standard output belongs to the list, which people pipe.
+        SetLogOutput(stderr);
+        except_init();
+        service_init();
+    }
+    ~Library() { Shutdown::executeCallbacks(Shutdown::eNormalExit); }
+
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+};
+
+ExitStatus runProgram(int argc, char** argv)
+{
+    Options options;
+    if (const Text reason = readOptions(argc, argv, options); !reason.empty())
+    {
+        complain(reason + "\nTry editsession --help.");
+        return Failed;
+    }
+    if (options.help)
+        return show(helpText()) ? AllRead : Failed;
+    return Session(options).run();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const Library library;
+    try
+    {
+        return runProgram(argc, argv);
+    }
+    catch (const Mw::Exception::Base& e)
+    {
+        complain(e.message_);
+    }
+    catch (const std::exception& e)
+    {
+        complain(e.what());
+    }
+    return Failed;
+}
