@@ -4,7 +4,8 @@
 #include "Mw/Exception.h"
 #include "OS/Debugger.h"
 #include "OS/OS.h"
-#include "OS/ThreadId.h"
+#include "OS/ThreadExit.h"
+#include "OS/ThreadMgr.h"
 #include "libmw/Shutdown.h"
 #include "libmw/Splat.h"
 #include "misc/diagnostics/Console.h"
@@ -43,6 +44,10 @@ bool runShutdownCallbacks()
     {
         Shutdown::executeCallbacks(Shutdown::eExceptionExit);
         return true;
+    }
+    catch (const ThreadExit&)
+    {
+        throw;
     }
     catch (...)
     {
@@ -138,7 +143,7 @@ int raiseThreadExceptionCount() noexcept
 
 void setPreferredThreadContextForSplat()
 {
-    preferredSplatThread.store(ThreadId::current(), std::memory_order_relaxed);
+    preferredSplatThread.store(OS().threadMgr().currentThreadId(), std::memory_order_relaxed);
 }
 
 void pollForSplatInMainThreadContext() {}

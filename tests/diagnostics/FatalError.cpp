@@ -9,7 +9,6 @@
 #include "misc/threads/ServiceLock.h"
 
 #include <csignal>
-#include <regex>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -18,99 +17,88 @@
 namespace
 {
 
-// By a signal; under a sanitizer, which reports it, with a failure.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool isSanitized = false;
+#endif
+
+// By a signal; a sanitizer reports it and fails.
 bool crashed(int status)
 {
-    if (WIFSIGNALED(status))
-        return WTERMSIG(status) == SIGSEGV;
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return WEXITSTATUS(status) != 0;
-#else
-    return false;
-#endif
+    return WIFSIGNALED(status) ? WTERMSIG(status) == SIGSEGV : isSanitized && WEXITSTATUS(status) != 0;
 }
 
-class FatalErrorDeath : public testing::Test
+// For the process of a death test: it leaves no core, and what it doesn't flush is lost in a crash.
+void prepareToDie()
 {
-protected:
-    FatalErrorDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+    std::setvbuf(stderr, nullptr, _IOFBF, 1 << 14);
+    SetLogOutput(stderr);
+}
 
-    // Leaves no core. What is logged and not flushed is lost in a crash.
-    static void prepareToDie()
-    {
-        const rlimit noCore{0, 0};
-        setrlimit(RLIMIT_CORE, &noCore);
-        std::setvbuf(stderr, nullptr, _IOFBF, 1 << 14);
-        SetLogOutput(stderr);
-    }
-};
+void splat()
+{
+    prepareToDie();
+    addSplatCallback([](const char* message) { std::fprintf(stderr, "told of <%s>\n", message); });
+    oma_splat("no way on");
+    std::_Exit(0);
+}
+
+void splatOnTwoThreads()
+{
+    prepareToDie();
+    addSplatCallback([](const char*) { std::thread(oma_splat, "#2").join(); });
+    oma_splat("first");
+}
+
+void splatDuringAThreadsException()
+{
+    prepareToDie();
+    const int before = raiseThreadExceptionCount();
+    oma_splat("not now");
+    std::exit(10 * before + exceptionInProgress());
+}
+
+void failInShutdown(Shutdown::eExitType)
+{
+    std::fputc('T', stderr);
+    throw std::runtime_error("never ready");
+}
+
+void askInShutdown(Shutdown::eExitType type)
+{
+    std::fprintf(stderr, "(type %d, flag %d, again %d)", type, get_crash_flag(), postExceptionShutdown());
+}
+
+void shutDown(bool withFailure)
+{
+    prepareToDie();
+    if (withFailure)
+        Shutdown::addCallback(failInShutdown, 10);
+    Shutdown::addCallback(askInShutdown, 20);
+    postExceptionShutdown();
+}
 
 } // namespace
 
-TEST_F(FatalErrorDeath, splatPrintsAnnouncesAndCrashes)
+TEST(FatalErrorDeath, splatCrashesOnceAndReturnsDuringAThreadsException)
 {
-    const auto die = []
-    {
-        prepareToDie();
-        addSplatCallback([](const char* message) { std::fprintf(stderr, "told of <%s>\n", message); });
-        oma_splat("no way on");
-        std::_Exit(0);
-    };
-    EXPECT_EXIT(die(), crashed,
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(splat(), crashed,
                 "^\n\\*{33}\nOMA_SPLAT: no way on\nTime: .* \\(Session : [0-9]+ seconds\\)\n\ntold of <no way on>\n");
+    EXPECT_EXIT(splatOnTwoThreads(), testing::ExitedWithCode(1), "^[^#]*OMA_SPLAT: first\n[^#]*$");
+    EXPECT_EXIT(splatDuringAThreadsException(), testing::ExitedWithCode(1), "^$");
 }
 
-TEST_F(FatalErrorDeath, splatOnAnotherThreadExitsWithoutPrinting)
+TEST(FatalErrorDeath, shutdownAfterAnExceptionTriesNineTimesUntilItSucceeds)
 {
-    const auto die = []
-    {
-        prepareToDie();
-        addSplatCallback([](const char*) { std::thread(oma_splat, "#2").join(); });
-        oma_splat("first");
-    };
-    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^[^#]*OMA_SPLAT: first\n[^#]*$");
-}
-
-TEST_F(FatalErrorDeath, splatDuringAThreadsExceptionReturns)
-{
-    const auto die = []
-    {
-        prepareToDie();
-        const int before = raiseThreadExceptionCount();
-        oma_splat("not now");
-        std::exit(10 * before + exceptionInProgress());
-    };
-    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^$");
-}
-
-TEST_F(FatalErrorDeath, shutdownAfterAnExceptionTriesNineTimes)
-{
-    const auto die = []
-    {
-        prepareToDie();
-        const auto failing = [](Shutdown::eExitType)
-        {
-            std::fputc('T', stderr);
-            throw std::runtime_error("never ready");
-        };
-        const auto asking = [](Shutdown::eExitType type)
-        { std::fprintf(stderr, "(type %d, flag %d, again %d)", type, get_crash_flag(), postExceptionShutdown()); };
-        Shutdown::addCallback(failing, 10);
-        Shutdown::addCallback(asking, 20);
-        postExceptionShutdown();
-    };
-    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^T\\(type 1, flag 1, again 2\\)T{8}$");
-}
-
-TEST_F(FatalErrorDeath, shutdownEndsAtTheFirstAttemptThatSucceeds)
-{
-    const auto die = []
-    {
-        prepareToDie();
-        Shutdown::addCallback([](Shutdown::eExitType) { std::fputs("once", stderr); }, 10);
-        postExceptionShutdown();
-    };
-    EXPECT_EXIT(die(), testing::ExitedWithCode(1), "^once$");
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(shutDown(true), testing::ExitedWithCode(1), "^T\\(type 1, flag 1, again 2\\)T{8}$");
+    EXPECT_EXIT(shutDown(false), testing::ExitedWithCode(1), "^\\(type 1, flag 1, again 2\\)$");
 }
 
 TEST(FatalError, sessionLengthHasThreeForms)
@@ -132,9 +120,9 @@ TEST(FatalError, sessionLengthHasThreeForms)
     }
     char text[exitTimeStrSize];
     getExitTimeStr(text);
-    const std::regex form(
-        "Time: [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]\\d [\\d:]{8} \\d{4}  \\(Session : \\d+ seconds\\)\n");
-    EXPECT_TRUE(std::regex_match(text, form)) << text;
+    const testing::Matcher<std::string> form = testing::MatchesRegex(
+        "Time: [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [0-9]{4}  \\(Session : [0-9]+ seconds\\)\n");
+    EXPECT_TRUE(form.Matches(text)) << text;
 }
 
 TEST_F(Diagnostics, initialisationHappensOnceAndTakesPlatformMessages)

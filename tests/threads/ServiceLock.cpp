@@ -1,7 +1,7 @@
 #include "misc/threads/ServiceLock.h"
 
 #include "OS/OS.h"
-#include "OS/ThreadId.h"
+#include "OS/ThreadMgr.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -14,7 +14,7 @@ TEST(ServiceLock, nestsAndNamesItsOwner)
     service_disable();
     service_disable();
     service_enable();
-    EXPECT_EQ(who_owns_service_lock(), ThreadId::current());
+    EXPECT_EQ(who_owns_service_lock(), OS().threadMgr().currentThreadId());
     service_enable();
     EXPECT_EQ(who_owns_service_lock(), 0u);
     EXPECT_EQ(service_lock_counts().entered, before + 2) << "leaving doesn't count down";
