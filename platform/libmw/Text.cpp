@@ -64,25 +64,9 @@ private:
     const char* end_;
 };
 
-LightweightString<char> narrow(std::string_view text)
+LightweightString<wchar_t> widened(std::string_view text)
 {
-    return LightweightString<char>(text);
-}
-
-LightweightString<wchar_t> wideFromAscii(std::string_view text)
-{
-    LightweightString<wchar_t> wide;
-    wide.resizeFor(static_cast<unsigned>(text.size()));
-    std::copy(text.begin(), text.end(), wide.writable());
-    return wide;
-}
-
-template <class N>
-LightweightString<char>& appendNumber(LightweightString<char>& text, N value)
-{
-    const NumberText<N> number(value);
-    text.append(number.view().data(), static_cast<unsigned>(number.view().size()));
-    return text;
+    return Mw::wideFromUtf8(text.data(), text.size());
 }
 
 std::chars_format floatFormat(char letter)
@@ -170,7 +154,7 @@ bool isEssentiallyEmpty(const LightweightString<char>& text)
 
 LightweightString<char> StringFromInteger(int value)
 {
-    return narrow(NumberText<int>(value).view());
+    return NumberText(value).view();
 }
 
 LightweightString<char> StringFromFloat(double value)
@@ -178,7 +162,7 @@ LightweightString<char> StringFromFloat(double value)
     // The longest: a sign, "0.", 323 zeros and 17 digits.
     char buffer[400];
     const auto end = std::to_chars(buffer, std::end(buffer), value, std::chars_format::fixed).ptr;
-    return narrow({buffer, end});
+    return std::string_view(buffer, end);
 }
 
 LightweightString<char> operator+(const char* left, const LightweightString<char>& right)
@@ -193,12 +177,12 @@ LightweightString<wchar_t> operator+(const wchar_t* left, const LightweightStrin
 
 LightweightString<char>& operator+=(LightweightString<char>& text, int value)
 {
-    return appendNumber(text, value);
+    return text += NumberText(value).view();
 }
 
 LightweightString<char>& operator+=(LightweightString<char>& text, unsigned int value)
 {
-    return appendNumber(text, value);
+    return text += NumberText(value).view();
 }
 
 namespace Mw
@@ -240,7 +224,7 @@ void stripTrailingChars(LightweightString<wchar_t>& text, wchar_t c)
 
 LightweightString<wchar_t> WStringFromInteger(long value)
 {
-    return wideFromAscii(NumberText<long>(value).view());
+    return widened(NumberText(value).view());
 }
 
 LightweightString<wchar_t> WStringFromFloat(double value, char format, bool trimZeros)
@@ -251,7 +235,7 @@ LightweightString<wchar_t> WStringFromFloat(double value, char format, bool trim
     std::string number(buffer, end);
     if (trimZeros)
         trimFraction(number);
-    return wideFromAscii(number);
+    return widened(number);
 }
 
 int IntFromWString(const LightweightString<wchar_t>& text, int otherwise)

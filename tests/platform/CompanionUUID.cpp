@@ -30,9 +30,6 @@ TEST(UUID, textAndValueConvertBothWays)
 {
     EXPECT_EQ(text(sampleUuid), sample);
     EXPECT_EQ(Mw::UUID(sample), sampleUuid);
-    EXPECT_EQ(Mw::UUID("01234567-89AB-CDEF-0123-456789ABCDEF"), sampleUuid);
-    EXPECT_EQ(Mw::UUID(wide(sample).c_str()), sampleUuid);
-
     wchar_t buffer[Mw::UUID::textLength + 1];
     sampleUuid.asWString(buffer);
     EXPECT_EQ(buffer, wide(sample));
@@ -98,9 +95,8 @@ TEST(UUID, generatedValuesDifferAndAreRandomOnes)
     for (int i = 0; i < 1000; ++i)
     {
         const Mw::UUID uuid = Mw::UUID::generate();
-        EXPECT_EQ(text(uuid)[14], '4');
-        EXPECT_NE(std::string("89ab").find(text(uuid)[19]), std::string::npos);
-        made.insert(uuid);
+        EXPECT_EQ(uuid.words()[1] >> 12 & 15, 4u);
+        EXPECT_EQ(uuid.words()[2] >> 30, 2u);
+        EXPECT_TRUE(made.insert(uuid).second);
     }
-    EXPECT_EQ(made.size(), 1000u);
 }
