@@ -132,8 +132,11 @@ public:
     static unsigned short get2DigitBase52Map36Code(unsigned code);
     static int base52Map36ToInt(char first, char second);
 
-    // The number of this machine, looked up on first use.
+    // The number of this machine, looked up on first use; 0 where it has none.
     static int getLocalMachineNumber();
+
+    // The highest number that a stored object of this machine holds; 0 where the machine has no number.
+    static int findHighestCookieNum();
 
 private:
     static std::atomic<int> localMachineNumber_;

@@ -16,7 +16,14 @@ int Cookie::getLocalMachineNumber()
     return machine;
 }
 
+int Cookie::findHighestCookieNum()
+{
+    // No installation has a number yet, so none has handed out any.
+    return 0;
+}
+
 int our_machine_number_get_from_file()
 {
+    // Numbers of installations come with the settings that keep them.
     return 0;
 }
