@@ -14,6 +14,7 @@ constexpr std::size_t longestLine = 4096;
 constexpr unsigned longestReel = 32;
 constexpr unsigned eventDigits = 6;
 constexpr unsigned lengthDigits = 5;
+constexpr std::size_t mostEdits = 100; // of one event; lists have up to four
 
 // Lines of other systems that say something about the event before them without changing it.
 constexpr std::string_view noteWords[] = {"*",         "SPLIT:",  "GPI",      "TRIGGER", "EFFECT NAME", "EFFECTS NAME",
@@ -201,6 +202,8 @@ EditListReader::Reason EditListReader::readEdit()
     refusedEdit_ = line_;
     if (number < 0)
         return "the event number " + quoted(numberField) + formatted(" is not 1 to %u digits", eventDigits);
+    if (continues && list_.events.back().edits.size() == mostEdits)
+        return formatted("event %03d has more than %zu lines", number, mostEdits);
 
     Edit edit;
     for (const Reason& reason : {readReel(edit.reel), readTracks(edit.tracks), readTransition(edit.transition)})

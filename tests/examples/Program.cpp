@@ -1,0 +1,104 @@
+#include "ListReading.h"
+
+#include "examples/editsession/Options.h"
+
+#include <cstdio>
+#include <fstream>
+#include <sys/wait.h>
+
+namespace
+{
+
+struct Finished
+{
+    int status = -1;
+    std::string output;
+};
+
+#ifdef EDIT_SESSION
+// Runs the program in the folder of the lists; `streams` says which of its streams are kept.
+Finished run(const std::string& arguments, const std::string& streams)
+{
+    Finished finished;
+    const std::string command = "cd '" EDIT_LISTS "' && '" EDIT_SESSION "' " + arguments + " " + streams;
+    std::FILE* const pipe = popen(command.c_str(), "r");
+    char buffer[4096];
+    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        finished.output.append(buffer, got);
+    finished.status = WEXITSTATUS(pclose(pipe));
+    return finished;
+}
+
+const char* const onlyOutput = "2>/dev/null";
+const char* const onlyErrors = "2>&1 >/dev/null";
+
+std::string expectedText(const char* name)
+{
+    std::ifstream file(EXPECTED_TEXTS + std::string(name));
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(Program, printsTheShippedListWithoutComplaint)
+{
+    const Finished list = run("--default-list coastline.edl", onlyOutput);
+    EXPECT_EQ(list.status, 0);
+    const std::string expected = expectedText("coastline.expected");
+    EXPECT_EQ(list.output.substr(0, expected.size()), expected);
+    EXPECT_NE(list.output.find("\n104 events in 119 lines, 00:12:11:04, 1142.07 feet of 35mm film\n"),
+              std::string::npos);
+    EXPECT_EQ(run("coastline.edl", onlyErrors).output, "");
+
+    const Finished ferry = run("--rate=30M --gauge F16 night-ferry.edl", "2>&1");
+    EXPECT_EQ(ferry.status, 0);
+    EXPECT_NE(ferry.output.find("\n90 events in 100 lines, 00:12:11:25, 548.35 feet of 16mm film\n"), std::string::npos)
+        << ferry.output.substr(ferry.output.size() - 100);
+}
+
+TEST(Program, refusesLinesByNameAndPrintsTheRest)
+{
+    const Finished errors = run("damaged.edl", onlyErrors);
+    EXPECT_EQ(errors.status, 1);
+    EXPECT_EQ(errors.output, expectedText("damaged.expected"));
+    EXPECT_NE(run("damaged.edl", onlyOutput).output.find("\n3 events in 4 lines, 00:00:22:09, "), std::string::npos);
+}
+
+TEST(Program, failsWithAMessageOfItsOwn)
+{
+    for (const char* const arguments :
+         {"no-such-list.edl", ".", "", "--rate 26 coastline.edl", "--rate 24D2 coastline.edl", "--rate",
+          "--gauge 70 coastline.edl", "--drop-frame coastline.edl", "--rate=30 --drop-frame night-ferry.edl",
+          "--fast coastline.edl", "--help=all", "coastline.edl night-ferry.edl"})
+    {
+        const Finished failed = run(arguments, "2>&1");
+        EXPECT_EQ(failed.status, 2) << arguments;
+        EXPECT_EQ(failed.output.find("editsession: "), 0u) << failed.output;
+    }
+    EXPECT_EQ(run("coastline.edl", "2>&1 >/dev/full").output,
+              "editsession: standard output: No space left on device\n");
+    EXPECT_EQ(run("--help", onlyErrors).output, "");
+    EXPECT_EQ(run("--help", onlyOutput).status, 0);
+}
+
+TEST(Program, readsAPipe)
+{
+    EXPECT_EQ(run("/dev/stdin <coastline.edl", "2>&1").output, run("coastline.edl", "2>&1").output);
+    EXPECT_EQ(run("/dev/zero", "2>&1").status, 2);
+}
+#endif
+
+TEST(Options, haveTheirDefaults)
+{
+    const char* const words[] = {"editsession", "--gauge=35", "--rate", "60M", "--drop-frame", "--", "--odd.edl"};
+    Options options;
+    EXPECT_EQ(readOptions(2, words, options), "no edit list is named");
+    EXPECT_EQ(options.rate, Mw::FR25);
+    EXPECT_EQ(options.gauge, FILM_35MM);
+    EXPECT_EQ(options.count, FrameCount::AsWritten);
+
+    EXPECT_EQ(readOptions(7, words, options), "");
+    EXPECT_EQ(options.rate, Mw::FR60M);
+    EXPECT_EQ(options.count, FrameCount::DropFrame);
+    EXPECT_EQ(options.list, "--odd.edl");
+}
+
+} // namespace
