@@ -2,6 +2,7 @@
 
 #include "Mw/Assert.h"
 
+#include <array>
 #include <cstring>
 #include <cwchar>
 #include <initializer_list>
@@ -122,6 +123,39 @@ constexpr FrameRateExtents ratesDecimatedBy3{FR24D3, FR60MD3};
 constexpr int by2Offset = FR24D2 - FR24;
 constexpr int by3Offset = FR24D3 - FR24;
 
+constexpr FrameRate nonDecimated(FrameRate rate)
+{
+    if (isIn(rate, ratesDecimatedBy2))
+        return rateAt(rate - by2Offset);
+    if (isIn(rate, ratesDecimatedBy3))
+        return rateAt(rate - by3Offset);
+    return rate;
+}
+
+// A decimated rate is a fraction of whole ticks, whatever it leaves frames out of.
+constexpr double framesPerSecondOf(FrameRate rate)
+{
+    if (rate == FR12_5)
+        return 12.5;
+    const double ticks = rowOf(nonDecimated(rate)).ticks;
+    if (ratesWith1001Factor.contains(rate))
+        return ticks / 1.001;
+    if (isIn(rate, ratesDecimatedBy2))
+        return ticks / 2.0;
+    if (isIn(rate, ratesDecimatedBy3))
+        return ticks / 3.0;
+    return ticks;
+}
+
+// By enumerator, so that no text and no time waits for a division.
+constexpr auto framesPerSecond = []
+{
+    std::array<double, lastRate + 1> table{};
+    for (int rate = FR24; rate <= lastRate; ++rate)
+        table[static_cast<std::size_t>(rate)] = framesPerSecondOf(rateAt(rate));
+    return table;
+}();
+
 void appendRates(FrameRateExtents extents, std::vector<FrameRate>& rates)
 {
     if (extents.first == FRInvalid)
@@ -184,16 +218,10 @@ std::uint8_t getTicksPerSecond(FrameRate rate)
 
 double getFramesPerSecond(FrameRate rate)
 {
-    if (rate == FR12_5)
-        return 12.5;
-    const double ticks = getTicksPerSecond(getNonDecimatedFrameRate(rate));
-    if (has1001Factor(rate))
-        return ticks / 1.001;
-    if (isIn(rate, ratesDecimatedBy2))
-        return ticks / 2.0;
-    if (isIn(rate, ratesDecimatedBy3))
-        return ticks / 3.0;
-    return ticks;
+    const double fps = framesPerSecond[static_cast<std::size_t>(isRate(rate) ? rate : FRInvalid)];
+    const bool rateIsValid = fps != 0.0;
+    MW_ASSERT(rateIsValid);
+    return fps;
 }
 
 double getFrameDuration(FrameRate rate)
@@ -213,11 +241,7 @@ double getCelResolution(FrameRate rate)
 
 FrameRate getNonDecimatedFrameRate(FrameRate rate)
 {
-    if (isIn(rate, ratesDecimatedBy2))
-        return rateAt(rate - by2Offset);
-    if (isIn(rate, ratesDecimatedBy3))
-        return rateAt(rate - by3Offset);
-    return rate;
+    return nonDecimated(rate);
 }
 
 bool has1001Factor(FrameRate rate)

@@ -3,6 +3,7 @@
 #include "Mw/Assert.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -108,16 +109,28 @@ tc_addr wholeRateFields(std::int64_t frames, int ticks)
     return timecode_detail::fields(seconds / 3600, seconds / 60 % 60, seconds % 60, count % ticks, 0);
 }
 
+char* writeTwoDigits(char* out, int value)
+{
+    const unsigned digits = static_cast<unsigned>(value);
+    out[0] = static_cast<char>('0' + digits / 10);
+    out[1] = static_cast<char>('0' + digits % 10);
+    return out + 2;
+}
+
+char* writeLongNumber(char* out, int value)
+{
+    return std::to_chars(out, out + std::numeric_limits<int>::digits10 + 1, value).ptr;
+}
+
 // At least two digits with `padded`.
 char* writeNumber(char* out, int value, bool padded)
 {
     if (value >= 100)
-        out = writeNumber(out, value / 100, false);
-    const int low = value % 100;
+        return writeLongNumber(out, value);
     if (value >= 10 || padded)
-        *out++ = static_cast<char>('0' + low / 10);
-    *out++ = static_cast<char>('0' + low % 10);
-    return out;
+        return writeTwoDigits(out, value);
+    *out = static_cast<char>('0' + value);
+    return out + 1;
 }
 
 void writeFields(char* out, const tc_addr& tc, int flags)
