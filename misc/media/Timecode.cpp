@@ -1,6 +1,7 @@
 #include "misc/media/Timecode.h"
 
 #include "Mw/Assert.h"
+#include "misc/diagnostics/Console.h"
 
 #include <algorithm>
 #include <charconv>
@@ -261,6 +262,8 @@ double string_to_tc(const char* text, FrameRate rate, bool dropFrame)
         return 0.0;
     if (tc.negative)
     {
+        if (dropFrame)
+            herc_printf("string_to_tc: error negative timecode\n");
         return static_cast<double>(
                    timecode_detail::wholeRateCount(-tc.hours, -tc.minutes, -tc.seconds, -tc.frames, ticks)) /
                fps;

@@ -29,10 +29,10 @@ struct TCInf
     friend bool operator==(const TCInf&, const TCInf&) = default;
 };
 
-// ---- Fields. `fps` is the nominal whole rate; drop frame doesn't count by it.
+// Fields. `fps` is the nominal whole rate; drop frame doesn't count by it.
 
 // The frame's fields. Frame 0 and what lies before it counts back from the end of one day (in drop frame
-// two frames short of it, as it always was); frames still further back have fields of zero and below.
+// one frame short of it, as it always was); frames still further back have fields of zero and below.
 // From hour 24 on the fields stay at 23:59:59 and frame fps - 1. All fields are 0 if `fps` isn't positive.
 void frames_to_tc(int frame, tc_addr* tc, short fps, short dropFrame);
 
@@ -43,7 +43,7 @@ int tc_to_frames(const tc_addr* tc, short fps, short dropFrame);
 // True when all five fields are equal, the flag included.
 MISC_API bool tcode_compare(const tc_addr& a, const tc_addr& b);
 
-// ---- Texts
+// Texts
 
 // Leading fields that tc_to_string shows even when they are zero, with two digits.
 enum tc_string_flags : int
@@ -78,7 +78,7 @@ MISC_API double string_to_tc(const char* text, const TCInf& tcInf);
 // Texts shorter than 9 characters aren't, nor is null.
 MISC_API bool isTimecodeStringDropFrame(const char* text);
 
-// ---- Seconds
+// Seconds
 
 // The seconds that stand for no time, as frame -1 does.
 constexpr double noTimeSeconds = 1e99;
@@ -91,7 +91,7 @@ MISC_API double frames_to_tc(int frame, Mw::FrameRate rate, int pulldown, int ph
 // and what is no number give -1. A count beyond an int gives the nearest one.
 MISC_API int tc_to_frames(double seconds, Mw::FrameRate rate, int pulldown, int phase);
 
-// ---- Pulldown: the film frames of a cycle become more video frames, one of which is a repetition.
+// Pulldown: the film frames of a cycle become more video frames, one of which is a repetition.
 
 MISC_API bool can_add_pulldown(Mw::FrameRate rate);
 MISC_API bool can_remove_pulldown(Mw::FrameRate rate);
@@ -105,7 +105,7 @@ MISC_API int pd_film_cycle(Mw::FrameRate rate);
 MISC_API int add_pulldown(int frames, Mw::FrameRate rate, int phase);
 MISC_API int remove_pulldown(int frames, Mw::FrameRate rate, int phase);
 
-// ---- Labels of edit lists
+// Labels of edit lists
 
 // "P", "N", "ND" or "P24"; a static text.
 MISC_API const char* tv_standard_to_edlstr(TCInf tcInf);
@@ -113,7 +113,7 @@ MISC_API const char* tv_standard_to_edlstr(TCInf tcInf);
 // The reverse, which knows "N24" and "ND24" too. Null or another text gives FRInvalid, no drop frame.
 MISC_API TCInf edlstr_to_tv_standard(const char* text);
 
-// ---- Bodies of the field forms, which run for every frame that is drawn
+// Bodies of the field forms, which run for every frame that is drawn
 
 namespace timecode_detail
 {
@@ -125,7 +125,7 @@ constexpr int framesPerTenMinutes = 17982;
 constexpr int framesPerHour = 107892;
 constexpr int framesInShortSecond = 28;
 constexpr int droppedLabels = 2;
-// Not the 2589408 frames of a drop-frame day.
+// What callers are used to, where one less than the 2589408 frames of a day would meet the first frame.
 constexpr int wrapOfFirstFrame = 2589406;
 
 constexpr tc_addr fields(int hours, int minutes, int seconds, int frames, int dropFrame)

@@ -35,6 +35,8 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+constexpr std::size_t framesSeparator = 8;
+
 int digitsAt(std::string_view text, std::size_t at, std::size_t count)
 {
     int value = 0;
@@ -47,7 +49,6 @@ int digitsAt(std::string_view text, std::size_t at, std::size_t count)
 bool hasLabelForm(std::string_view text)
 {
     constexpr std::string_view form = "00:00:00:000";
-    constexpr std::size_t framesSeparator = 8;
     if (text.size() != form.size() && text.size() + 1 != form.size())
         return false;
     for (std::size_t i = 0; i != text.size(); ++i)
@@ -172,7 +173,7 @@ LabelFault readLabel(std::string_view text, TCInf tcInf, tc_addr& label)
     label = {};
     if (!hasLabelForm(text))
         return LabelFault::NotALabel;
-    const bool dropFrame = text[8] == ';' || text[8] == ',';
+    const bool dropFrame = text[framesSeparator] == ';' || text[framesSeparator] == ',';
     label = timecode_detail::fields(digitsAt(text, 0, 2), digitsAt(text, 3, 2), digitsAt(text, 6, 2),
                                     digitsAt(text, 9, 3), dropFrame ? 1 : 0);
     return checkLabel(label, tcInf);

@@ -1,6 +1,6 @@
+#include "misc/media/TimecodeLabel.h"
 #include "media/AssertionLines.h"
 #include "media/LabelsOfADay.h"
-#include "misc/media/TimecodeLabel.h"
 
 #include <gtest/gtest.h>
 
