@@ -1,16 +1,19 @@
 #include "OS/Utf8.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
+#include <string_view>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
+#if defined(__x86_64__)
+#include <immintrin.h>
 #endif
 
-// Both directions go the same way: measure the result, make a block of just that size, fill it. Runs of
-// ASCII are measured and copied sixteen characters at a time.
+// Both directions convert once, into a chunk on the stack that is appended to the string when it is full.
+// ASCII goes in blocks of characters, and a text of nothing else is widened in place.
 
 namespace
 {
@@ -20,7 +23,21 @@ using Byte = unsigned char;
 constexpr char32_t replacement = 0xFFFD;
 constexpr std::size_t blockLength = 16;
 
-#if defined(__SSE2__)
+bool isAscii(Byte b)
+{
+    return b < 0x80;
+}
+
+template <class C>
+bool hasBlock(const C* from, const C* end)
+{
+    return static_cast<std::size_t>(end - from) >= blockLength;
+}
+
+// A block is `blockLength` characters. convertBlock writes one out as if it were ASCII alone, and gives a bit
+// for each character that isn't.
+
+#if defined(__x86_64__)
 
 __m128i load(const void* from)
 {
@@ -32,12 +49,15 @@ void store(void* to, __m128i value)
     _mm_storeu_si128(static_cast<__m128i*>(to), value);
 }
 
-// Whether a block holds ASCII alone; if so it is written out in the other form.
-bool widenBlock(const Byte* from, wchar_t* to)
+// One bit for each byte's highest.
+unsigned maskOf(__m128i bytes)
+{
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+unsigned convertBlock(const Byte* from, wchar_t* to)
 {
     const __m128i bytes = load(from);
-    if (_mm_movemask_epi8(bytes) != 0)
-        return false;
     const __m128i zero = _mm_setzero_si128();
     const __m128i low = _mm_unpacklo_epi8(bytes, zero);
     const __m128i high = _mm_unpackhi_epi8(bytes, zero);
@@ -45,210 +65,277 @@ bool widenBlock(const Byte* from, wchar_t* to)
     store(to + 4, _mm_unpackhi_epi16(low, zero));
     store(to + 8, _mm_unpacklo_epi16(high, zero));
     store(to + 12, _mm_unpackhi_epi16(high, zero));
-    return true;
+    return maskOf(bytes);
 }
 
-bool narrowBlock(const wchar_t* from, Byte* to)
+unsigned convertBlock(const wchar_t* from, Byte* to)
 {
-    const __m128i a = load(from);
-    const __m128i b = load(from + 4);
-    const __m128i c = load(from + 8);
-    const __m128i d = load(from + 12);
-    const __m128i any = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
-    const __m128i above = _mm_andnot_si128(_mm_set1_epi32(0x7F), any);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi32(above, _mm_setzero_si128())) != 0xFFFF)
-        return false;
-    store(to, _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d)));
-    return true;
+    const __m128i low = _mm_packs_epi32(load(from), load(from + 4));
+    const __m128i high = _mm_packs_epi32(load(from + 8), load(from + 12));
+    const __m128i bytes = _mm_packus_epi16(low, high);
+    store(to, bytes);
+    // Each step saturates: what is above ASCII stays above, what is negative shows when signs are kept.
+    return maskOf(bytes) | maskOf(_mm_packs_epi16(low, high));
 }
 
-// How many bytes of a block begin a character, if the text is well-formed: those not of the form 10xxxxxx.
-std::size_t leadsInBlock(const Byte* from)
+bool isAsciiBlock(const Byte* from)
 {
-    const __m128i isLead = _mm_cmpgt_epi8(load(from), _mm_set1_epi8(static_cast<char>(0xBF)));
-    return static_cast<std::size_t>(__builtin_popcount(static_cast<unsigned>(_mm_movemask_epi8(isLead))));
+    return maskOf(load(from)) == 0;
+}
+
+// Converts ASCII from the start of a long run, in steps of its own; gives how many characters it did.
+[[gnu::target("avx2")]] std::size_t convertWideRun(const Byte* from, std::size_t length, wchar_t* to)
+{
+    std::size_t done = 0;
+    for (; length - done >= 32; done += 32)
+    {
+        const Byte* const p = from + done;
+        if (_mm256_movemask_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))) != 0)
+            break;
+        for (std::size_t i = 0; i < 32; i += 8)
+        {
+            const __m128i eight = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + i));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + done + i), _mm256_cvtepu8_epi32(eight));
+        }
+    }
+    return done;
+}
+
+[[gnu::target("avx2")]] std::size_t convertWideRun(const wchar_t* from, std::size_t length, Byte* to)
+{
+    const __m256i aboveAscii = _mm256_set1_epi32(~0x7F);
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    std::size_t done = 0;
+    for (; length - done >= 32; done += 32)
+    {
+        const __m256i* const p = reinterpret_cast<const __m256i*>(from + done);
+        const __m256i a = _mm256_loadu_si256(p);
+        const __m256i b = _mm256_loadu_si256(p + 1);
+        const __m256i c = _mm256_loadu_si256(p + 2);
+        const __m256i d = _mm256_loadu_si256(p + 3);
+        const __m256i any = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
+        if (!_mm256_testz_si256(any, aboveAscii))
+            break;
+        // Packing works within halves of 16 bytes, so the words come out of order.
+        const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + done), _mm256_permutevar8x32_epi32(bytes, order));
+    }
+    return done;
+}
+
+template <class From, class To>
+std::size_t convertRun(const From* from, std::size_t length, To* to)
+{
+    return length >= 32 && __builtin_cpu_supports("avx2") ? convertWideRun(from, length, to) : 0;
 }
 
 #else
 
-bool widenBlock(const Byte* from, wchar_t* to)
+bool isAscii(wchar_t c)
+{
+    return static_cast<char32_t>(c) < 0x80;
+}
+
+template <class From, class To>
+unsigned convertBlock(const From* from, To* to)
+{
+    unsigned others = 0;
+    for (std::size_t i = 0; i < blockLength; ++i)
+    {
+        to[i] = static_cast<To>(from[i]);
+        others |= static_cast<unsigned>(!isAscii(from[i])) << i;
+    }
+    return others;
+}
+
+template <class From, class To>
+std::size_t convertRun(const From*, std::size_t, To*)
+{
+    return 0;
+}
+
+bool isAsciiBlock(const Byte* from)
 {
     std::uint64_t words[2];
     std::memcpy(words, from, sizeof words);
-    if (((words[0] | words[1]) & 0x8080808080808080u) != 0)
-        return false;
-    std::copy(from, from + blockLength, to);
-    return true;
-}
-
-bool narrowBlock(const wchar_t* from, Byte* to)
-{
-    std::uint32_t any = 0;
-    for (std::size_t i = 0; i < blockLength; ++i)
-        any |= static_cast<std::uint32_t>(from[i]);
-    if (any >= 0x80)
-        return false;
-    for (std::size_t i = 0; i < blockLength; ++i)
-        to[i] = static_cast<Byte>(from[i]);
-    return true;
-}
-
-std::size_t leadsInBlock(const Byte* from)
-{
-    return static_cast<std::size_t>(std::count_if(from, from + blockLength, [](Byte b) { return (b & 0xC0) != 0x80; }));
+    return ((words[0] | words[1]) & 0x8080808080808080u) == 0;
 }
 
 #endif
 
-// How many bytes begin a character, if the text is well-formed.
-std::size_t countLeads(const Byte* p, const Byte* end)
+bool isContinuation(Byte b)
 {
-    std::size_t leads = 0;
-    for (; static_cast<std::size_t>(end - p) >= blockLength; p += blockLength)
-        leads += leadsInBlock(p);
-    for (; p != end; ++p)
-        leads += (*p & 0xC0) != 0x80;
-    return leads;
+    return (b & 0xC0) == 0x80;
 }
 
-struct Decoded
-{
-    char32_t character;
-    unsigned lengthBytes;
-    bool good;
-};
-
-// The character at `p`, or the longest part there that begins one and cannot end it.
-inline Decoded decode(const Byte* p, const Byte* end)
-{
-    const Byte lead = p[0];
-    const auto left = static_cast<std::size_t>(end - p);
-    const auto continues = [&](std::size_t at) { return at < left && (p[at] & 0xC0) == 0x80; };
-    if (lead < 0x80)
-        return {lead, 1, true};
-    if (lead < 0xC2 || lead > 0xF4)
-        return {replacement, 1, false};
-    if (lead < 0xE0)
-    {
-        if (!continues(1))
-            return {replacement, 1, false};
-        return {(lead & 0x1Fu) << 6 | (p[1] & 0x3Fu), 2, true};
-    }
-    // The second byte of some leads has a narrower range: no overlong forms, no surrogates, nothing
-    // above U+10FFFF.
-    const Byte low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    const Byte high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    if (left < 2 || p[1] < low || p[1] > high)
-        return {replacement, 1, false};
-    if (!continues(2))
-        return {replacement, 2, false};
-    if (lead < 0xF0)
-        return {(lead & 0xFu) << 12 | (p[1] & 0x3Fu) << 6 | (p[2] & 0x3Fu), 3, true};
-    if (!continues(3))
-        return {replacement, 3, false};
-    return {(lead & 0x7u) << 18 | (p[1] & 0x3Fu) << 12 | (p[2] & 0x3Fu) << 6 | (p[3] & 0x3Fu), 4, true};
-}
-
-// The length of any text, well-formed or not.
-std::size_t countCharacters(const Byte* p, const Byte* end)
-{
-    std::size_t count = 0;
-    for (; p != end; ++count)
-        p += decode(p, end).lengthBytes;
-    return count;
-}
-
-// Writes the characters; with `untilBad` it stops at the first bad part and gives false.
-bool widenInto(const Byte* p, const Byte* end, wchar_t* out, bool untilBad)
-{
-    while (p != end)
-    {
-        while (static_cast<std::size_t>(end - p) >= blockLength && widenBlock(p, out))
-        {
-            p += blockLength;
-            out += blockLength;
-        }
-        // Within a block that isn't ASCII alone, or in the last few bytes.
-        const Byte* const blockEnd = end - p < static_cast<std::ptrdiff_t>(blockLength) ? end : p + blockLength;
-        while (p < blockEnd)
-        {
-            const Decoded decoded = decode(p, end);
-            if (!decoded.good && untilBad)
-                return false;
-            *out++ = static_cast<wchar_t>(decoded.character);
-            p += decoded.lengthBytes;
-        }
-    }
-    return true;
-}
-
-inline bool isCharacter(char32_t c)
+bool isCharacter(char32_t c)
 {
     return c < 0xD800 || (c >= 0xE000 && c <= 0x10FFFF);
 }
 
-std::size_t countBytes(const wchar_t* p, const wchar_t* end)
+// Where there is no well-formed character: the length of the longest part that begins one.
+std::size_t malformedLength(const Byte* p, const Byte* end)
 {
-    std::size_t count = 0;
-    for (; p != end; ++p)
-    {
-        const auto c = static_cast<char32_t>(*p);
-        // What is no character takes the three bytes of U+FFFD.
-        count += 1u + (c >= 0x80) + (c >= 0x800) + (c >= 0x10000 && c <= 0x10FFFF);
-    }
-    return count;
+    const Byte lead = p[0];
+    if (lead < 0xE0 || lead > 0xF4)
+        return 1;
+    // After some leads the second byte has a narrower range: no overlong forms, no surrogates, nothing
+    // above U+10FFFF.
+    const Byte low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const Byte high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    if (end - p < 2 || p[1] < low || p[1] > high)
+        return 1;
+    return lead >= 0xF0 && end - p > 2 && isContinuation(p[2]) ? 3 : 2;
 }
 
-inline Byte* encode(char32_t c, Byte* out)
+// Puts the character at `p`, or U+FFFD for a malformed part, to `out`. Gives where the next one begins.
+[[gnu::always_inline]] inline const Byte* convert(const Byte* p, const Byte* end, wchar_t*& out)
+{
+    const unsigned lead = p[0];
+    const auto left = static_cast<std::size_t>(end - p);
+    const auto bits = [p](std::size_t at, unsigned shift) { return (p[at] & 0x3Fu) << shift; };
+    if (lead < 0x80)
+    {
+        *out++ = static_cast<wchar_t>(lead);
+        return p + 1;
+    }
+    if (lead < 0xE0)
+    {
+        if (lead >= 0xC2 && left >= 2 && isContinuation(p[1]))
+        {
+            *out++ = static_cast<wchar_t>((lead & 0x1Fu) << 6 | bits(1, 0));
+            return p + 2;
+        }
+    }
+    else if (lead < 0xF0)
+    {
+        if (left >= 3 && isContinuation(p[1]) && isContinuation(p[2]))
+            if (const char32_t c = (lead & 0xFu) << 12 | bits(1, 6) | bits(2, 0); c >= 0x800 && isCharacter(c))
+            {
+                *out++ = static_cast<wchar_t>(c);
+                return p + 3;
+            }
+    }
+    else if (lead < 0xF5 && left >= 4 && isContinuation(p[1]) && isContinuation(p[2]) && isContinuation(p[3]))
+        if (const char32_t c = (lead & 0x7u) << 18 | bits(1, 12) | bits(2, 6) | bits(3, 0);
+            c >= 0x10000 && isCharacter(c))
+        {
+            *out++ = static_cast<wchar_t>(c);
+            return p + 4;
+        }
+    *out++ = static_cast<wchar_t>(replacement);
+    return p + malformedLength(p, end);
+}
+
+[[gnu::always_inline]] inline const wchar_t* convert(const wchar_t* p, const wchar_t*, Byte*& out)
 {
     const auto continuation = [](char32_t bits) { return static_cast<Byte>(0x80 | (bits & 0x3F)); };
+    auto c = static_cast<char32_t>(*p);
     if (c < 0x80)
     {
         *out++ = static_cast<Byte>(c);
-        return out;
+        return p + 1;
     }
     if (c < 0x800)
     {
-        *out++ = static_cast<Byte>(0xC0 | c >> 6);
-        *out++ = continuation(c);
-        return out;
+        out[0] = static_cast<Byte>(0xC0 | c >> 6);
+        out[1] = continuation(c);
+        out += 2;
+        return p + 1;
     }
     if (!isCharacter(c))
         c = replacement;
     if (c < 0x10000)
-        *out++ = static_cast<Byte>(0xE0 | c >> 12);
-    else
     {
-        *out++ = static_cast<Byte>(0xF0 | c >> 18);
-        *out++ = continuation(c >> 12);
+        out[0] = static_cast<Byte>(0xE0 | c >> 12);
+        out[1] = continuation(c >> 6);
+        out[2] = continuation(c);
+        out += 3;
+        return p + 1;
     }
-    *out++ = continuation(c >> 6);
-    *out++ = continuation(c);
-    return out;
+    out[0] = static_cast<Byte>(0xF0 | c >> 18);
+    out[1] = continuation(c >> 12);
+    out[2] = continuation(c >> 6);
+    out[3] = continuation(c);
+    out += 4;
+    return p + 1;
 }
 
-void narrowInto(const wchar_t* p, const wchar_t* end, Byte* out)
+// Fills the chunk from `p`, as far as both reach. Gives the first character that is left.
+template <class From, class To>
+const From* fill(const From* p, const From* end, To*& chunk, const To* chunkEnd)
 {
-    while (p != end)
+    To* out = chunk;
+    // A whole block or any one character still fits.
+    const To* const lastStart = chunkEnd - blockLength;
+    while (out <= lastStart && hasBlock(p, end))
     {
-        while (static_cast<std::size_t>(end - p) >= blockLength && narrowBlock(p, out))
+        const unsigned others = convertBlock(p, out);
+        if (others == 0)
         {
             p += blockLength;
             out += blockLength;
+            const std::size_t run = convertRun(p, static_cast<std::size_t>(std::min(end - p, chunkEnd - out)), out);
+            p += run;
+            out += run;
+            continue;
         }
-        const wchar_t* const blockEnd = end - p < static_cast<std::ptrdiff_t>(blockLength) ? end : p + blockLength;
-        for (; p != blockEnd; ++p)
-            out = encode(static_cast<char32_t>(*p), out);
+        // Character by character from the first that isn't ASCII to the last in the block.
+        const From* const last = p + std::bit_width(others);
+        const int ascii = std::countr_zero(others);
+        p += ascii;
+        out += ascii;
+        do
+            p = convert(p, end, out);
+        while (p < last && out <= lastStart);
+    }
+    while (out <= lastStart && p != end)
+        p = convert(p, end, out);
+    chunk = out;
+    return p;
+}
+
+template <class To, class Result, class From>
+void appendConverted(const From* p, const From* end, LightweightString<Result>& result)
+{
+    To chunk[4096 / sizeof(To)];
+    while (p != end)
+    {
+        To* out = chunk;
+        p = fill(p, end, out, std::end(chunk));
+        const std::basic_string_view<Result> text(reinterpret_cast<const Result*>(chunk),
+                                                  static_cast<std::size_t>(out - chunk));
+        // Not appended to an empty string, which would end the text at a zero.
+        if (result.empty())
+            result = LightweightString<Result>(text);
+        else
+            result += text;
     }
 }
 
-// A string for the caller to fill. One that is too long throws, as the string itself does.
-template <class C>
-LightweightString<C> stringOf(std::size_t length)
+// Widens a text that begins with ASCII in the string's own block, as far as that goes. Gives what is left.
+const Byte* widenAsciiHead(const Byte* begin, const Byte* end, LightweightString<wchar_t>& wide)
 {
-    LightweightString<C> string;
-    string.resizeFor(static_cast<unsigned>(std::min<std::size_t>(length, std::numeric_limits<unsigned>::max())));
-    return string;
+    const auto length =
+        std::min<std::size_t>(static_cast<std::size_t>(end - begin), std::numeric_limits<unsigned>::max());
+    wide.resizeFor(static_cast<unsigned>(length));
+    wchar_t* const out = wide.writable();
+    std::size_t done = convertRun(begin, length, out);
+    while (length - done >= blockLength && convertBlock(begin + done, out + done) == 0)
+        done += blockLength;
+    if (length - done < blockLength)
+    {
+        // The last block may overlap the one before.
+        if (length >= blockLength && isAsciiBlock(end - blockLength))
+        {
+            convertBlock(end - blockLength, out + length - blockLength);
+            return end;
+        }
+        for (; done != length && isAscii(begin[done]); ++done)
+            out[done] = begin[done];
+    }
+    wide.resize(static_cast<unsigned>(done));
+    return begin + done;
 }
 
 } // namespace
@@ -258,27 +345,19 @@ namespace Mw
 
 LightweightString<wchar_t> wideFromUtf8(const char* text, std::size_t lengthBytes)
 {
-    if (lengthBytes == 0)
-        return {};
-    const Byte* const begin = reinterpret_cast<const Byte*>(text);
-    const Byte* const end = begin + lengthBytes;
-    // A text without a lead is malformed from its start.
-    const std::size_t leads = countLeads(begin, end);
-    LightweightString<wchar_t> wide = stringOf<wchar_t>(leads);
-    if (leads != 0 && widenInto(begin, end, wide.writable(), true))
-        return wide;
-    wide = stringOf<wchar_t>(countCharacters(begin, end));
-    widenInto(begin, end, wide.writable(), false);
+    LightweightString<wchar_t> wide;
+    const Byte* p = reinterpret_cast<const Byte*>(text);
+    const Byte* const end = p + lengthBytes;
+    if (std::all_of(p, p + std::min(lengthBytes, blockLength), [](Byte b) { return isAscii(b); }))
+        p = widenAsciiHead(p, end, wide);
+    appendConverted<wchar_t>(p, end, wide);
     return wide;
 }
 
 LightweightString<char> utf8FromWide(const wchar_t* text, std::size_t length)
 {
-    if (length == 0)
-        return {};
-    const wchar_t* const end = text + length;
-    LightweightString<char> utf8 = stringOf<char>(countBytes(text, end));
-    narrowInto(text, end, reinterpret_cast<Byte*>(utf8.writable()));
+    LightweightString<char> utf8;
+    appendConverted<Byte>(text, text + length, utf8);
     return utf8;
 }
 

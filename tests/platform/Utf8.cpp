@@ -1,0 +1,175 @@
+#include "OS/Utf8.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+#include <string>
+
+namespace
+{
+
+constexpr char32_t replacement = 0xFFFD;
+
+bool isCharacter(char32_t c)
+{
+    return c <= 0x10FFFF && !(c >= 0xD800 && c <= 0xDFFF);
+}
+
+std::string encoded(char32_t c)
+{
+    const auto byte = [](char32_t value) { return static_cast<char>(value); };
+    const auto tail = [&](int shift) { return byte(0x80 | (c >> shift & 0x3F)); };
+    if (c < 0x80)
+        return {byte(c)};
+    if (c < 0x800)
+        return {byte(0xC0 | c >> 6), tail(0)};
+    if (c < 0x10000)
+        return {byte(0xE0 | c >> 12), tail(6), tail(0)};
+    return {byte(0xF0 | c >> 18), tail(12), tail(6), tail(0)};
+}
+
+// The conversion by its definition: the beginnings of all encodings there are, and the longest that fits.
+class Model
+{
+public:
+    Model()
+    {
+        for (char32_t c = 0x80; c <= 0x10FFFF; c += c >= 0x1000 ? 0x40 : 1)
+            if (isCharacter(c))
+                for (std::string text = encoded(c); text.size() > 1;)
+                {
+                    text.pop_back();
+                    beginnings_.insert(text);
+                }
+    }
+
+    std::wstring widen(const std::string& text) const
+    {
+        std::wstring wide;
+        for (std::size_t at = 0; at < text.size();)
+        {
+            std::size_t length = 1;
+            while (beginnings_.contains(text.substr(at, length)) && at + length < text.size())
+            {
+                const bool continues = (text[at + length] & 0xC0) == 0x80;
+                const bool fits = beginnings_.contains(text.substr(at, length + 1)) || continues;
+                // A last byte has the whole range of continuations, unless it is the second one.
+                if (!fits || (length == 1 && !isSecond(text[at], text[at + 1])))
+                    break;
+                ++length;
+            }
+            const std::string part = text.substr(at, length);
+            const char32_t c = valueOf(part);
+            wide.push_back(static_cast<wchar_t>(isCharacter(c) && encoded(c) == part ? c : replacement));
+            at += length;
+        }
+        return wide;
+    }
+
+private:
+    static char32_t valueOf(const std::string& part)
+    {
+        const auto lead = static_cast<unsigned char>(part[0]);
+        char32_t c = part.size() == 1 ? lead : lead & (0xFFu >> (part.size() + 1));
+        for (std::size_t i = 1; i < part.size(); ++i)
+            c = c << 6 | (static_cast<unsigned char>(part[i]) & 0x3Fu);
+        return c;
+    }
+
+    bool isSecond(char first, char second) const
+    {
+        const bool twoBytes = (first & 0xE0) == 0xC0;
+        return twoBytes ? (second & 0xC0) == 0x80 : beginnings_.contains({first, second});
+    }
+
+    std::set<std::string> beginnings_;
+};
+
+std::wstring widened(const std::string& text)
+{
+    const LightweightString<wchar_t> wide = Mw::wideFromUtf8(text.data(), text.size());
+    return std::wstring(wide.c_str(), wide.length());
+}
+
+std::string narrowed(const std::wstring& text)
+{
+    const LightweightString<char> utf8 = Mw::utf8FromWide(text.data(), text.size());
+    return std::string(utf8.c_str(), utf8.length());
+}
+
+} // namespace
+
+TEST(Utf8, everySequenceOfBoundaryBytesWidensByDefinition)
+{
+    const Model model;
+    const unsigned char bytes[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2,
+                                   0xDF, 0xE0, 0xE1, 0xED, 0xEE, 0xEF, 0xF0, 0xF1, 0xF3, 0xF4, 0xF5, 0xFF};
+    std::string text(4, '\0');
+    for (const unsigned char a : bytes)
+        for (const unsigned char b : bytes)
+            for (const unsigned char c : bytes)
+                for (const unsigned char d : bytes)
+                {
+                    text = {static_cast<char>(a), static_cast<char>(b), static_cast<char>(c), static_cast<char>(d)};
+                    ASSERT_EQ(widened(text), model.widen(text))
+                        << std::hex << +a << ' ' << +b << ' ' << +c << ' ' << +d;
+                }
+}
+
+// ASCII goes in blocks and texts in chunks: a sequence must come out the same wherever it lies.
+TEST(Utf8, sequencesComeOutTheSameAtEveryPlaceInLongTexts)
+{
+    const Model model;
+    const std::string sequences[] = {"\xC3\xA9",     "\xE6\x98\xA0",       "\xF0\x9F\x8E\xAC",
+                                     "\xFF",         "\xE6\x98",           "\xF0\x9F\x8E",
+                                     "\xED\xA0\x80", std::string(1, '\0'), "\xC3\xA9x\xC3\xA9"};
+    for (const std::string& sequence : sequences)
+        for (const std::size_t length : {0u, 1u, 15u, 16u, 17u, 31u, 33u, 64u, 70u, 1100u, 4200u})
+            for (std::size_t at = 0; at <= length;
+                 at += at < 70 || (at > 1000 && at < 1030) || (at > 4070 && at < 4100) ? 1 : 61)
+            {
+                const std::string text = std::string(at, 'x') + sequence + std::string(length - at, 'y');
+                const std::wstring wide = widened(text);
+                ASSERT_EQ(wide, model.widen(text)) << at << " of " << length;
+                std::string repaired;
+                for (const wchar_t c : wide)
+                    repaired += encoded(static_cast<char32_t>(c));
+                ASSERT_EQ(narrowed(wide), repaired) << at << " of " << length;
+            }
+}
+
+TEST(Utf8, everyCharacterGoesThereAndBack)
+{
+    std::wstring all;
+    std::string bytes;
+    for (char32_t c = 0; c <= 0x10FFFF; ++c)
+        if (isCharacter(c))
+        {
+            all.push_back(static_cast<wchar_t>(c));
+            bytes += encoded(c);
+        }
+    EXPECT_TRUE(narrowed(all) == bytes);
+    EXPECT_TRUE(widened(bytes) == all);
+
+    std::mt19937 random(20);
+    for (int round = 0; round < 2000; ++round)
+    {
+        const std::size_t length = random() % 3000;
+        std::wstring text(length, L'a');
+        for (std::size_t changes = random() % 200; length != 0 && changes != 0; --changes)
+            text[random() % length] = all[random() % all.size()];
+        ASSERT_TRUE(widened(narrowed(text)) == text);
+    }
+}
+
+TEST(Utf8, whatIsNoCharacterNarrowsToTheReplacement)
+{
+    for (const unsigned value : {0xD800u, 0xDBFFu, 0xDC00u, 0xDFFFu, 0x110000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
+        for (const std::size_t at : {0u, 5u, 16u, 40u})
+        {
+            std::wstring text(50, L'x');
+            text[at] = static_cast<wchar_t>(value);
+            EXPECT_EQ(narrowed(text), std::string(at, 'x') + "\xEF\xBF\xBD" + std::string(49 - at, 'x')) << value;
+        }
+}
