@@ -34,7 +34,7 @@ public:
         return Mw::wideFromUtf8(text, lengthBytes == 0xFFFFFFFFu ? std::strlen(text) : lengthBytes);
     }
 
-    void getStackTrace(Mw::StackTrace& lines) override { appendStackTrace(lines, 1); }
+    void getStackTrace(Mw::StackTrace& lines) override { appendStackTrace(lines, __builtin_return_address(0)); }
 
 private:
     const double startMs_ = clockMs(CLOCK_MONOTONIC);

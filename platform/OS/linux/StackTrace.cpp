@@ -1,5 +1,6 @@
 #include "OS/linux/StackTrace.h"
 
+#include <algorithm>
 #include <backtrace.h>
 #include <cinttypes>
 #include <cstdio>
@@ -8,6 +9,7 @@
 #include <dlfcn.h>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -34,21 +36,30 @@ std::string demangled(const char* symbol)
     return text != nullptr ? text.get() : symbol;
 }
 
+bool isMangled(const std::string& name)
+{
+    return name.starts_with("_Z");
+}
+
 void keepSymbol(void* data, std::uintptr_t, const char* symbol, std::uintptr_t, std::uintptr_t)
 {
     if (symbol != nullptr)
-        *static_cast<std::string*>(data) = demangled(symbol);
+        *static_cast<std::string*>(data) = symbol;
 }
 
-// The exported or local symbol that an address lies in, where line tables don't name its function.
+// The symbol that an address lies in, as the linker knows it; empty if there is none.
 std::string symbolAt(std::uintptr_t address)
 {
-    std::string name;
-    ::backtrace_syminfo(state(), address, keepSymbol, ignoreError, &name);
-    return name;
+    std::string symbol;
+    ::backtrace_syminfo(state(), address, keepSymbol, ignoreError, &symbol);
+    Dl_info module;
+    // A library that was loaded after the first trace is known to the loader alone.
+    if (symbol.empty() && ::dladdr(reinterpret_cast<void*>(address), &module) != 0 && module.dli_sname != nullptr)
+        symbol = module.dli_sname;
+    return symbol;
 }
 
-// "0x7f12… (libc.so.6+0x2724a)"
+// Such as "0x7f120002724a (libc.so.6+0x2724a)".
 std::string addressText(std::uintptr_t address)
 {
     char text[32];
@@ -65,25 +76,62 @@ std::string addressText(std::uintptr_t address)
     return line;
 }
 
-int appendFrame(void* data, std::uintptr_t address, const char* file, int line, const char* function)
+// One function at an address. Those that were inlined into another come before it.
+struct Place
 {
-    // The last frame of a thread has no caller.
-    if (address == UINTPTR_MAX || address == 0)
-        return 0;
-    std::string text = function != nullptr ? demangled(function) : symbolAt(address);
-    if (text.empty())
-        text = addressText(address);
-    else if (file == nullptr)
-        text += " " + addressText(address);
+    std::string function;
+    std::string fileAndLine;
+};
+
+int keepPlace(void* data, std::uintptr_t, const char* file, int line, const char* function)
+{
+    Place place;
+    if (function != nullptr)
+        place.function = function;
     if (file != nullptr)
-        text += std::string(" ") + file + ":" + std::to_string(line);
-    static_cast<Mw::StackTrace*>(data)->push_back(LightweightString<char>(std::string_view(text)));
+        place.fileAndLine = std::string(file) + ":" + std::to_string(line);
+    static_cast<std::vector<Place>*>(data)->push_back(place);
     return 0;
+}
+
+int keepAddress(void* data, std::uintptr_t address)
+{
+    static_cast<std::vector<std::uintptr_t>*>(data)->push_back(address);
+    return 0;
+}
+
+std::string textOf(const Place& place, std::uintptr_t address)
+{
+    const std::string where = place.fileAndLine.empty() ? addressText(address) : place.fileAndLine;
+    return place.function.empty() ? where : demangled(place.function.c_str()) + " at " + where;
+}
+
+void appendFrame(Mw::StackTrace& lines, std::uintptr_t address)
+{
+    std::vector<Place> places;
+    ::backtrace_pcinfo(state(), address, keepPlace, ignoreError, &places);
+    if (places.empty())
+        places.emplace_back();
+    // Short line tables may hold a function's bare name; the linker's has its class and arguments.
+    std::string& function = places.back().function;
+    if (!isMangled(function))
+        if (std::string symbol = symbolAt(address); function.empty() || isMangled(symbol))
+            function = std::move(symbol);
+    for (const Place& place : places)
+        lines.push_back(LightweightString<char>(std::string_view(textOf(place, address))));
 }
 
 } // namespace
 
-__attribute__((noinline)) void appendStackTrace(Mw::StackTrace& lines, int skippedFrames)
+void appendStackTrace(Mw::StackTrace& lines, const void* returnAddress)
 {
-    ::backtrace_full(state(), skippedFrames, appendFrame, ignoreError, &lines);
+    std::vector<std::uintptr_t> addresses;
+    ::backtrace_simple(state(), 0, keepAddress, ignoreError, &addresses);
+    // An unwound address is that of the call, one byte before where it goes on.
+    auto first = std::find(addresses.begin(), addresses.end(), reinterpret_cast<std::uintptr_t>(returnAddress) - 1);
+    if (first == addresses.end())
+        first = addresses.begin();
+    // The outermost frame of a thread has no caller, which shows as an address of -1.
+    std::for_each(first, std::find(first, addresses.end(), UINTPTR_MAX),
+                  [&](std::uintptr_t address) { appendFrame(lines, address); });
 }
