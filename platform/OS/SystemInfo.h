@@ -57,6 +57,7 @@ public:
     // The file system that a path lies on. Never null.
     virtual Mw::Ptr<iDiskDrive> diskDrive(const LightweightString<wchar_t>& path) = 0;
 
-    // Never null; the object's isLoaded() tells.
+    // Never null; the object's isLoaded() tells. A name without a separator is looked for where the
+    // system keeps its libraries.
     virtual Mw::Ptr<iDLL> loadDLL(const LightweightString<wchar_t>& path) = 0;
 };

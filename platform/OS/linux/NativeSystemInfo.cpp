@@ -39,10 +39,14 @@ private:
 class NativeDLL : public iDLL
 {
 public:
-    explicit NativeDLL(const Wide& path) : handle_(::dlopen(nativePath(path).c_str(), RTLD_NOW | RTLD_LOCAL))
+    explicit NativeDLL(const Wide& path)
     {
-        if (const char* const text = handle_ == nullptr ? ::dlerror() : nullptr)
-            error_ = text;
+        const LightweightString<char> name = nativePath(path);
+        // The system takes an empty name for the program itself.
+        if (name.empty())
+            error_ = "No such file or directory";
+        else if ((handle_ = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL)) == nullptr)
+            error_ = ::dlerror();
     }
     ~NativeDLL() override
     {
@@ -55,7 +59,7 @@ public:
     LightweightString<char> lastError() override { return error_; }
 
 private:
-    void* const handle_;
+    void* handle_ = nullptr;
     LightweightString<char> error_;
 };
 

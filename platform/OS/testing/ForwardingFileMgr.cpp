@@ -1,0 +1,5 @@
+#include "OS/testing/ForwardingFileMgr.h"
+
+ForwardingFile::~ForwardingFile() = default;
+
+ForwardingFileMgr::~ForwardingFileMgr() = default;

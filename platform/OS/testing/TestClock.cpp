@@ -1,0 +1,3 @@
+#include "OS/testing/TestClock.h"
+
+TestClock::~TestClock() = default;
