@@ -1,0 +1,104 @@
+#include "OS/Desktop.h"
+
+#include "OS/FileMgr.h"
+#include "OS/testing/MemoryFileMgr.h"
+#include "platform/Environment.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+namespace
+{
+
+// The environment that paths are made from, with what a case sets in it and nothing else.
+Environment only(const std::map<std::string, std::string>& set)
+{
+    Environment::Values values;
+    for (const char* const name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "MW_DATA_DIR",
+                                   "MW_CONFIG_DIR", "MW_MACHINE_CONFIG_DIR"})
+        values[name] = std::nullopt;
+    for (const auto& [name, value] : set)
+        values[name] = value;
+    return Environment(values);
+}
+
+struct PathCase
+{
+    std::map<std::string, std::string> environment;
+    const wchar_t* data;
+    const wchar_t* config;
+    const wchar_t* machine;
+};
+
+} // namespace
+
+TEST(Desktop, pathsFollowTheBaseDirectoryRules)
+{
+    MemoryFileMgr memory;
+    OSReplacement<iFileMgr> replaced(memory);
+    memory.ensureDirectory(L"/second/App");
+    const PathCase cases[] = {
+        {{{"HOME", "/h"}}, L"/h/.local/share/App", L"/h/.config/App", L"/etc/xdg/App"},
+        {{{"HOME", "/h"}, {"XDG_DATA_HOME", "/d"}, {"XDG_CONFIG_HOME", "/c/"}, {"XDG_CONFIG_DIRS", "/one:/two"}},
+         L"/d/App",
+         L"/c/App",
+         L"/one/App"},
+        // The directory that has the application's comes before one that is named earlier.
+        {{{"HOME", "/h"}, {"XDG_CONFIG_DIRS", "/first::relative:/second:/third"}},
+         L"/h/.local/share/App",
+         L"/h/.config/App",
+         L"/second/App"},
+        // Relative and empty values count as not set.
+        {{{"HOME", "/h"}, {"XDG_DATA_HOME", "d"}, {"XDG_CONFIG_HOME", ""}, {"XDG_CONFIG_DIRS", "one:two"}},
+         L"/h/.local/share/App",
+         L"/h/.config/App",
+         L"/etc/xdg/App"},
+        {{{"HOME", "/h"},
+          {"XDG_DATA_HOME", "/d"},
+          {"MW_DATA_DIR", "/md"},
+          {"MW_CONFIG_DIR", "/mc"},
+          {"MW_MACHINE_CONFIG_DIR", "/mm"}},
+         L"/md/App",
+         L"/mc/App",
+         L"/mm/App"},
+    };
+    for (const PathCase& c : cases)
+    {
+        const Environment environment = only(c.environment);
+        EXPECT_EQ(OS().desktop().getUserDataPath(L"App"), c.data);
+        EXPECT_EQ(OS().desktop().getUserConfigPath(L"App"), c.config);
+        EXPECT_EQ(OS().desktop().getMachineConfigPath(L"App"), c.machine);
+    }
+    const Environment bare = only({});
+    EXPECT_TRUE(OS().desktop().getUserDataPath(L"App").endsWith(L"/.local/share/App"));
+}
+
+TEST(Desktop, configurationFilesAreTheUsersBeforeTheMachines)
+{
+    MemoryFileMgr memory;
+    OSReplacement<iFileMgr> replaced(memory);
+    const Environment environment = only({{"MW_CONFIG_DIR", "/user"}, {"MW_MACHINE_CONFIG_DIR", "/machine"}});
+    EXPECT_EQ(memory.findConfigurationFile(L"config.dat"), L"");
+    for (const wchar_t* const directory : {L"/bin", L"/machine/application", L"/user/application"})
+    {
+        memory.ensureDirectory(directory);
+        const LightweightString<wchar_t> path = Mw::joinPath(directory, L"config.dat");
+        OS().fileMgr().openFile(path, iFile::eWrite, iFile::eCreateNew);
+        EXPECT_EQ(memory.findConfigurationFile(L"config.dat"), path);
+    }
+}
+
+TEST(Desktop, messageBoxesAndClipboardWorkWithoutAScreen)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(OS().desktop().showMessageBox(L"Title", L"Caf\u00E9 is closed", iDesktop::eIconError,
+                                            iDesktop::eButtonOKCancel),
+              0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Title: Caf\xC3\xA9 is closed\n");
+    OS().desktop().setClipboardText(L"copied");
+    EXPECT_EQ(OS().desktop().getClipboardText(), L"copied");
+    EXPECT_FALSE(OS().desktop().revealFiles({}));
+    EXPECT_FALSE(OS().desktop().getUserName().empty());
+}

@@ -1,0 +1,172 @@
+#include "Mw/Exception.h"
+#include "OS/Debugger.h"
+#include "OS/Display.h"
+#include "OS/SystemInfo.h"
+#include "OS/Windowing.h"
+#include "OS/testing/TestClock.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace trace
+{
+
+// Not static and not inlined, so that the traces name it on every compiler.
+__attribute__((noinline)) void fail(int)
+{
+    throw Mw::Exception::RuntimeError("broken", "tests/Services", 1);
+}
+
+Mw::StackTrace of(int number)
+{
+    try
+    {
+        fail(number);
+    }
+    catch (const Mw::Exception::RuntimeError& error)
+    {
+        return error.stack_;
+    }
+    return {};
+}
+
+} // namespace trace
+
+TEST(StackTrace, namesFunctionFileAndLineFromTheInnermostOut)
+{
+    const Mw::StackTrace stack = trace::of(1);
+    ASSERT_GT(stack.size(), 3u);
+    const std::string first = stack[0].c_str();
+    EXPECT_TRUE(first.starts_with("Mw::Exception::RuntimeError::RuntimeError(char const*, char const*, int) at "))
+        << first;
+    EXPECT_NE(first.find("Mw/Exception.cpp:"), first.npos) << first;
+    const std::string second = stack[1].c_str();
+    EXPECT_TRUE(second.starts_with("trace::fail(int) at ")) << second;
+    EXPECT_NE(second.find("tests/platform/Services.cpp:"), second.npos) << second;
+    bool mainSeen = false;
+    for (const LightweightString<char>& line : stack)
+        mainSeen |= line.startsWith("main at ");
+    EXPECT_TRUE(mainSeen);
+}
+
+TEST(StackTrace, canBeTakenByManyThreadsAtOnce)
+{
+    const std::string expected = trace::of(0)[1].c_str();
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back(
+            [&]
+            {
+                for (int round = 0; round < 20; ++round)
+                    wrong += trace::of(round)[1].c_str() != expected;
+            });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(Debugger, clocksRunForwardAndATestCanMoveThem)
+{
+    iDebugger& debugger = OS().debugger();
+    double before = debugger.getTimeMs();
+    EXPECT_GE(before, 0);
+    for (int i = 0; i < 1000; ++i)
+    {
+        const double now = debugger.getPreciseTimeMs();
+        EXPECT_GE(now, before);
+        before = now;
+    }
+    // Wall time in microseconds: later than 2020, before 2200.
+    EXPECT_GT(debugger.getClock(), 1.577e15);
+    EXPECT_LT(debugger.getClock(), 7.258e15);
+
+    TestClock clock(5);
+    const OSReplacement<iDebugger> replaced(clock);
+    const double wall = OS().debugger().getClock();
+    clock.advance(2.5);
+    EXPECT_DOUBLE_EQ(OS().debugger().getTimeMs(), 7.5);
+    EXPECT_DOUBLE_EQ(OS().debugger().getClock() - wall, 2500);
+    EXPECT_EQ(OS().debugger().widen("caf\xC3\xA9!", 5), L"caf\u00E9");
+    EXPECT_EQ(OS().debugger().widen(nullptr, 0xFFFFFFFFu), L"");
+}
+
+namespace
+{
+
+class Grid : public iStatusWindow::iContents
+{
+public:
+    int width() override { return 10; }
+    int height() override { return 3; }
+    LightweightString<wchar_t> row(int y) override { return rows[static_cast<std::size_t>(y)]; }
+    bool takeChanged(int y) override { return changed.erase(y) != 0; }
+    void lock() override { ++locks; }
+    void unlock() override { --locks; }
+
+    std::vector<LightweightString<wchar_t>> rows{L"one  ", L"tw\u00F6", L"     "};
+    std::set<int> changed{0, 1, 2};
+    int locks = 0;
+};
+
+} // namespace
+
+TEST(Windowing, aStatusWindowShowsTheRowsThatHaveChanged)
+{
+    const Mw::Ptr<Grid> grid = Mw::makePtr<Grid>();
+    const Mw::Ptr<iStatusWindow> window = OS().windowing().createStatusWindow(grid, nullptr);
+    EXPECT_FALSE(window->isVisible());
+    window->setVisible(true);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_EQ(window->asText(), "one\ntw\xC3\xB6\n\n");
+    grid->rows = {L"ONE", L"not marked", L"three"};
+    grid->changed = {0, 2};
+    window->update();
+    EXPECT_EQ(window->asText(), "ONE\ntw\xC3\xB6\nthree\n");
+    EXPECT_EQ(grid->locks, 0);
+}
+
+TEST(Windowing, modifiersAreTheKeysThatAreDown)
+{
+    iWindowing& windowing = OS().windowing();
+    EXPECT_EQ(windowing.getKeyboardModifiers(), 0);
+    for (const int key : {0x2000000, 0x100000, 27})
+        windowing.setKeyDown(key, true);
+    EXPECT_TRUE(windowing.isKeyDown(27));
+    EXPECT_EQ(windowing.getKeyboardModifiers(), 0x2100000);
+    windowing.setKeyDown(0x2000000, false);
+    windowing.setKeyDown(0x1000000, true);
+    windowing.setKeyDown(0x4000000, true);
+    EXPECT_EQ(windowing.getKeyboardModifiers(), 0x5100000);
+}
+
+TEST(SystemInfo, tellsOfTheMachine)
+{
+    iSystemInfo& info = OS().systemInfo();
+    iSystemInfo::MemoryInfo memory;
+    ASSERT_TRUE(info.getMemoryInfo(memory));
+    EXPECT_GT(memory.availableBytes, 0u);
+    EXPECT_GE(memory.totalBytes, memory.availableBytes);
+    EXPECT_GT(memory.processBytes, 0u);
+    EXPECT_GE(info.processorCount(), 1);
+    EXPECT_TRUE(info.getRegistryValue("key", "name", "wow32").empty());
+    EXPECT_GE(info.diskDrive(L"/")->totalBytes(), info.diskDrive(L"/")->freeBytes());
+    EXPECT_EQ(info.diskDrive(L"/no/such/path")->totalBytes(), 0u);
+
+    const Mw::Ptr<iDLL> mathematics = info.loadDLL(L"libm.so.6");
+    ASSERT_TRUE(mathematics->isLoaded()) << mathematics->lastError();
+    EXPECT_NE(mathematics->symbol("cos"), nullptr);
+    EXPECT_EQ(mathematics->symbol("no such function"), nullptr);
+    for (const wchar_t* const path : {L"", L"/no/such/library.so"})
+    {
+        EXPECT_FALSE(info.loadDLL(path)->isLoaded());
+        EXPECT_FALSE(info.loadDLL(path)->lastError().empty());
+    }
+    OS().display().setOutputImageFormat(12);
+    EXPECT_EQ(OS().display().getOutputImageFormat(), 12);
+}
