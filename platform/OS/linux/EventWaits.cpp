@@ -26,25 +26,18 @@ int takeFirst(EventList events)
 }
 
 // Counts the calling thread among the waiters of all events.
-class Presence
+void enterAll(EventList events) noexcept
 {
-public:
-    explicit Presence(EventList events) noexcept : events_(events)
-    {
-        for (const auto& event : events_)
-            eventOf(event).enter();
-    }
-    ~Presence()
-    {
-        for (const auto& event : events_)
-            eventOf(event).leave();
-    }
-    Presence(const Presence&) = delete;
-    Presence& operator=(const Presence&) = delete;
+    for (const auto& event : events)
+        eventOf(event).enter();
+}
 
-private:
-    EventList events_;
-};
+// The reverse. Wake-ups that came here and were not used go on to others.
+void leaveAll(EventList events) noexcept
+{
+    for (const auto& event : events)
+        eventOf(event).leave();
+}
 
 // The system's wait for several words, which kernels before 5.16 lack and which takes so many words.
 constexpr std::size_t systemWaitLimit = FUTEX_WAITV_MAX;
@@ -60,12 +53,16 @@ enum class Slept
 class SystemWait
 {
 public:
-    explicit SystemWait(EventList events) noexcept : count_(static_cast<unsigned>(events.size()))
+    explicit SystemWait(EventList events) noexcept : events_(events), count_(static_cast<unsigned>(events.size()))
     {
         for (unsigned i = 0; i < count_; ++i)
-            words_[i] = {0, reinterpret_cast<std::uintptr_t>(&eventOf(events[i]).word()), FUTEX_32 | FUTEX_PRIVATE_FLAG,
+            words_[i] = {0, reinterpret_cast<std::uintptr_t>(eventOf(events[i]).word()), FUTEX_32 | FUTEX_PRIVATE_FLAG,
                          0};
+        enterAll(events_);
     }
+    ~SystemWait() { leaveAll(events_); }
+    SystemWait(const SystemWait&) = delete;
+    SystemWait& operator=(const SystemWait&) = delete;
 
     Slept sleep(const Deadline& deadline) noexcept
     {
@@ -79,8 +76,9 @@ public:
     }
 
 private:
-    futex_waitv words_[systemWaitLimit];
+    EventList events_;
     unsigned count_;
+    futex_waitv words_[systemWaitLimit];
 };
 
 // What a thread leaves behind where the system can't wait for its events: a word of its own, which those
@@ -88,6 +86,8 @@ private:
 class WaitRecord
 {
 public:
+    // In the list before its thread is counted as a waiter, so that who sees the count finds it; out of it
+    // before the thread stops being one, so that a wake-up that it was given and did not use is passed on.
     explicit WaitRecord(EventList events);
     ~WaitRecord();
     WaitRecord(const WaitRecord&) = delete;
@@ -95,19 +95,22 @@ public:
 
     Slept sleep(const Deadline& deadline) noexcept
     {
-        const bool inTime = futexWait(woken_, 0, deadline);
+        const bool inTime = futexWait(&woken_, 0, deadline);
         // Acquire: the events are looked at after this, so a wake-up that found the word raised already
         // may rely on this thread.
         woken_.exchange(0, std::memory_order_acq_rel);
         return inTime ? Slept::woken : Slept::timedOut;
     }
 
-    static void wake(const FutexWord& word, int count) noexcept;
+    static void wake(const void* word, int count) noexcept;
 
 private:
-    bool waitsFor(const FutexWord& word) const noexcept
+    void enterList() noexcept;
+    void leaveList() noexcept;
+
+    bool waitsFor(const void* word) const noexcept
     {
-        return std::ranges::any_of(events_, [&](const auto& event) { return &eventOf(event).word() == &word; });
+        return std::ranges::any_of(events_, [&](const auto& event) { return eventOf(event).word() == word; });
     }
 
     FutexWord woken_{0};
@@ -131,6 +134,18 @@ constinit std::atomic<WaitRecord*> WaitRecord::theFirst{nullptr};
 
 WaitRecord::WaitRecord(EventList events) : events_(events)
 {
+    enterList();
+    enterAll(events_);
+}
+
+WaitRecord::~WaitRecord()
+{
+    leaveList();
+    leaveAll(events_);
+}
+
+void WaitRecord::enterList() noexcept
+{
     const Lock lock;
     next_ = theFirst.load(std::memory_order_relaxed);
     if (next_ != nullptr)
@@ -138,7 +153,7 @@ WaitRecord::WaitRecord(EventList events) : events_(events)
     theFirst.store(this, std::memory_order_relaxed);
 }
 
-WaitRecord::~WaitRecord()
+void WaitRecord::leaveList() noexcept
 {
     const Lock lock;
     if (previous_ != nullptr)
@@ -149,7 +164,7 @@ WaitRecord::~WaitRecord()
         next_->previous_ = previous_;
 }
 
-void WaitRecord::wake(const FutexWord& word, int count) noexcept
+void WaitRecord::wake(const void* word, int count) noexcept
 {
     // Relaxed: a record is entered before its thread is counted among the waiters of an event, and who
     // comes here read that count.
@@ -171,7 +186,6 @@ constexpr int notSupported = -2;
 template <class Sleeper>
 int waitWith(Sleeper& sleeper, EventList events, const Deadline& deadline)
 {
-    const Presence presence(events);
     for (;;)
     {
         if (const int taken = takeFirst(events); taken >= 0)
@@ -234,8 +248,8 @@ bool waitForAll(EventList events, int timeoutMs)
     }
 }
 
-void wakeSleepers(const FutexWord& word, int count) noexcept
+void wakeSleepers(const void* word, int count) noexcept
 {
-    if (const int woken = futexWake(&word, count); woken < count)
+    if (const int woken = futexWake(word, count); woken < count)
         WaitRecord::wake(word, count - woken);
 }

@@ -13,4 +13,4 @@ int waitForAny(EventList events, int timeoutMs);
 bool waitForAll(EventList events, int timeoutMs);
 
 // Wakes up to `count` of the threads that wait for the event with this word, alone or among several.
-void wakeSleepers(const FutexWord& word, int count) noexcept;
+void wakeSleepers(const void* word, int count) noexcept;

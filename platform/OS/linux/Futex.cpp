@@ -22,18 +22,18 @@ Deadline::Deadline(int timeoutMs) noexcept : never_(timeoutMs < 0)
 }
 
 // Locks are taken and left where callers still want the errno of their own calls.
-bool futexWait(const FutexWord& word, std::uint32_t expected, const Deadline& deadline) noexcept
+bool futexWait(const void* word, std::uint32_t expected, const Deadline& deadline) noexcept
 {
     const int callersErrno = errno;
     // The form with a bit set is the one that takes a moment instead of a duration.
-    const long result = ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, expected, deadline.time(), nullptr,
+    const long result = ::syscall(SYS_futex, word, FUTEX_WAIT_BITSET_PRIVATE, expected, deadline.time(), nullptr,
                                   FUTEX_BITSET_MATCH_ANY);
     const bool timedOut = result != 0 && errno == ETIMEDOUT;
     errno = callersErrno;
     return !timedOut;
 }
 
-int futexWake(const FutexWord* word, int count) noexcept
+int futexWake(const void* word, int count) noexcept
 {
     const int callersErrno = errno;
     // Fails where the word's page is gone; then nobody sleeps on it.

@@ -5,8 +5,8 @@
 #include <ctime>
 
 // The system's primitive below all waiting: sleep while a word holds a value. Private to the process.
-// The words are 32-bit atomics, so that every edge between threads is one of the C++ memory model; the
-// system calls add none.
+// The words are 32-bit atomics, here by their address alone, so that every edge between threads is one of the C++
+// memory model; the system calls add none.
 
 using FutexWord = std::atomic<std::uint32_t>;
 
@@ -27,7 +27,7 @@ private:
 
 // Sleeps if the word holds `expected`, until woken. False if the deadline came first; true says nothing
 // of the word, which is to be looked at again.
-bool futexWait(const FutexWord& word, std::uint32_t expected, const Deadline& deadline) noexcept;
+bool futexWait(const void* word, std::uint32_t expected, const Deadline& deadline) noexcept;
 
 // Wakes up to `count` sleepers and gives how many. The word itself is not read: it may be gone.
-int futexWake(const FutexWord* word, int count) noexcept;
+int futexWake(const void* word, int count) noexcept;

@@ -20,8 +20,8 @@ public:
     static std::uint32_t value(std::uint64_t state) noexcept { return static_cast<std::uint32_t>(state); }
     static std::uint32_t waiters(std::uint64_t state) noexcept { return static_cast<std::uint32_t>(state >> 32); }
 
-    // The address of the low half; only the system reads there.
-    const FutexWord& word() const noexcept { return reinterpret_cast<const FutexWord&>(state); }
+    // The address of the low half, for the system.
+    const void* word() const noexcept { return &state; }
 
     std::atomic<std::uint64_t> state;
     static_assert(std::endian::native == std::endian::little);
@@ -60,7 +60,7 @@ public:
     // Waits until the event is set, without taking it.
     bool waitUntilSet(const Deadline& deadline) noexcept;
 
-    const FutexWord& word() const noexcept { return waited_.word(); }
+    const void* word() const noexcept { return waited_.word(); }
 
 private:
     const eKind kind_;

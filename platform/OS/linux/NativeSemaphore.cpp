@@ -39,7 +39,7 @@ void NativeSemaphore::release(int units)
     while (!units_.state.compare_exchange_weak(before, before + added, std::memory_order_release,
                                                std::memory_order_relaxed));
     if (WaitedWord::waiters(before) != 0)
-        futexWake(&units_.word(), units);
+        futexWake(units_.word(), units);
 }
 
 bool NativeSemaphore::take() noexcept

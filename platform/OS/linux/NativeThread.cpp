@@ -213,7 +213,7 @@ std::uint32_t NativeThread::threadId()
     const Deadline never(-1);
     std::uint32_t id;
     while ((id = id_.load(std::memory_order_acquire)) == 0)
-        futexWait(id_, 0, never);
+        futexWait(&id_, 0, never);
     return id;
 }
 

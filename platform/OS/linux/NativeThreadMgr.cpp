@@ -93,7 +93,7 @@ public:
     unsigned processorCount() override
     {
         cpu_set_t allowed;
-        if (::sched_getaffinity(0, sizeof allowed, &allowed) == 0)
+        if (::sched_getaffinity(::getpid(), sizeof allowed, &allowed) == 0)
             return static_cast<unsigned>(CPU_COUNT(&allowed));
         // More processors than the set holds.
         const long online = ::sysconf(_SC_NPROCESSORS_ONLN);

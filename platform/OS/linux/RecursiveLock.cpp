@@ -35,7 +35,7 @@ bool RecursiveLock::waitAndEnter(std::uint32_t self, int timeoutMs) noexcept
             !word_.compare_exchange_weak(found, found | contended, std::memory_order_relaxed,
                                          std::memory_order_relaxed))
             continue;
-        if (!futexWait(word_, found | contended, deadline))
+        if (!futexWait(&word_, found | contended, deadline))
             return false;
         found = word_.load(std::memory_order_relaxed);
     }

@@ -1,0 +1,350 @@
+#include "ThreadSupport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <memory>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace test;
+using Event = Mw::Ptr<iThreadEvent>;
+using Events = std::vector<Event>;
+
+namespace
+{
+
+constexpr int patienceMs = 20'000;
+
+Event automatic(bool set = false)
+{
+    return threads().createEvent(iThreadEvent::eAutoReset, set);
+}
+Event manual(bool set = false)
+{
+    return threads().createEvent(iThreadEvent::eManualReset, set);
+}
+
+// The threads that sleep would never end, nor could the test.
+[[noreturn]] void wakeUpLost(int round)
+{
+    std::fprintf(stderr, "a wake-up was lost in round %d\n", round);
+    std::abort();
+}
+
+// The ways to wait for one of several events. The system's call takes up to 128; more take the way of
+// kernels that lack it.
+enum class Way
+{
+    systemCall,
+    record
+};
+
+class EventWaits : public testing::TestWithParam<Way>
+{
+protected:
+    static int waitForAny(Events events, int timeoutMs)
+    {
+        if (GetParam() == Way::record)
+        {
+            static const Events never(128, automatic());
+            events.insert(events.end(), never.begin(), never.end());
+        }
+        return threads().waitForEvents(events, false, timeoutMs);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, EventWaits, testing::Values(Way::systemCall, Way::record),
+                         [](const auto& way) { return way.param == Way::record ? "record" : "systemCall"; });
+
+// Two threads that compete in a bounded number of rounds, each doing its work once a round. How far they
+// get before the round's events are set differs from round to round.
+class Rounds
+{
+public:
+    Rounds(std::function<void(int)> one, std::function<void(int)> other)
+        : one_([this, one] { play(one, *gates_[0]); }), other_([this, other] { play(other, *gates_[1]); })
+    {
+    }
+
+    bool next()
+    {
+        if (++round_ > count)
+            return false;
+        for (const Event& gate : gates_)
+            gate->set();
+        for (int pause = round_ % 16; pause > 0; --pause)
+            threads().yield();
+        return true;
+    }
+    void awaitDone(int times)
+    {
+        for (; times > 0; --times)
+            if (!done_->acquire(patienceMs))
+                wakeUpLost(round_);
+    }
+    int round() const { return round_; }
+
+private:
+    static constexpr int count = 2000;
+
+    void play(const std::function<void(int)>& work, iThreadEvent& gate)
+    {
+        for (int round = 1; round <= count; ++round)
+        {
+            gate.wait();
+            work(round);
+            done_->release();
+        }
+    }
+
+    int round_ = 0;
+    const Event gates_[2] = {automatic(), automatic()};
+    const Mw::Ptr<iSemaphore> done_ = threads().createSemaphore(0);
+    Runner one_;
+    Runner other_;
+};
+
+} // namespace
+
+TEST(ThreadEvent, staysSetAsItsKindSays)
+{
+    for (const auto kind : {iThreadEvent::eAutoReset, iThreadEvent::eManualReset})
+    {
+        const Event event = threads().createEvent(kind, true);
+        event->set();
+        EXPECT_EQ(event->wait(0), iThreadEvent::eWaitSuccess);
+        EXPECT_EQ(event->wait(0),
+                  kind == iThreadEvent::eManualReset ? iThreadEvent::eWaitSuccess : iThreadEvent::eWaitTimeout);
+        event->set();
+        event->reset();
+        EXPECT_EQ(event->wait(0), iThreadEvent::eWaitTimeout);
+    }
+}
+
+TEST(ThreadEvent, manualOneLetsAllWaitersGo)
+{
+    const Event go = manual();
+    std::vector<std::unique_ptr<Runner>> waiters;
+    for (int i = 0; i < 4; ++i)
+        waiters.push_back(std::make_unique<Runner>(
+            [&, i] {
+                i % 2 == 0 ? void(go->wait()) : void(threads().waitForEvents({automatic(), go}, false, -1));
+            }));
+    go->set();
+    for (const auto& waiter : waiters)
+        EXPECT_TRUE((*waiter)->waitForExit(patienceMs));
+}
+
+TEST_P(EventWaits, giveTheFirstThatIsSetAndTakeNoOther)
+{
+    const Events events{automatic(), automatic(true), manual(true), automatic(true)};
+    EXPECT_EQ(waitForAny(events, 0), 1);
+    EXPECT_EQ(waitForAny(events, -1), 2);
+    EXPECT_EQ(waitForAny(events, 0), 2) << "stays set";
+    events[2]->reset();
+    EXPECT_EQ(waitForAny(events, 0), 3);
+    EXPECT_EQ(waitForAny(events, 0), iThreadMgr::waitTimedOut);
+}
+
+TEST_P(EventWaits, endAtTheirTimeAndNotBefore)
+{
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(waitForAny({automatic(), manual()}, 3), iThreadMgr::waitTimedOut);
+    EXPECT_EQ(automatic()->wait(3), iThreadEvent::eWaitTimeout);
+    EXPECT_FALSE(threads().waitForEvents({manual(true), manual()}, true, 3) == 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(9));
+}
+
+// Where the wake-up for the second event goes to the thread that takes the first, it has to be passed on.
+TEST_P(EventWaits, passOnAWakeUpThatTheyDoNotUse)
+{
+    const Event first = automatic(), second = automatic();
+    int payload = 0; // plain: the events alone order its accesses
+    Rounds rounds(
+        [&](int round)
+        {
+            EXPECT_EQ(waitForAny({first, second}, -1), 0);
+            EXPECT_EQ(payload, round);
+        },
+        [&](int round)
+        {
+            EXPECT_EQ(waitForAny({second}, -1), 0);
+            EXPECT_EQ(payload, round);
+        });
+    while (rounds.next())
+    {
+        payload = rounds.round();
+        first->set();
+        second->set();
+        rounds.awaitDone(2);
+    }
+}
+
+// Four threads take units that come by two automatic events, each set only while it is clear.
+TEST_P(EventWaits, takeEachSettingOnce)
+{
+    const Events events{automatic(), automatic(), manual()};
+    constexpr int rounds = 2000;
+    std::atomic<int> taken[2] = {};
+    const auto done = threads().createSemaphore(0);
+    std::vector<std::unique_ptr<Runner>> takers;
+    for (int i = 0; i < 4; ++i)
+        takers.push_back(std::make_unique<Runner>(
+            [&]
+            {
+                for (int index; (index = waitForAny(events, -1)) != 2; done->release())
+                    taken[index].fetch_add(1, std::memory_order_relaxed);
+            }));
+    for (int i = 0; i < rounds; ++i)
+    {
+        events[0]->set();
+        events[1]->set();
+        if (!done->acquire(patienceMs) || !done->acquire(patienceMs))
+            wakeUpLost(i);
+    }
+    events[2]->set();
+    takers.clear();
+    EXPECT_EQ(taken[0], rounds);
+    EXPECT_EQ(taken[1], rounds);
+}
+
+TEST(EventWaitForAll, takesAllTogetherOrNone)
+{
+    const Events events{automatic(true), manual(true), automatic()};
+    EXPECT_EQ(threads().waitForEvents(events, true, 0), iThreadMgr::waitTimedOut);
+    EXPECT_EQ(events[0]->wait(0), iThreadEvent::eWaitSuccess) << "not taken by the wait that failed";
+    Runner setter([&] { std::ranges::for_each(events, [](const Event& event) { event->set(); }); });
+    EXPECT_EQ(threads().waitForEvents(events, true, patienceMs), 0);
+    EXPECT_EQ(events[0]->wait(0), iThreadEvent::eWaitTimeout);
+    EXPECT_EQ(events[1]->wait(0), iThreadEvent::eWaitSuccess);
+    EXPECT_EQ(threads().waitForEvents({}, true, -1), 0);
+    EXPECT_EQ(threads().waitForEvents({}, false, -1), iThreadMgr::waitTimedOut);
+}
+
+// A thread that needs two events is woken for the one, and must leave it to who needs that one alone.
+TEST(EventWaitForAll, passesOnAWakeUpThatIsNotEnough)
+{
+    const Event left = automatic(), right = automatic();
+    Rounds rounds([&](int) { threads().waitForEvents({left, right}, true, -1); }, [&](int) { left->wait(-1); });
+    while (rounds.next())
+    {
+        left->set();
+        rounds.awaitDone(1);
+        left->set();
+        right->set();
+        rounds.awaitDone(1);
+    }
+}
+
+// A waiter that goes on may drop the event while the thread that set it is still on its way out.
+TEST(ThreadEvent, canBeDestroyedByTheWaiterAtOnce)
+{
+    std::atomic<iThreadEvent*> handed{nullptr};
+    std::atomic<bool> stop{false};
+    Runner setter(
+        [&]
+        {
+            while (!stop)
+                if (iThreadEvent* const event = handed.exchange(nullptr))
+                    event->set();
+                else
+                    threads().yield();
+        });
+    for (int i = 0; i < 1000; ++i)
+    {
+        Event event = automatic();
+        handed = event.get();
+        ASSERT_EQ(event->wait(patienceMs), iThreadEvent::eWaitSuccess);
+        event.reset();
+    }
+    stop = true;
+}
+
+#if !defined(MW_TEST_SANITIZED)
+
+// After this call the system kills the process at any call but read, write and exit.
+void forbidSystemCalls()
+{
+    ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_STRICT);
+}
+
+TEST(ThreadEvent, makesNoSystemCallWhereNobodyWaits)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const Events events{automatic(), manual()};
+    const auto mutex = threads().createMutex();
+    const auto section = threads().createCriticalSection();
+    const auto semaphore = threads().createSemaphore(1);
+    threads().currentThreadId(); // asks the system once for each thread
+    const auto useAll = [&]
+    {
+        forbidSystemCalls();
+        for (int i = 0; i < 3; ++i)
+        {
+            events[0]->set();
+            events[0]->set();
+            events[0]->wait(-1);
+            events[0]->wait(0);
+            events[1]->set();
+            threads().waitForEvents(events, false, -1);
+            events[1]->reset();
+            mutex->acquire(-1);
+            mutex->release();
+            section->enter();
+            section->leave();
+            semaphore->acquire(-1);
+            semaphore->release(1);
+        }
+        ::syscall(SYS_exit, 0);
+    };
+    EXPECT_EXIT(useAll(), testing::ExitedWithCode(0), "");
+    const auto sleep = [&]
+    {
+        forbidSystemCalls();
+        events[0]->wait(-1);
+    };
+    EXPECT_EXIT(sleep(), testing::KilledBySignal(SIGKILL), "") << "or the test above sees nothing";
+}
+
+// Answers futex_waitv as a kernel without it does.
+bool hideFutexWaitv(unsigned error)
+{
+    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_futex_waitv, 0, 1),
+                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
+                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program{std::size(code), code};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(ThreadEvent, isWaitedForOnKernelsWithoutTheCall)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    for (const unsigned error : {ENOSYS, EPERM})
+    {
+        const auto waitWithoutIt = [&]
+        {
+            if (!hideFutexWaitv(error))
+                ::_exit(0);
+            const Events events{automatic(), automatic()};
+            Runner setter([&] { events[1]->set(); });
+            ::_exit(threads().waitForEvents(events, false, patienceMs) == 1 &&
+                            threads().waitForEvents(events, false, 1) == iThreadMgr::waitTimedOut
+                        ? 0
+                        : 1);
+        };
+        EXPECT_EXIT(waitWithoutIt(), testing::ExitedWithCode(0), "");
+    }
+}
+
+#endif

@@ -1,0 +1,139 @@
+#include "ThreadSupport.h"
+
+#include "Mw/Assert.h"
+#include "OS/RecursiveLock.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <memory>
+#include <vector>
+
+using namespace test;
+
+TEST(RecursiveLock, belongsToOneThreadUntilItsLastLeave)
+{
+    RecursiveLock lock;
+    const auto othersCanEnter = [&]
+    {
+        bool entered = false;
+        Runner other(
+            [&]
+            {
+                entered = lock.tryEnter() || lock.tryEnterFor(1);
+                if (entered)
+                    lock.leave();
+            });
+        other.join();
+        return entered;
+    };
+    lock.enter();
+    EXPECT_TRUE(lock.tryEnter());
+    EXPECT_TRUE(lock.tryEnterFor(0));
+    EXPECT_EQ(lock.owner(), threads().currentThreadId());
+    for (int level = 3; level > 0; --level)
+    {
+        EXPECT_TRUE(lock.isMine());
+        EXPECT_FALSE(othersCanEnter());
+        lock.leave();
+    }
+    EXPECT_EQ(lock.owner(), 0u);
+    EXPECT_TRUE(othersCanEnter());
+}
+
+// Blocking, timed and nested entries compete. A lost wake-up would leave a thread asleep for good.
+TEST(RecursiveLock, excludesAndLosesNoWakeUp)
+{
+    RecursiveLock lock;
+    int inside = 0; // plain, for the thread sanitizer
+    int count = 0;
+    std::atomic<int> entered{0};
+    const auto work = [&](int thread)
+    {
+        for (int i = 0; i < 5000; ++i)
+        {
+            if ((i + thread) % 3 == 0)
+            {
+                if (!lock.tryEnterFor(i % 2))
+                    continue;
+            }
+            else
+                lock.enter();
+            EXPECT_EQ(++inside, 1);
+            lock.enter();
+            ++count;
+            if (i % 64 == 0)
+                threads().yield();
+            lock.leave();
+            --inside;
+            lock.leave();
+            entered.fetch_add(1, std::memory_order_relaxed);
+        }
+    };
+    {
+        std::vector<std::unique_ptr<Runner>> runners;
+        for (int thread = 0; thread < 4; ++thread)
+            runners.push_back(std::make_unique<Runner>([&, thread] { work(thread); }));
+    }
+    EXPECT_EQ(count, entered);
+    EXPECT_EQ(lock.owner(), 0u);
+}
+
+TEST(Mutex, isReleasedByItsOwnerOnly)
+{
+    const auto mutex = threads().createMutex();
+    const auto section = threads().createCriticalSection();
+    std::FILE* const lines = std::tmpfile();
+    Mw::setDiagnosticStream(lines);
+    mutex->acquire();
+    section->enter();
+    Runner(
+        [&]
+        {
+            mutex->release();
+            section->leave();
+            EXPECT_FALSE(mutex->acquire(0));
+            EXPECT_FALSE(mutex->acquire(1));
+            EXPECT_FALSE(section->tryEnter());
+        })
+        .join();
+    Mw::setDiagnosticStream(nullptr);
+    EXPECT_GT(std::ftell(lines), 0) << "each is an assertion";
+    std::fclose(lines);
+    EXPECT_EQ(section->owner(), threads().currentThreadId());
+    mutex->release();
+    section->leave();
+    EXPECT_EQ(section->owner(), 0u);
+}
+
+TEST(Semaphore, countsUnitsAndStopsAtItsLimit)
+{
+    const auto semaphore = threads().createSemaphore(2);
+    EXPECT_TRUE(semaphore->acquire(0));
+    EXPECT_TRUE(semaphore->acquire(-1));
+    EXPECT_FALSE(semaphore->acquire(0));
+    EXPECT_FALSE(semaphore->acquire(1));
+    for (int i = 0; i < 4; ++i)
+        semaphore->release(0x7FFFFFFF);
+    EXPECT_TRUE(semaphore->acquire(0));
+}
+
+TEST(Semaphore, givesEveryUnitToSomebody)
+{
+    constexpr int each = 3000;
+    const auto semaphore = threads().createSemaphore(0);
+    std::atomic<int> taken{0};
+    {
+        std::vector<std::unique_ptr<Runner>> takers;
+        for (int thread = 0; thread < 3; ++thread)
+            takers.push_back(std::make_unique<Runner>(
+                [&]
+                {
+                    for (int i = 0; i < each; ++taken)
+                        i += semaphore->acquire(i % 2 == 0 ? -1 : 1) ? 1 : 0;
+                }));
+        for (int i = 0; i < each; ++i)
+            semaphore->release(3);
+    }
+    EXPECT_GE(taken, 3 * each);
+    EXPECT_FALSE(semaphore->acquire(0));
+}
