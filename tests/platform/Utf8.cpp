@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <random>
 #include <set>
 #include <string>
+#include <utf8.h>
 
 namespace
 {
@@ -18,15 +20,9 @@ bool isCharacter(char32_t c)
 
 std::string encoded(char32_t c)
 {
-    const auto byte = [](char32_t value) { return static_cast<char>(value); };
-    const auto tail = [&](int shift) { return byte(0x80 | (c >> shift & 0x3F)); };
-    if (c < 0x80)
-        return {byte(c)};
-    if (c < 0x800)
-        return {byte(0xC0 | c >> 6), tail(0)};
-    if (c < 0x10000)
-        return {byte(0xE0 | c >> 12), tail(6), tail(0)};
-    return {byte(0xF0 | c >> 18), tail(12), tail(6), tail(0)};
+    std::string text;
+    utf8::append(c, std::back_inserter(text));
+    return text;
 }
 
 // The conversion by its definition: the beginnings of all encodings there are, and the longest that fits.
