@@ -100,14 +100,19 @@ LightweightString<wchar_t> directoryOf(const LightweightString<wchar_t>& path)
 namespace
 {
 
-// A name of its own for each process and call, in the directory of the file that it will replace.
-LightweightString<wchar_t> nameBeside(const LightweightString<wchar_t>& path)
+// A new name for each process and call, in the directory of the file that it will replace.
+LightweightString<wchar_t> nameBeside(iFileMgr& files, const LightweightString<wchar_t>& path)
 {
     static std::atomic<unsigned> calls{0};
-    const double clock = OS().debugger().getClock();
-    wchar_t suffix[64];
-    std::swprintf(suffix, 64, L".%llx-%x.TMP", static_cast<unsigned long long>(clock), calls.fetch_add(1));
-    return path + suffix;
+    LightweightString<wchar_t> name;
+    do
+    {
+        wchar_t suffix[64];
+        std::swprintf(suffix, 64, L".%llx-%x.TMP", static_cast<unsigned long long>(OS().debugger().getClock()),
+                      calls.fetch_add(1));
+        name = path + suffix;
+    } while (files.exists(name));
+    return name;
 }
 
 // Writes a new file with `fill`, to the disk, and leaves it closed.
@@ -136,7 +141,7 @@ bool replaceBy(iFileMgr& files, const LightweightString<wchar_t>& path, unsigned
     }
     if (mode == 0 && files.exists(target))
         mode = files.openFile(target)->mode();
-    const LightweightString<wchar_t> beside = nameBeside(target);
+    const LightweightString<wchar_t> beside = nameBeside(files, target);
     if (!writeNew(files, beside, mode, fill, reason))
     {
         files.remove(beside);

@@ -4,14 +4,17 @@
 #include "OS/Utf8.h"
 #include "OS/Windowing.h"
 
+#include <atomic>
 #include <mutex>
 #include <set>
+#include <string_view>
 #include <vector>
 
 namespace
 {
 
-// The contents are the grid's owner's; the window keeps what it last showed of them.
+// The contents are the grid's owner's; the window keeps what it last showed of them, under their lock. It
+// has no lock of its own, which their owner would meet in the other order.
 class HeadlessStatusWindow : public iStatusWindow
 {
 public:
@@ -20,60 +23,58 @@ public:
     {
     }
 
-    bool isVisible() override
-    {
-        const std::lock_guard lock(mutex_);
-        return visible_;
-    }
-
-    void setVisible(bool visible) override
-    {
-        const std::lock_guard lock(mutex_);
-        visible_ = visible;
-    }
-
+    bool isVisible() override { return visible_; }
+    void setVisible(bool visible) override { visible_ = visible; }
     void setOnTop(bool) override {}
 
     void update() override
     {
-        const std::lock_guard lock(mutex_);
+        if (!contents_)
+            return;
+        const ContentsLock lock(*contents_);
         draw();
     }
 
     LightweightString<char> asText() override
     {
-        const std::lock_guard lock(mutex_);
-        draw();
         LightweightString<char> text;
+        if (!contents_)
+            return text;
+        const ContentsLock lock(*contents_);
+        draw();
         for (const LightweightString<wchar_t>& row : rows_)
         {
-            LightweightString<char> line = Mw::utf8FromWide(row.c_str(), row.length());
-            unsigned length = line.length();
-            while (length > 0 && line.c_str()[length - 1] == ' ')
-                --length;
-            text.append(line.c_str(), length);
+            const LightweightString<char> line = Mw::utf8FromWide(row.c_str(), row.length());
+            const std::string_view view(line);
+            text += view.substr(0, view.find_last_not_of(' ') + 1);
             text.push_back('\n');
         }
         return text;
     }
 
 private:
+    struct ContentsLock
+    {
+        explicit ContentsLock(iContents& contents) : contents_(contents) { contents_.lock(); }
+        ~ContentsLock() { contents_.unlock(); }
+        ContentsLock(const ContentsLock&) = delete;
+        ContentsLock& operator=(const ContentsLock&) = delete;
+
+        iContents& contents_;
+    };
+
     void draw()
     {
-        if (!contents_)
-            return;
-        contents_->lock();
-        rows_.resize(static_cast<std::size_t>(contents_->height()));
-        for (int y = 0; y < contents_->height(); ++y)
+        const int height = contents_->height();
+        rows_.resize(static_cast<std::size_t>(height));
+        for (int y = 0; y < height; ++y)
             if (contents_->takeChanged(y))
                 rows_[static_cast<std::size_t>(y)] = contents_->row(y);
-        contents_->unlock();
     }
 
     const Mw::Ptr<iContents> contents_;
     const Mw::Ptr<iEventHandler> handler_;
-    std::mutex mutex_;
-    bool visible_ = false;
+    std::atomic<bool> visible_{false};
     std::vector<LightweightString<wchar_t>> rows_;
 };
 

@@ -25,7 +25,11 @@ public:
     double getClock() override { return clockMs(CLOCK_REALTIME) * 1e3; }
     double getPreciseTimeMs() override { return getTimeMs(); }
 
-    void debugOutput(const char* text) override { std::fputs(text, stderr); }
+    void debugOutput(const char* text) override
+    {
+        if (text != nullptr)
+            std::fputs(text, stderr);
+    }
 
     LightweightString<wchar_t> widen(const char* text, unsigned lengthBytes) override
     {
