@@ -4,7 +4,6 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <string_view>
 
@@ -12,8 +11,8 @@
 #include <immintrin.h>
 #endif
 
-// Both directions convert once, into a chunk on the stack that is appended to the string when it is full.
-// ASCII goes in blocks of characters, and a text of nothing else is widened in place.
+// Both directions go through the text once and write into room for the longest result. ASCII goes in blocks
+// of characters.
 
 namespace
 {
@@ -22,11 +21,6 @@ using Byte = unsigned char;
 
 constexpr char32_t replacement = 0xFFFD;
 constexpr std::size_t blockLength = 16;
-
-bool isAscii(Byte b)
-{
-    return b < 0x80;
-}
 
 template <class C>
 bool hasBlock(const C* from, const C* end)
@@ -83,6 +77,14 @@ bool isAsciiBlock(const Byte* from)
     return maskOf(load(from)) == 0;
 }
 
+bool isAsciiBlock(const wchar_t* from)
+{
+    const __m128i any =
+        _mm_or_si128(_mm_or_si128(load(from), load(from + 4)), _mm_or_si128(load(from + 8), load(from + 12)));
+    const __m128i above = _mm_andnot_si128(_mm_set1_epi32(0x7F), any);
+    return maskOf(_mm_cmpeq_epi32(above, _mm_setzero_si128())) == 0xFFFF;
+}
+
 // Converts ASCII from the start of a long run, in steps of its own; gives how many characters it did.
 [[gnu::target("avx2")]] std::size_t convertWideRun(const Byte* from, std::size_t length, wchar_t* to)
 {
@@ -131,7 +133,8 @@ std::size_t convertRun(const From* from, std::size_t length, To* to)
 
 #else
 
-bool isAscii(wchar_t c)
+template <class C>
+bool isAscii(C c)
 {
     return static_cast<char32_t>(c) < 0x80;
 }
@@ -154,11 +157,10 @@ std::size_t convertRun(const From*, std::size_t, To*)
     return 0;
 }
 
-bool isAsciiBlock(const Byte* from)
+template <class From>
+bool isAsciiBlock(const From* from)
 {
-    std::uint64_t words[2];
-    std::memcpy(words, from, sizeof words);
-    return ((words[0] | words[1]) & 0x8080808080808080u) == 0;
+    return std::all_of(from, from + blockLength, [](From c) { return isAscii(c); });
 }
 
 #endif
@@ -261,21 +263,20 @@ std::size_t malformedLength(const Byte* p, const Byte* end)
     return p + 1;
 }
 
-// Fills the chunk from `p`, as far as both reach. Gives the first character that is left.
+// Converts all of a text into `out`, which has room for the most that it can take. Gives the end of the
+// result. A block is written only while as many characters are left, so it stays within that room.
 template <class From, class To>
-const From* fill(const From* p, const From* end, To*& chunk, const To* chunkEnd)
+To* convertAll(const From* begin, const From* end, To* out)
 {
-    To* out = chunk;
-    // A whole block or any one character still fits.
-    const To* const lastStart = chunkEnd - blockLength;
-    while (out <= lastStart && hasBlock(p, end))
+    const From* p = begin;
+    while (hasBlock(p, end))
     {
         const unsigned others = convertBlock(p, out);
         if (others == 0)
         {
             p += blockLength;
             out += blockLength;
-            const std::size_t run = convertRun(p, static_cast<std::size_t>(std::min(end - p, chunkEnd - out)), out);
+            const std::size_t run = convertRun(p, static_cast<std::size_t>(end - p), out);
             p += run;
             out += run;
             continue;
@@ -287,55 +288,18 @@ const From* fill(const From* p, const From* end, To*& chunk, const To* chunkEnd)
         out += ascii;
         do
             p = convert(p, end, out);
-        while (p < last && out <= lastStart);
+        while (p < last);
     }
-    while (out <= lastStart && p != end)
-        p = convert(p, end, out);
-    chunk = out;
-    return p;
-}
-
-template <class To, class Result, class From>
-void appendConverted(const From* p, const From* end, LightweightString<Result>& result)
-{
-    To chunk[4096 / sizeof(To)];
+    // A last block of ASCII may overlap what is there already.
+    if (hasBlock(begin, end) && isAsciiBlock(end - blockLength))
+    {
+        out += end - p;
+        convertBlock(end - blockLength, out - blockLength);
+        return out;
+    }
     while (p != end)
-    {
-        To* out = chunk;
-        p = fill(p, end, out, std::end(chunk));
-        const std::basic_string_view<Result> text(reinterpret_cast<const Result*>(chunk),
-                                                  static_cast<std::size_t>(out - chunk));
-        // Not appended to an empty string, which would end the text at a zero.
-        if (result.empty())
-            result = LightweightString<Result>(text);
-        else
-            result += text;
-    }
-}
-
-// Widens a text that begins with ASCII in the string's own block, as far as that goes. Gives what is left.
-const Byte* widenAsciiHead(const Byte* begin, const Byte* end, LightweightString<wchar_t>& wide)
-{
-    const auto length =
-        std::min<std::size_t>(static_cast<std::size_t>(end - begin), std::numeric_limits<unsigned>::max());
-    wide.resizeFor(static_cast<unsigned>(length));
-    wchar_t* const out = wide.writable();
-    std::size_t done = convertRun(begin, length, out);
-    while (length - done >= blockLength && convertBlock(begin + done, out + done) == 0)
-        done += blockLength;
-    if (length - done < blockLength)
-    {
-        // The last block may overlap the one before.
-        if (length >= blockLength && isAsciiBlock(end - blockLength))
-        {
-            convertBlock(end - blockLength, out + length - blockLength);
-            return end;
-        }
-        for (; done != length && isAscii(begin[done]); ++done)
-            out[done] = begin[done];
-    }
-    wide.resize(static_cast<unsigned>(done));
-    return begin + done;
+        p = convert(p, end, out);
+    return out;
 }
 
 } // namespace
@@ -345,19 +309,36 @@ namespace Mw
 
 LightweightString<wchar_t> wideFromUtf8(const char* text, std::size_t lengthBytes)
 {
+    // No character takes less than a byte.
     LightweightString<wchar_t> wide;
-    const Byte* p = reinterpret_cast<const Byte*>(text);
-    const Byte* const end = p + lengthBytes;
-    if (std::all_of(p, p + std::min(lengthBytes, blockLength), [](Byte b) { return isAscii(b); }))
-        p = widenAsciiHead(p, end, wide);
-    appendConverted<wchar_t>(p, end, wide);
+    wide.resizeFor(static_cast<unsigned>(std::min<std::size_t>(lengthBytes, std::numeric_limits<unsigned>::max())));
+    if (wide.empty())
+        return wide;
+    const Byte* const begin = reinterpret_cast<const Byte*>(text);
+    wchar_t* const out = wide.writable();
+    const auto length = static_cast<unsigned>(convertAll(begin, begin + lengthBytes, out) - out);
+    // The block stays if a text of this length has one of its size.
+    if (length >= wide.capacity() / 2)
+        wide.resize(length);
+    else
+        wide = LightweightString<wchar_t>(out, length);
     return wide;
 }
 
 LightweightString<char> utf8FromWide(const wchar_t* text, std::size_t length)
 {
-    LightweightString<char> utf8;
-    appendConverted<Byte>(text, text + length, utf8);
+    // In slices, whose longest result fits on the stack: no character takes more than four bytes.
+    constexpr std::size_t sliceLength = 1024;
+    Byte chunk[sliceLength * 4];
+    const auto narrowed = [&](std::size_t start)
+    {
+        const std::size_t slice = std::min(length - start, sliceLength);
+        const Byte* const end = convertAll(text + start, text + start + slice, chunk);
+        return std::string_view(reinterpret_cast<const char*>(chunk), static_cast<std::size_t>(end - chunk));
+    };
+    LightweightString<char> utf8(narrowed(0));
+    for (std::size_t start = sliceLength; start < length; start += sliceLength)
+        utf8 += narrowed(start);
     return utf8;
 }
 
