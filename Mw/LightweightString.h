@@ -282,7 +282,7 @@ inline typename LightweightString<C>::ImplPtr LightweightString<C>::newImpl(unsi
     void* const block = OS().allocator().allocate(sizeof(Impl) + std::size_t(capacity) * sizeof(C));
     C* const characters = reinterpret_cast<C*>(static_cast<char*>(block) + sizeof(Impl));
     characters[length] = C();
-    return ImplPtr(new (block) Impl{characters, length, capacity, 0});
+    return ImplPtr::fromCounted(new (block) Impl{characters, length, capacity, 1});
 }
 
 template <class C>

@@ -99,7 +99,17 @@ public:
             adopt();
     }
 
-    Ptr(const Ptr& other) noexcept : count_(other.count_), object_(other.object_) { incRef(); }
+    // Takes over a reference that the object's count, which is inside it, has already: a new object whose
+    // count was made 1 needs no atomic instruction.
+    static Ptr fromCounted(T* object) noexcept
+    {
+        Ptr taken;
+        taken.count_ = RefCountTraitsT::countFor(object);
+        taken.object_ = object;
+        return taken;
+    }
+
+    Ptr(const Ptr& other) noexcept : object_(other.object_) { share(other.count_); }
 
     Ptr(Ptr&& other) noexcept : count_(other.count_), object_(std::exchange(other.object_, nullptr)) {}
 
@@ -107,9 +117,9 @@ public:
     template <class U>
         requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
     Ptr(const Ptr<U, DtorTraitsT, RefCountTraitsT>& other)
-    noexcept : count_(other.count_), object_(other.object_ != nullptr ? static_cast<T*>(other.object_) : nullptr)
+    noexcept : object_(other.object_ != nullptr ? static_cast<T*>(other.object_) : nullptr)
     {
-        incRef();
+        share(other.count_);
     }
     template <class U>
         requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
@@ -180,6 +190,16 @@ private:
     friend Ptr<To, D, R> dynamicCast(const Ptr<From, D, R>&) noexcept;
     template <class To, class From, class D, class R>
     friend Ptr<To, D, R> dynamicCast(Ptr<From, D, R>&&) noexcept;
+
+    // Counts up, after a copy of the object field. A null Ptr takes no count: reading a field without
+    // meaning would cost more than the rest of the copy.
+    void share(int* const& count) noexcept
+    {
+        if (object_ == nullptr)
+            return;
+        count_ = count;
+        OS().atomics().increment(count_);
+    }
 
     void adopt()
     {
