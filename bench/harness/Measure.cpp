@@ -67,14 +67,17 @@ private:
     // Doubles the batch until it takes long enough to be measured, then scales it to the wanted length.
     void calibrate(double sampleNs)
     {
-        double elapsed = elapsedNs(count_);
+        double elapsed = undisturbedNs();
         while (elapsed < sampleNs / 4)
         {
             count_ *= 2;
-            elapsed = elapsedNs(count_);
+            elapsed = undisturbedNs();
         }
         count_ = std::max<std::size_t>(1, static_cast<std::size_t>(static_cast<double>(count_) * sampleNs / elapsed));
     }
+
+    // One run alone may have waited for a processor, and the batch would stay far too short.
+    double undisturbedNs() const { return std::min({elapsedNs(count_), elapsedNs(count_), elapsedNs(count_)}); }
 
     const Batch& batch_;
     int threads_;
