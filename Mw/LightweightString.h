@@ -138,8 +138,8 @@ public:
     void assign(const C* text, unsigned length);
 
     // To an empty string this is `assign`. The source may be part of this text. Null adds nothing.
-    void append(const C* text, unsigned length);
-    void push_back(C c);
+    [[gnu::always_inline]] inline void append(const C* text, unsigned length);
+    [[gnu::always_inline]] inline void push_back(C c);
     LightweightString& operator+=(const LightweightString& text);
     LightweightString& operator+=(const C* text);
     LightweightString& operator+=(View text);
@@ -233,11 +233,12 @@ private:
     static ImplPtr newImpl(unsigned length, unsigned capacity);
     static ImplPtr newImpl(unsigned length);
     unsigned clipped(unsigned start, unsigned count) const noexcept;
-    bool hasRoomFor(std::size_t length) const noexcept;
-    void setLength(unsigned length) noexcept;
+    [[gnu::always_inline]] inline Impl* blockWithRoomFor(std::size_t length) const noexcept;
+    [[gnu::always_inline]] inline static void setLength(Impl* block, unsigned length) noexcept;
     void setText(const C* text, std::size_t length, std::size_t zeros = 0);
     void truncate(unsigned length);
     void appendSlowly(const C* text, std::size_t length);
+    void pushBackSlowly(C c) { appendSlowly(&c, 1); }
     LightweightString substituteIn(const C* from, std::size_t fromLength, View to) const;
 
     ImplPtr impl_;
@@ -315,17 +316,22 @@ inline LightweightString<C>& LightweightString<C>::operator=(View text)
     return *this;
 }
 
+// The block, if this handle may write `length` characters into it, or null. The block is asked for its
+// count itself, and held in a local by those who write: a store of characters could else be one to the
+// handle, for all that the compiler knows.
 template <class C>
-inline bool LightweightString<C>::hasRoomFor(std::size_t length) const noexcept
+inline typename LightweightString<C>::Impl* LightweightString<C>::blockWithRoomFor(std::size_t length) const noexcept
 {
-    return impl_ && length < impl_->capacity_ && isSoleOwner();
+    Impl* const block = impl_.get();
+    const bool hasRoom = block != nullptr && length < block->capacity_ && OS().atomics().load(&block->refCount_) == 1;
+    return hasRoom ? block : nullptr;
 }
 
 template <class C>
-inline void LightweightString<C>::setLength(unsigned length) noexcept
+inline void LightweightString<C>::setLength(Impl* block, unsigned length) noexcept
 {
-    impl_->data_[length] = C();
-    impl_->length_ = length;
+    block->data_[length] = C();
+    block->length_ = length;
 }
 
 template <class C>
@@ -334,28 +340,23 @@ inline void LightweightString<C>::append(const C* text, unsigned length)
     if (length == 0 || text == nullptr)
         return;
     const std::size_t oldLength = this->length();
-    if (oldLength != 0 && hasRoomFor(oldLength + length))
-    {
-        Traits::move(impl_->data_ + oldLength, text, length);
-        setLength(static_cast<unsigned>(oldLength + length));
-    }
-    else
-        appendSlowly(text, length);
+    Impl* const block = blockWithRoomFor(oldLength + length);
+    if (block == nullptr)
+        return appendSlowly(text, length);
+    Traits::move(block->data_ + oldLength, text, length);
+    setLength(block, static_cast<unsigned>(oldLength + length));
 }
 
 template <class C>
 inline void LightweightString<C>::push_back(C c)
 {
     const unsigned oldLength = length();
-    if (hasRoomFor(std::size_t(oldLength) + 1))
-    {
-        C* const end = impl_->data_ + oldLength;
-        end[0] = c;
-        end[1] = C();
-        impl_->length_ = oldLength + 1;
-    }
-    else
-        appendSlowly(&c, 1);
+    Impl* const block = blockWithRoomFor(std::size_t(oldLength) + 1);
+    if (block == nullptr)
+        return pushBackSlowly(c);
+    const C ending[2] = {c, C()};
+    Traits::copy(block->data_ + oldLength, ending, 2);
+    block->length_ = oldLength + 1;
 }
 
 template <class C>
@@ -504,8 +505,8 @@ void LightweightString<C>::resizeFor(unsigned length)
 {
     if (length == 0)
         clear();
-    else if (hasRoomFor(length))
-        setLength(length);
+    else if (Impl* const block = blockWithRoomFor(length))
+        setLength(block, length);
     else
         impl_ = newImpl(checkedLength(length));
 }
@@ -516,14 +517,14 @@ void LightweightString<C>::resize(unsigned length)
     const unsigned oldLength = this->length();
     if (length <= oldLength)
         return truncate(length);
-    if (!hasRoomFor(length))
+    if (blockWithRoomFor(length) == nullptr)
     {
         ImplPtr longer = newImpl(checkedLength(length));
         Traits::copy(longer->data_, c_str(), oldLength);
         impl_ = std::move(longer);
     }
     Traits::assign(impl_->data_ + oldLength, length - oldLength, C());
-    setLength(length);
+    setLength(impl_.get(), length);
 }
 
 template <class C>
@@ -531,8 +532,8 @@ void LightweightString<C>::truncate(unsigned length)
 {
     if (length == this->length())
         return;
-    if (hasRoomFor(length) && length != 0)
-        setLength(length);
+    if (Impl* const block = blockWithRoomFor(length); block != nullptr && length != 0)
+        setLength(block, length);
     else
         *this = LightweightString(c_str(), length);
 }
@@ -553,14 +554,14 @@ void LightweightString<C>::setText(const C* text, std::size_t length, std::size_
         return clear();
     // The old block is held until the text is copied: `text` may point into it.
     ImplPtr old;
-    if (!hasRoomFor(newLength))
+    if (blockWithRoomFor(newLength) == nullptr)
     {
         old = newImpl(newLength);
         old.swap(impl_);
     }
     Traits::move(impl_->data_, text, length);
     Traits::assign(impl_->data_ + length, zeros, C());
-    setLength(newLength);
+    setLength(impl_.get(), newLength);
 }
 
 template <class C>
@@ -569,7 +570,11 @@ void LightweightString<C>::appendSlowly(const C* text, std::size_t length)
     if (empty())
         return assign(text, checkedLength(length));
     // The old block is held until its text is copied: `text` may point into it.
-    *this = join(c_str(), this->length(), text, checkedLength(length));
+    const std::size_t oldLength = this->length();
+    ImplPtr longer = newImpl(checkedLength(oldLength + length));
+    Traits::copy(longer->data_, impl_->data_, oldLength);
+    Traits::copy(longer->data_ + oldLength, text, length);
+    impl_ = std::move(longer);
 }
 
 template <class C>
