@@ -2,6 +2,7 @@
 
 #include "Mw/CText.h"
 #include "Mw/Ptr.h"
+#include "OS/TextBlocks.h"
 
 #include <bit>
 #include <compare>
@@ -53,8 +54,14 @@ public:
     {
         struct DtorTraits
         {
-            static void destroy(Impl* impl) noexcept { OS().allocator().release(impl); }
+            static void destroy(Impl* impl) noexcept
+            {
+                TextBlocks::give(impl, std::size_t(impl->capacity_) * sizeof(C));
+            }
         };
+
+        // Where data_ points, without a load.
+        C* characters() noexcept { return reinterpret_cast<C*>(this + 1); }
 
         C* data_;
         unsigned length_;
@@ -91,7 +98,7 @@ public:
     LightweightString& operator=(View text);
 
     // Never null: an empty string gives an empty text.
-    const C* c_str() const noexcept { return impl_ ? impl_->data_ : terminator; }
+    const C* c_str() const noexcept { return impl_ ? impl_->characters() : terminator; }
     const C* data() const noexcept { return c_str(); }
     unsigned length() const noexcept { return impl_ ? impl_->length_ : 0; }
     unsigned size() const noexcept { return length(); }
@@ -188,7 +195,10 @@ public:
 
     friend bool operator==(const LightweightString& a, const LightweightString& b) noexcept
     {
-        return sameText(a.c_str(), b.c_str());
+        // Texts of one length that agree in whole need no search for their first zeros.
+        const unsigned length = a.length();
+        return (length == b.length() && Traits::compare(a.c_str(), b.c_str(), length) == 0) ||
+               sameText(a.c_str(), b.c_str());
     }
     friend bool operator==(const LightweightString& a, const C* b) noexcept
     {
@@ -280,7 +290,7 @@ inline unsigned LightweightString<C>::checkedLength(std::size_t length)
 template <class C>
 inline typename LightweightString<C>::ImplPtr LightweightString<C>::newImpl(unsigned length, unsigned capacity)
 {
-    void* const block = OS().allocator().allocate(sizeof(Impl) + std::size_t(capacity) * sizeof(C));
+    void* const block = TextBlocks::take(std::size_t(capacity) * sizeof(C));
     C* const characters = reinterpret_cast<C*>(static_cast<char*>(block) + sizeof(Impl));
     characters[length] = C();
     return ImplPtr::fromCounted(new (block) Impl{characters, length, capacity, 1});
@@ -299,7 +309,7 @@ inline LightweightString<C>::LightweightString(View text)
     if (text.empty())
         return;
     impl_ = newImpl(checkedLength(text.size()));
-    Traits::copy(impl_->data_, text.data(), text.size());
+    Traits::copy(impl_->characters(), text.data(), text.size());
 }
 
 template <class C>
@@ -330,7 +340,7 @@ inline typename LightweightString<C>::Impl* LightweightString<C>::blockWithRoomF
 template <class C>
 inline void LightweightString<C>::setLength(Impl* block, unsigned length) noexcept
 {
-    block->data_[length] = C();
+    block->characters()[length] = C();
     block->length_ = length;
 }
 
@@ -343,7 +353,7 @@ inline void LightweightString<C>::append(const C* text, unsigned length)
     Impl* const block = blockWithRoomFor(oldLength + length);
     if (block == nullptr)
         return appendSlowly(text, length);
-    Traits::move(block->data_ + oldLength, text, length);
+    Traits::move(block->characters() + oldLength, text, length);
     setLength(block, static_cast<unsigned>(oldLength + length));
 }
 
@@ -354,8 +364,9 @@ inline void LightweightString<C>::push_back(C c)
     Impl* const block = blockWithRoomFor(std::size_t(oldLength) + 1);
     if (block == nullptr)
         return pushBackSlowly(c);
-    const C ending[2] = {c, C()};
-    Traits::copy(block->data_ + oldLength, ending, 2);
+    C* const end = block->characters() + oldLength;
+    end[0] = c;
+    end[1] = C();
     block->length_ = oldLength + 1;
 }
 
@@ -405,7 +416,7 @@ inline C* LightweightString<C>::writable()
     if (!impl_)
         return nullptr;
     unshare();
-    return impl_->data_;
+    return impl_->characters();
 }
 
 template <class C>
@@ -488,7 +499,7 @@ LightweightString<C>::LightweightString(unsigned count, C c)
     if (count == 0)
         return;
     impl_ = newImpl(checkedLength(count));
-    Traits::assign(impl_->data_, count, c);
+    Traits::assign(impl_->characters(), count, c);
 }
 
 template <class C>
@@ -520,10 +531,10 @@ void LightweightString<C>::resize(unsigned length)
     if (blockWithRoomFor(length) == nullptr)
     {
         ImplPtr longer = newImpl(checkedLength(length));
-        Traits::copy(longer->data_, c_str(), oldLength);
+        Traits::copy(longer->characters(), c_str(), oldLength);
         impl_ = std::move(longer);
     }
-    Traits::assign(impl_->data_ + oldLength, length - oldLength, C());
+    Traits::assign(impl_->characters() + oldLength, length - oldLength, C());
     setLength(impl_.get(), length);
 }
 
@@ -559,8 +570,8 @@ void LightweightString<C>::setText(const C* text, std::size_t length, std::size_
         old = newImpl(newLength);
         old.swap(impl_);
     }
-    Traits::move(impl_->data_, text, length);
-    Traits::assign(impl_->data_ + length, zeros, C());
+    Traits::move(impl_->characters(), text, length);
+    Traits::assign(impl_->characters() + length, zeros, C());
     setLength(impl_.get(), newLength);
 }
 
@@ -572,8 +583,8 @@ void LightweightString<C>::appendSlowly(const C* text, std::size_t length)
     // The old block is held until its text is copied: `text` may point into it.
     const std::size_t oldLength = this->length();
     ImplPtr longer = newImpl(checkedLength(oldLength + length));
-    Traits::copy(longer->data_, impl_->data_, oldLength);
-    Traits::copy(longer->data_ + oldLength, text, length);
+    Traits::copy(longer->characters(), impl_->characters(), oldLength);
+    Traits::copy(longer->characters() + oldLength, text, length);
     impl_ = std::move(longer);
 }
 
@@ -586,8 +597,8 @@ LightweightString<C> LightweightString<C>::join(const C* first, unsigned firstLe
     if (head + tail == 0)
         return LightweightString();
     LightweightString joined(newImpl(checkedLength(head + tail)));
-    Traits::copy(joined.impl_->data_, first, head);
-    Traits::copy(joined.impl_->data_ + head, second, tail);
+    Traits::copy(joined.impl_->characters(), first, head);
+    Traits::copy(joined.impl_->characters() + head, second, tail);
     return joined;
 }
 
@@ -621,9 +632,9 @@ void LightweightString<C>::replace(unsigned start, unsigned count, const C* text
     if (newLength == 0)
         return clear();
     ImplPtr replaced = newImpl(newLength);
-    Traits::copy(replaced->data_, c_str(), start);
-    Traits::copy(replaced->data_ + start, text, inserted);
-    Traits::copy(replaced->data_ + start + inserted, c_str() + tailStart, tail);
+    Traits::copy(replaced->characters(), c_str(), start);
+    Traits::copy(replaced->characters() + start, text, inserted);
+    Traits::copy(replaced->characters() + start + inserted, c_str() + tailStart, tail);
     impl_ = std::move(replaced);
 }
 
@@ -655,7 +666,7 @@ LightweightString<C> LightweightString<C>::substituteIn(const C* from, std::size
     if (newLength == 0)
         return LightweightString();
     LightweightString result(newImpl(checkedLength(newLength)));
-    C* out = result.impl_->data_;
+    C* out = result.impl_->characters();
     const C* rest = c_str();
     for (; places != 0; --places)
     {
