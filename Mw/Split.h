@@ -3,6 +3,7 @@
 #include "Mw/LightweightString.h"
 #include "Mw/StdAllocator.h"
 
+#include <algorithm>
 #include <vector>
 
 // Splits a string at separators. Any thread.
@@ -83,20 +84,20 @@ void findSeparators(const S& s, P isSeparator, std::vector<int>& indices, unsign
     const C* const text = s.data();
     const auto length = static_cast<unsigned>(s.length());
     unsigned behindLast = 0; // the place after the last separator seen; 0 for none yet
-    bool inQuotes = false;
+    bool inQuotes = false; // stays false where quotes don't matter
 
     indices.clear();
     for (unsigned i = 0; i < length; ++i)
     {
         if (isSeparator(text[i]))
         {
-            if (inQuotes && honourQuotes)
+            if (inQuotes)
                 continue;
             if (!mergeRuns || behindLast == 0 || behindLast != i)
                 indices.push_back(static_cast<int>(i));
             behindLast = i + 1;
         }
-        else if (text[i] == C('"') && (i == 0 || text[i - 1] != C('\\')))
+        else if (honourQuotes && text[i] == C('"') && (i == 0 || text[i - 1] != C('\\')))
             inQuotes = !inQuotes;
     }
 }
@@ -131,6 +132,10 @@ unsigned splitIf(const S& s, P isSeparator, typename StringToVec<S>::VecT& out, 
         out.push_back(s);
     else
     {
+        // One piece more than separators at most. Grown by doubling, as push_back does, so that splitting
+        // many texts into one vector stays linear.
+        if (const std::size_t most = out.size() + indices.size() + 1; most > out.capacity())
+            out.reserve(std::max(most, 2 * out.capacity()));
         SplitOutputBuilder<S> builder(s, out);
         convertIndicesToSubStrings(s, indices, builder, (flags & SplitKeepSeparator) != 0);
     }
