@@ -23,11 +23,16 @@ public:
 
     virtual ~iDesktop();
 
-    // Where the user's data of an application lives (XDG base directories: $XDG_DATA_HOME), without a
-    // separator at the end. Not created by this call.
+    // Where an application keeps its files, by the rules of the XDG base directories. None is created by
+    // these calls, and none ends in a separator:
+    //
+    //     the user's data           $MW_DATA_DIR, $XDG_DATA_HOME, ~/.local/share
+    //     the user's configuration  $MW_CONFIG_DIR, $XDG_CONFIG_HOME, ~/.config
+    //     the machine's             $MW_MACHINE_CONFIG_DIR, the directories of $XDG_CONFIG_DIRS, /etc/xdg
+    //
+    // The first that is set to an absolute path counts, and the application's name is added. Of several
+    // directories in $XDG_CONFIG_DIRS it is the first that holds the application's, or else the first.
     virtual LightweightString<wchar_t> getUserDataPath(const LightweightString<wchar_t>& applicationName) = 0;
-
-    // The same for the user's configuration ($XDG_CONFIG_HOME) and the machine's ($XDG_CONFIG_DIRS).
     virtual LightweightString<wchar_t> getUserConfigPath(const LightweightString<wchar_t>& applicationName) = 0;
     virtual LightweightString<wchar_t> getMachineConfigPath(const LightweightString<wchar_t>& applicationName) = 0;
 

@@ -8,6 +8,7 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -22,10 +23,13 @@ struct FreeDeleter
 // Missing symbols are no failure: the frame shows its address.
 void ignoreError(void*, const char*, int) {}
 
-// Made once, kept for good, and safe for any number of threads at a time.
+// One trace is taken at a time: what the thread sanitizer can't see inside the library, it sees here.
+constinit std::mutex theLock;
+
+// Made once and kept for good. The caller holds the lock.
 backtrace_state* state()
 {
-    static backtrace_state* const state = ::backtrace_create_state(nullptr, 1, ignoreError, nullptr);
+    static backtrace_state* const state = ::backtrace_create_state(nullptr, 0, ignoreError, nullptr);
     return state;
 }
 
@@ -125,6 +129,7 @@ void appendFrame(Mw::StackTrace& lines, std::uintptr_t address)
 
 void appendStackTrace(Mw::StackTrace& lines, const void* returnAddress)
 {
+    const std::lock_guard lock(theLock);
     std::vector<std::uintptr_t> addresses;
     ::backtrace_simple(state(), 0, keepAddress, ignoreError, &addresses);
     // An unwound address is that of the call, one byte before where it goes on.
