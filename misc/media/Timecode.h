@@ -152,16 +152,23 @@ constexpr tc_addr dropFrameFields(int count)
     return fields(hours, minutes, afterShort / framesPerSecond + 1, afterShort % framesPerSecond, 1);
 }
 
-// The reverse; 64 bits hold it whatever the fields are.
+// The reverse within an hour, and for whole fields. The fields of a tc_addr are small enough for an int;
+// 64 bits hold the result whatever the fields are.
+template <class Int>
+constexpr Int dropFrameCountInHour(Int minutes, Int seconds, Int frames)
+{
+    const Int minuteOfTen = minutes % 10;
+    const Int count = minutes / 10 * framesPerTenMinutes + frames;
+    if (minuteOfTen <= 0)
+        return count + (seconds > 0 ? seconds * framesPerSecond : 0);
+    const Int minuteStart = (minuteOfTen - 1) * framesPerMinute + framesPerFirstMinute;
+    return count + minuteStart + (seconds > 0 ? framesInShortSecond + (seconds - 1) * framesPerSecond : -droppedLabels);
+}
+
 constexpr std::int64_t dropFrameCount(std::int64_t hours, std::int64_t minutes, std::int64_t seconds,
                                       std::int64_t frames)
 {
-    const std::int64_t minuteOfTen = minutes % 10;
-    std::int64_t count = hours * framesPerHour + minutes / 10 * framesPerTenMinutes + frames;
-    if (minuteOfTen <= 0)
-        return count + (seconds > 0 ? seconds * framesPerSecond : 0);
-    count += (minuteOfTen - 1) * framesPerMinute + framesPerFirstMinute;
-    return count + (seconds > 0 ? framesInShortSecond + (seconds - 1) * framesPerSecond : -droppedLabels);
+    return hours * framesPerHour + dropFrameCountInHour(minutes, seconds, frames);
 }
 
 constexpr std::int64_t wholeRateCount(std::int64_t hours, std::int64_t minutes, std::int64_t seconds,
@@ -207,7 +214,8 @@ inline void frames_to_tc(int frame, tc_addr* tc, short fps, short dropFrame)
 inline int tc_to_frames(const tc_addr* tc, short fps, short dropFrame)
 {
     using namespace timecode_detail;
-    const std::int64_t count = dropFrame != 0 ? dropFrameCount(tc->hours, tc->minutes, tc->seconds, tc->frames)
+    const std::int64_t count = dropFrame != 0 ? std::int64_t{tc->hours} * framesPerHour +
+                                                    dropFrameCountInHour<int>(tc->minutes, tc->seconds, tc->frames)
                                               : wholeRateCount(tc->hours, tc->minutes, tc->seconds, tc->frames, fps);
     return Mw::saturatedInt(count + 1);
 }
