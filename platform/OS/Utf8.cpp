@@ -21,6 +21,7 @@ using Byte = unsigned char;
 
 constexpr char32_t replacement = 0xFFFD;
 constexpr std::size_t blockLength = 16;
+constexpr std::ptrdiff_t asciiStretch = 8;
 
 template <class C>
 bool hasBlock(const C* from, const C* end)
@@ -281,14 +282,19 @@ To* convertAll(const From* begin, const From* end, To* out)
             out += run;
             continue;
         }
-        // Character by character from the first that isn't ASCII to the last in the block.
-        const From* const last = p + std::bit_width(others);
+        // Character by character from the first that isn't ASCII until a stretch of ASCII makes the next
+        // block worth a try.
         const int ascii = std::countr_zero(others);
         p += ascii;
         out += ascii;
+        const From* stretch = p;
         do
+        {
+            const bool isAscii = *p >= 0 && *p < 0x80;
             p = convert(p, end, out);
-        while (p < last);
+            if (!isAscii)
+                stretch = p;
+        } while (p - stretch < asciiStretch && p != end);
     }
     // A last block of ASCII may overlap what is there already.
     if (hasBlock(begin, end) && isAsciiBlock(end - blockLength))
