@@ -1,0 +1,174 @@
+#pragma once
+
+#include "Mw/LightweightString.h"
+#include "Mw/Ptr.h"
+#include "OS/Export.h"
+#include "OS/File.h"
+#include "misc/base/GrowString.h"
+
+#include <algorithm>
+#include <bit>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// What a stream stores in its own width, little-endian.
+template <class T>
+concept StreamPrimitive = std::same_as<T, char> || std::same_as<T, unsigned char> || std::same_as<T, short> ||
+    std::same_as<T, unsigned short> || std::same_as<T, int> || std::same_as<T, unsigned int> || std::same_as<T, long> ||
+    std::same_as<T, unsigned long> || std::same_as<T, float> || std::same_as<T, double>;
+
+// A file of stored objects behind a cache: primitives are written to the cache and read from it at one
+// position, and `flush` puts the whole in the file's place. A reader of the file sees the contents before
+// or after a flush, never others.
+//
+// What is read is a window on the file, which is read as far as it is asked for. The first write brings
+// the whole file into the cache. Without a file the cache alone is the stream, in memory.
+//
+// A writer holds the file PATH.TMP, locked, from `open` with a creating behaviour, else from `flush`, until
+// the file is in its place or this object ends: so of two writers the second fails. What a writer that
+// died left there is removed. Symbolic links stay, and their target is replaced with its permissions.
+//
+// Stored bytes never lead outside the cache. A number that the end of the file cuts keeps its value, a
+// text or a block is what is there, and the position is then the end. One thread at a time.
+class MISC_API StreamFile
+{
+public:
+    // A stream in memory.
+    StreamFile() = default;
+    // Lets go of what was not flushed; the file stays what it was.
+    ~StreamFile();
+    StreamFile(const StreamFile&) = delete;
+    StreamFile& operator=(const StreamFile&) = delete;
+
+    // Closes what was open and opens the file. False, with the reason in `lastError`, if there is none
+    // to open or one where there should be none, if it can't be read, or if another writer is at it.
+    bool open(const LightweightString<wchar_t>& path, iFile::eOpenBehaviour behaviour);
+    // Lets go of the file and of what was not flushed: an empty stream in memory.
+    void close();
+
+    bool isOpen() const noexcept { return !path_.empty(); }
+    const LightweightString<wchar_t>& path() const noexcept { return path_; }
+
+    // Writes the contents beside the file, to the disk, and puts them in its place. Does nothing if
+    // nothing was written since the last time. On failure the old file stands, the log and `lastError`
+    // say why, and the next call begins anew with another file.
+    bool flush();
+
+    // Why the last open, flush or read failed; empty if none did.
+    const LightweightString<char>& lastError() const noexcept { return error_; }
+
+    // In bytes from the start. A place past the end means the end.
+    std::uint64_t position() const noexcept { return windowStart_ + cachePos_; }
+    void setPosition(std::uint64_t position);
+    // In bytes.
+    std::uint64_t size() const noexcept { return std::max(fileSize_, windowStart_ + cacheEnd_); }
+    bool eof() const noexcept { return cachePos_ == cacheEnd_ && windowStart_ + cacheEnd_ >= fileSize_; }
+
+    // Brings the file into the cache from the position up to the given place or the end. Reading does so
+    // by itself; this tells how much will be needed.
+    void cacheForward(std::uint64_t end);
+
+    void setCookedChar(char value) { put(value); }
+    void setShort(short value) { put(value); }
+    void setUnsignedShort(unsigned short value) { put(value); }
+    void setLong(int value) { put(value); }
+    void setUnsignedLong(unsigned int value) { put(value); }
+    void setFloat(float value) { put(value); }
+    void setInt64(long value) { put(value); }
+    void setUnsignedInt64(unsigned long value) { put(value); }
+    void setDouble(double value) { put(value); }
+
+    // Writes one value at the position, over what stands there.
+    template <StreamPrimitive T>
+    void put(T value);
+    // Writes bytes; gives their number.
+    unsigned write(const void* bytes, unsigned lengthBytes);
+
+    // Reads one value. False, with the value unchanged, if the end of the file cuts it.
+    template <StreamPrimitive T>
+    bool get(T& value);
+
+    // Appends a text: a counted one, or the one up to the next zero, which is passed. False if there is
+    // no cache, that is, neither an open file nor anything written.
+    bool readBinary(GrowString& text, bool counted);
+    // Copies `lengthBytes` bytes. If not `raw`, a length word stands before them and must agree, else an
+    // assertion is printed, and the position is behind that word. False then, and if the file ends
+    // earlier: the bytes that are there have been copied.
+    bool readBinary(unsigned char* out, unsigned lengthBytes, bool raw);
+
+private:
+    // Makes sure of `count` bytes in the cache behind the position, or of all that there are; gives the
+    // number that is there, at most `count`.
+    std::size_t available(std::uint64_t count);
+    // Reads on at the end of the window up to `end`, a place in the file.
+    void extendWindow(std::uint64_t end);
+    void dropWindow(std::uint64_t start);
+    void reserve(std::size_t capacity);
+    // Makes the cache writable with room for so many bytes behind the position.
+    void prepareWrite(std::size_t count);
+    template <StreamPrimitive T>
+    static T littleEndian(T value) noexcept;
+
+    bool openBeside();
+    bool writeBeside();
+    void discardBeside();
+    bool fail(const LightweightString<char>& reason);
+
+    // cache_[0, cacheEnd_) are the bytes of the stream from windowStart_ on. Once anything was written
+    // the window is the whole stream. Writing goes on in place up to writableEnd_, which is 0 while the
+    // cache is what the file is.
+    unsigned char* cache_ = nullptr;
+    std::size_t cachePos_ = 0;
+    std::size_t cacheEnd_ = 0;
+    std::size_t writableEnd_ = 0;
+    std::size_t capacity_ = 0;
+    std::uint64_t windowStart_ = 0;
+    std::uint64_t fileSize_ = 0; // of the file that is read; 0 if none is
+
+    LightweightString<wchar_t> path_;
+    LightweightString<wchar_t> target_; // where the path leads
+    Mw::Ptr<iFile> source_;             // what the window is read from
+    Mw::Ptr<iFile> beside_;             // the locked TMP file
+    bool changed_ = false;              // the file is not what the cache is
+    LightweightString<char> error_;
+};
+
+template <StreamPrimitive T>
+inline T StreamFile::littleEndian(T value) noexcept
+{
+    if constexpr (std::endian::native == std::endian::big)
+    {
+        unsigned char bytes[sizeof value];
+        std::memcpy(bytes, &value, sizeof value);
+        std::reverse(bytes, bytes + sizeof value);
+        std::memcpy(&value, bytes, sizeof value);
+    }
+    return value;
+}
+
+template <StreamPrimitive T>
+inline void StreamFile::put(T value)
+{
+    if (cachePos_ + sizeof value > writableEnd_) [[unlikely]]
+        prepareWrite(sizeof value);
+    value = littleEndian(value);
+    std::memcpy(cache_ + cachePos_, &value, sizeof value);
+    cachePos_ += sizeof value;
+    cacheEnd_ = std::max(cacheEnd_, cachePos_);
+}
+
+template <StreamPrimitive T>
+inline bool StreamFile::get(T& value)
+{
+    if (cacheEnd_ - cachePos_ < sizeof value && available(sizeof value) < sizeof value) [[unlikely]]
+    {
+        cachePos_ = cacheEnd_;
+        return false;
+    }
+    std::memcpy(&value, cache_ + cachePos_, sizeof value);
+    value = littleEndian(value);
+    cachePos_ += sizeof value;
+    return true;
+}
