@@ -8,7 +8,8 @@ class OS_API iStatusWindow : public iObject
 {
 public:
     // What the window shows: a grid of rows with a mark on each that has changed. The owner of the
-    // contents writes; the window reads and clears the marks, under `lock`.
+    // contents writes; the window reads and clears the marks, under `lock`, which may be taken again by
+    // the thread that holds it.
     class OS_API iContents : public iObject
     {
     public:

@@ -12,8 +12,6 @@
 #include <string>
 #include <thread>
 
-#include <sys/stat.h>
-
 using Path = LightweightString<wchar_t>;
 
 namespace
