@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <mutex>
 #include <pwd.h>
 #include <string>
@@ -103,6 +104,20 @@ public:
 
     Wide getUserName() override { return widePath(currentUser().name.c_str()); }
 
+    Mw::Ptr<iSettings> openSettings(const Wide& fileName, eSettingsOwner owner) override
+    {
+        const Wide application = OS().fileMgr().getApplicationName();
+        const Wide directory =
+            owner == eUserSettings ? getUserConfigPath(application) : getMachineConfigPath(application);
+        // A name of its own, since the configuration file itself may be there.
+        const Wide path = Mw::joinPath(directory, fileName) + L".sqlite";
+        const std::lock_guard lock(mutex_);
+        Mw::Ptr<iSettings>& store = settings_[path];
+        if (!store)
+            store = Mw::openSettingsFile(path);
+        return store;
+    }
+
     int showMessageBox(const Wide& title, const Wide& text, eMessageIcon, eMessageButtons) override
     {
         const LightweightString<char> titleBytes = Mw::utf8FromWide(title.c_str(), title.length());
@@ -128,6 +143,7 @@ public:
 private:
     std::mutex mutex_;
     Wide clipboard_;
+    std::map<Wide, Mw::Ptr<iSettings>> settings_;
 };
 
 } // namespace

@@ -1,0 +1,21 @@
+#include "OS/Settings.h"
+
+int iSettings::setValue(const LightweightString<char>& key, const LightweightString<char>& value,
+                        const LightweightString<char>& section)
+{
+    return apply({{key, section, value}});
+}
+
+LightweightString<char> iSettings::getValue(const LightweightString<char>& key,
+                                            const LightweightString<char>& defaultValue,
+                                            const LightweightString<char>& section)
+{
+    LightweightString<char> value = defaultValue;
+    findValue(key, section, value);
+    return value;
+}
+
+int iSettings::removeValue(const LightweightString<char>& key, const LightweightString<char>& section)
+{
+    return apply({{key, section, std::nullopt}});
+}
