@@ -1,8 +1,12 @@
 #include "libmw/UUID.h"
 
+#include "OS/ForkCount.h"
+
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstring>
+#include <sys/random.h>
 #include <uuid/uuid.h>
 
 // Digits are handled eight at a time: the text of a word is a 64-bit number with one character in each
@@ -80,6 +84,54 @@ UUID::Words parse(const char* text) noexcept
     return good ? UUID::Words{a, b, c, d} : UUID::Words{};
 }
 
+// Random values of the kernel in stock, since asking for each would cost ten times as much. A forked child
+// has a copy of its parent's stock and throws it away.
+class RandomPool
+{
+public:
+    UUID::Words take()
+    {
+        const unsigned forks = forkCount();
+        if (left_ == 0 || forks != forks_) [[unlikely]]
+        {
+            refill();
+            forks_ = forks;
+        }
+        return values_[--left_];
+    }
+
+private:
+    void refill()
+    {
+        left_ = values_.size();
+        char* const begin = reinterpret_cast<char*>(values_.data());
+        for (std::size_t filled = 0; filled < sizeof values_;)
+        {
+            const ssize_t got = ::getrandom(begin + filled, sizeof values_ - filled, 0);
+            if (got > 0)
+                filled += static_cast<std::size_t>(got);
+            else if (errno != EINTR)
+                return refillWithoutKernel();
+        }
+    }
+
+    // Where a sandbox forbids the call.
+    void refillWithoutKernel()
+    {
+        for (UUID::Words& value : values_)
+        {
+            uuid_t bytes;
+            uuid_generate_random(bytes);
+            for (unsigned i = 0; i < sizeof bytes; ++i)
+                value[i / 4] = value[i / 4] << 8 | bytes[i];
+        }
+    }
+
+    std::array<UUID::Words, 64> values_{};
+    std::size_t left_ = 0;
+    unsigned forks_ = 0;
+};
+
 } // namespace
 
 UUID::UUID(const char* text) noexcept
@@ -110,11 +162,11 @@ UUID UUID::fromText(std::string_view text) noexcept
 
 UUID UUID::generate()
 {
-    uuid_t bytes;
-    uuid_generate_random(bytes);
-    Words words{};
-    for (unsigned i = 0; i < sizeof bytes; ++i)
-        words[i / 4] = words[i / 4] << 8 | bytes[i];
+    // One pool for each thread, so that none waits for another.
+    thread_local constinit RandomPool pool;
+    Words words = pool.take();
+    words[1] = (words[1] & 0xFFFF0FFFu) | 0x00004000u; // version 4
+    words[2] = (words[2] & 0x3FFFFFFFu) | 0x80000000u; // variant of RFC 4122
     return UUID(words);
 }
 
