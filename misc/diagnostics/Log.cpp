@@ -203,6 +203,14 @@ void LogBoth(const char* format, ...)
     herc_printf("%s", line.text());
 }
 
+void LogStringBoth(const char* text)
+{
+    if (isFilteredOut(text))
+        return;
+    writeText(text);
+    herc_printf("%s", text);
+}
+
 void SetLogFilter(const char* filter)
 {
     const Filter* next = nullptr;

@@ -23,6 +23,9 @@ MISC_API void LogStringW(const wchar_t* text);
 // Log, and the same text on the debug console.
 [[gnu::format(printf, 1, 2)]] MISC_API void LogBoth(const char* format, ...);
 
+// LogString, and the same text on the debug console.
+MISC_API void LogStringBoth(const char* text);
+
 // From now on only lines whose format (for the LogString forms, whose text) contains `filter` are
 // written: the filter selects places in the program, not what they say. Null or empty clears it.
 MISC_API void SetLogFilter(const char* filter);
