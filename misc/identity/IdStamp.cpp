@@ -1,0 +1,141 @@
+#include "misc/identity/IdStamp.h"
+
+#include "Mw/CText.h"
+#include "OS/ForkCount.h"
+#include "libmw/Now.h"
+#include "misc/identity/MachineNumber.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+namespace
+{
+
+// Seconds from the epoch of stamps, read from the system's clock.
+std::int64_t currentSecond()
+{
+    return static_cast<std::int64_t>(std::floor(Mw::now())) - IdStamp::epochSeconds;
+}
+
+// Hands out the seconds and counts of stamps, each pair once in the life of a process. The last pair is one
+// number, the count in its low 30 bits, that only grows.
+class StampCounter
+{
+public:
+    static constexpr unsigned countBits = 30;
+    static constexpr std::int64_t lastCount = (std::int64_t{1} << countBits) - 1;
+
+    std::int64_t next()
+    {
+        const std::int64_t second = std::max(currentSecond(), firstSecondOfProcess());
+        std::int64_t last = last_.load(std::memory_order_relaxed);
+        std::int64_t next;
+        do
+        {
+            // All counts of the second are taken: until another thread, with a later clock, begins a new one.
+            while ((last & lastCount) == lastCount && second <= last >> countBits)
+                last = last_.load(std::memory_order_relaxed);
+            next = second > last >> countBits ? second << countBits : following(last);
+        } while (!last_.compare_exchange_weak(last, next, std::memory_order_relaxed));
+        return next;
+    }
+
+private:
+    // The bits of the count that overlap the magic stay once they are set.
+    static std::int64_t following(std::int64_t last) { return (last + 1) | (last & magicBitsOfCount); }
+
+    // A forked child knows its parent's last second, which the parent goes on with, and begins a new one.
+    std::int64_t firstSecondOfProcess()
+    {
+        const unsigned forks = forkCount();
+        if (forks_.load(std::memory_order_acquire) != forks)
+        {
+            // Threads that come here at once may skip a second each.
+            first_.store((last_.load(std::memory_order_relaxed) >> countBits) + 1, std::memory_order_relaxed);
+            forks_.store(forks, std::memory_order_release);
+        }
+        return first_.load(std::memory_order_relaxed);
+    }
+
+    static constexpr std::int64_t magicBitsOfCount = 0x3C000000;
+    static constexpr std::int64_t none = std::numeric_limits<std::int64_t>::min();
+
+    std::atomic<std::int64_t> last_{none};
+    std::atomic<std::int64_t> first_{none};
+    std::atomic<unsigned> forks_{0};
+};
+
+constinit StampCounter theCounter;
+constinit std::atomic<int> theMachine{0};
+
+// Asks again each time while there is none.
+std::uint32_t machineOfStamps()
+{
+    int machine = theMachine.load(std::memory_order_relaxed);
+    if (machine == 0)
+    {
+        machine = our_machine_number_get_from_file();
+        theMachine.store(machine, std::memory_order_relaxed);
+    }
+    return static_cast<std::uint32_t>(machine);
+}
+
+constexpr std::size_t wordDigits = 8;
+
+std::uint32_t wordOf(const char* digits) noexcept
+{
+    return static_cast<std::uint32_t>(std::strtol(digits, nullptr, 16));
+}
+
+// The word in the next eight characters, which are passed over, or in what is left of them.
+std::uint32_t nextWord(const char*& text) noexcept
+{
+    char digits[wordDigits + 1] = {};
+    const std::size_t length = Mw::CText::lengthWithin(text, wordDigits);
+    std::memcpy(digits, text, length);
+    text += length;
+    return wordOf(digits);
+}
+
+// Writes at least so many digits; gives where they end.
+char* writeHex(char* to, std::uint32_t word, unsigned leastDigits)
+{
+    for (unsigned digits = wordDigits; digits > 0; --digits)
+        if (const std::uint32_t rest = word >> (digits - 1) * 4; digits <= leastDigits || rest != 0)
+            *to++ = "0123456789ABCDEF"[rest & 15];
+    return to;
+}
+
+} // namespace
+
+IdStamp::IdStamp()
+{
+    const std::int64_t made = theCounter.next();
+    machineNum_ = machineOfStamps();
+    timeBits_ = static_cast<std::uint32_t>(made >> StampCounter::countBits);
+    tickWord_ = static_cast<std::uint32_t>(made & StampCounter::lastCount);
+}
+
+IdStamp::IdStamp(const char* text) noexcept : IdStamp(0, 0, 0)
+{
+    if (text == nullptr)
+        return;
+    machineNum_ = nextWord(text);
+    timeBits_ = nextWord(text);
+    tickWord_ = wordOf(text);
+}
+
+LightweightString<char> IdStamp::asString() const
+{
+    if (!valid())
+        return {};
+    char text[3 * wordDigits];
+    const char* const end =
+        writeHex(writeHex(writeHex(text, machineNum_, wordDigits), timeBits_, wordDigits), tickWord_, 1);
+    return LightweightString<char>(std::string_view(text, static_cast<std::size_t>(end - text)));
+}
