@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Mw/LightweightString.h"
+#include "OS/Export.h"
+#include "misc/identity/Cookie.h"
+
+#include <atomic>
+#include <cstdint>
+
+// The allocator of identities. Classic cookies take their numbers from a counter that lasts between runs
+// in the file "cookie.num"; cookies of the UUID form need none. Most callers want newCookie, below.
+//
+// The count is written when the process ends normally, not before: a run that dies hands its numbers out
+// again in the next one, whose log says that this one ended badly. Cookie::findHighestCookieNum tells
+// which numbers stored objects hold.
+//
+// Any thread makes cookies; reading, writing and flushing are one thread's at a time.
+class MISC_API CookieJar
+{
+public:
+    // The jar of the process, made on first use and flushed at a normal exit.
+    static CookieJar& instance();
+
+    CookieJar();
+    ~CookieJar();
+    CookieJar(const CookieJar&) = delete;
+    CookieJar& operator=(const CookieJar&) = delete;
+
+    // The next number. After the highest one, 1679615, which comes with a warning, they begin at 0 again.
+    unsigned cookieNum();
+
+    // A new cookie of a letter that Cookie::typeFromChar knows. The invalid letter gives the invalid
+    // cookie and spends no number; with any other, a classic one does not return.
+    Cookie makeCookie(CookieType type, Cookie::eVersion version, int subType);
+
+    // The form that newCookie gives its cookies: the classic one at first.
+    Cookie::eVersion getDefaultCookieVersion() const noexcept;
+    void setDefaultCookieVersion(Cookie::eVersion version) noexcept;
+
+    // "cookie.num" in the default directory of projects, as it was when it was first asked for.
+    static LightweightString<wchar_t> getCookieDotNumPath();
+
+    // Takes the next number from a file. False if there is none, or it holds no number from 1 to 1679615.
+    bool readCookieNum(const LightweightString<wchar_t>& path);
+
+    // Replaces the file by one with the next number. Logs a warning if it can't, and one if another
+    // process has written the file since this jar read or wrote it.
+    void writeCookieNum(const LightweightString<wchar_t>& path);
+
+    // Writes "cookie.num" if it doesn't hold the next number.
+    void flush();
+
+private:
+    void init();
+
+    std::atomic<std::uint8_t> defaultVersion_{Cookie::eClassic};
+    std::atomic<std::uint32_t> nextNum_{0};
+    std::uint32_t writtenNum_ = 0; // what the file holds, as far as this run knows
+    std::uint32_t triedNum_ = 0;   // what a write that failed may have left there
+};
+
+// A new identity, of the form that the jar is set to. Any thread.
+MISC_API Cookie newCookie(CookieType type, int subType);
+MISC_API Cookie newContainerCookie();
