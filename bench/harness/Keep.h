@@ -12,11 +12,6 @@ inline void keep(T& value)
 {
     asm volatile("" : "+m"(value) : : "memory");
 }
-template <class T>
-inline void keep(T&& value)
-{
-    asm volatile("" : : "m"(value) : "memory");
-}
 
 // A number that is read and no more.
 template <class T>
