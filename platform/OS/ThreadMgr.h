@@ -32,7 +32,7 @@ public:
     virtual Mw::Ptr<iCriticalSection> createCriticalSection() = 0;
 
     // Waits for one (or all) of the events, which this manager made, none of them null or listed twice; a
-    // negative time means for ever. Gives the index of the first event that is set, which alone is taken
+    // negative time means for ever. Gives the index of the first event found set, which alone is taken
     // (0 when waiting for all, which are taken together), or `waitTimedOut`. Without events this is 0 for
     // all and `waitTimedOut` for one, at once.
     virtual int waitForEvents(const std::vector<Mw::Ptr<iThreadEvent>>& events, bool waitForAll, int timeoutMs) = 0;

@@ -4,15 +4,9 @@
 #include "OS/ThreadMgr.h"
 
 #include <functional>
+#include <memory>
 #include <utility>
-
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-#define MW_TEST_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
-#define MW_TEST_SANITIZED 1
-#endif
-#endif
+#include <vector>
 
 namespace test
 {
@@ -48,6 +42,20 @@ public:
 private:
     std::function<void()> work_;
     Mw::Ptr<iThread> thread_;
+};
+
+// Several threads that do the same work, each with its number.
+class Crowd
+{
+public:
+    Crowd(int size, const std::function<void(int)>& work)
+    {
+        for (int i = 0; i < size; ++i)
+            runners_.push_back(std::make_unique<Runner>([work, i] { work(i); }));
+    }
+
+private:
+    std::vector<std::unique_ptr<Runner>> runners_;
 };
 
 } // namespace test

@@ -23,12 +23,13 @@ iThreadEvent::eWaitRC NativeEvent::wait(int timeoutMs)
 
 void NativeEvent::set()
 {
+    const int count = kind_ == eAutoReset ? 1 : INT_MAX; // read now: the woken thread may destroy this
     // Release: who takes the event sees what was done before. Acquire: a waiter that is counted has
     // entered its record, if it has one. An event that is set already is written all the same, since
     // this thread's work is to be seen too.
     const std::uint64_t before = waited_.state.fetch_or(1, std::memory_order_acq_rel);
     if (WaitedWord::value(before) == 0 && WaitedWord::waiters(before) != 0)
-        wakeSleepers(word(), kind_ == eAutoReset ? 1 : INT_MAX);
+        wakeSleepers(word(), count);
 }
 
 void NativeEvent::reset()
