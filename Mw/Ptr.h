@@ -9,6 +9,7 @@
 #include <functional>
 #include <new>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 namespace Mw
@@ -228,13 +229,32 @@ private:
     T* object_;
 };
 
+namespace detail
+{
+
+// dynamic_cast, which walks the classes of the object. Most casts ask for the object's own class, and that
+// takes one comparison: the object then begins where its To begins.
+template <class To, class From>
+To* checkedCast(From* object) noexcept
+{
+    if constexpr (std::is_convertible_v<To*, From*> && !std::is_abstract_v<To>)
+    {
+        using Whole = std::conditional_t<std::is_const_v<From>, const void, void>;
+        if (object != nullptr && &typeid(*object) == &typeid(To))
+            return static_cast<To*>(dynamic_cast<Whole*>(object));
+    }
+    return dynamic_cast<To*>(object);
+}
+
+} // namespace detail
+
 // The object as another class, checked at run time. A failed cast or a null source gives null and
 // changes no count.
 template <class To, class From, class D, class R>
 Ptr<To, D, R> dynamicCast(const Ptr<From, D, R>& from) noexcept
 {
     Ptr<To, D, R> to;
-    if (To* const object = dynamic_cast<To*>(from.object_))
+    if (To* const object = detail::checkedCast<To>(from.object_))
     {
         to.count_ = from.count_;
         to.object_ = object;
@@ -248,7 +268,7 @@ template <class To, class From, class D, class R>
 Ptr<To, D, R> dynamicCast(Ptr<From, D, R>&& from) noexcept
 {
     Ptr<To, D, R> to;
-    if (To* const object = dynamic_cast<To*>(from.object_))
+    if (To* const object = detail::checkedCast<To>(from.object_))
     {
         to.count_ = from.count_;
         to.object_ = object;
