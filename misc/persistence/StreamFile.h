@@ -26,8 +26,8 @@ concept StreamPrimitive = std::same_as<T, char> || std::same_as<T, unsigned char
 // What is read is a window on the file, which is read as far as it is asked for. The first write brings
 // the whole file into the cache. Without a file the cache alone is the stream, in memory.
 //
-// A writer holds the file PATH.TMP, locked, from `open` with a creating behaviour, else from `flush`, until
-// the file is in its place or this object ends: so of two writers the second fails. What a writer that
+// A writer holds the file PATH.TMP, locked, from `open` with eCreateNew or eCreateAlways, else during
+// `flush`, until the file is in its place or this object ends: so of two writers the second fails. What a writer that
 // died left there is removed. Symbolic links stay, and their target is replaced with its permissions.
 //
 // Stored bytes never lead outside the cache. A number that the end of the file cuts keeps its value, a
@@ -108,12 +108,21 @@ private:
     void reserve(std::size_t capacity);
     // Makes the cache writable with room for so many bytes behind the position.
     void prepareWrite(std::size_t count);
+    // Brings the whole file into the cache and lets go of it.
+    void takeWhole();
+    // Appends so many bytes from the cache, which holds them.
+    void take(GrowString& text, std::size_t count);
     template <StreamPrimitive T>
     static T littleEndian(T value) noexcept;
 
+    bool openSource(iFile::eOpenBehaviour behaviour);
+    bool openToCreate(iFile::eOpenBehaviour behaviour);
+    // The TMP file: made and locked, written to the disk, renamed. Each leaves the reason of a failure.
     bool openBeside();
     bool writeBeside();
+    bool putInPlace();
     void discardBeside();
+    // Keeps the reason of a failure. Gives false.
     bool fail(const LightweightString<char>& reason);
 
     // cache_[0, cacheEnd_) are the bytes of the stream from windowStart_ on. Once anything was written
@@ -132,6 +141,7 @@ private:
     Mw::Ptr<iFile> source_;             // what the window is read from
     Mw::Ptr<iFile> beside_;             // the locked TMP file
     bool changed_ = false;              // the file is not what the cache is
+    bool incomplete_ = false;           // a part of the file could not be read
     LightweightString<char> error_;
 };
 

@@ -1,0 +1,85 @@
+#include "misc/base/TextFile.h"
+
+#include "OS/FileMgr.h"
+#include "OS/OS.h"
+
+namespace
+{
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+// Reads the whole file. False, with the reason in `error`, on failure.
+bool readWhole(const LightweightString<wchar_t>& path, std::basic_string<char>& contents,
+               LightweightString<char>& error)
+{
+    const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
+    if (file->isOpen())
+    {
+        contents.resize(file->size());
+        const std::int64_t count = file->read(contents.data(), contents.size(), 0);
+        if (count >= 0)
+        {
+            contents.resize(static_cast<std::size_t>(count));
+            return true;
+        }
+    }
+    error = file->lastError();
+    return false;
+}
+
+} // namespace
+
+void TextFile::appendLine(std::string_view text)
+{
+    for (;;)
+    {
+        const std::size_t end = text.find('\n');
+        appendOneLine(text.substr(0, end));
+        if (end == text.npos)
+            return;
+        text.remove_prefix(end + 1);
+    }
+}
+
+void TextFile::appendOneLine(std::string_view line)
+{
+    if (line.ends_with('\r'))
+        line.remove_suffix(1);
+    text_.append(line);
+    lineEnds_.push_back(text_.size());
+    text_.push_back('\n');
+}
+
+void TextFile::clear() noexcept
+{
+    text_.clear();
+    lineEnds_.clear();
+}
+
+bool TextFile::load(const LightweightString<wchar_t>& path, LightweightString<char>* error)
+{
+    std::string contents;
+    LightweightString<char> reason;
+    const bool good = readWhole(path, contents, reason);
+    if (error != nullptr)
+        *error = reason;
+    if (!good)
+        return false;
+    clear();
+    text_.reserve(contents.size() + 1);
+    std::string_view rest = contents;
+    if (rest.starts_with(byteOrderMark))
+        rest.remove_prefix(byteOrderMark.size());
+    // The end of the last line begins no other.
+    if (rest.ends_with('\n'))
+        rest.remove_suffix(1);
+    else if (rest.empty())
+        return true;
+    appendLine(rest);
+    return true;
+}
+
+bool TextFile::save(const LightweightString<wchar_t>& path, LightweightString<char>* error) const
+{
+    return Mw::replaceFile(path, text_.data(), text_.size(), error);
+}

@@ -1,0 +1,368 @@
+#include "misc/persistence/StreamFile.h"
+
+#include "Mw/Assert.h"
+#include "OS/FileMgr.h"
+#include "OS/OS.h"
+#include "libmw/Text.h"
+#include "misc/diagnostics/Log.h"
+
+namespace
+{
+
+using Path = LightweightString<wchar_t>;
+
+constexpr std::size_t smallestCacheBytes = 512;
+// What is read when nobody has said how much will be needed.
+constexpr std::size_t readAheadBytes = 64 * 1024;
+// How much of what was read is kept, for readers that go back a little.
+constexpr std::size_t keptBehindBytes = 64 * 1024;
+
+// Lost races for the TMP file before giving up: each means that another writer was quicker.
+constexpr int besideAttempts = 16;
+constexpr const char* otherWriter = "another writer is at it";
+
+void report(const char* failure, const Path& path, const LightweightString<char>& reason)
+{
+    LightweightString<char> line = "StreamFile : could not ";
+    line += failure;
+    line += ' ';
+    line += toUTF8(path);
+    line += ": ";
+    line += reason;
+    line += '\n';
+    LogString(line.c_str());
+}
+
+Path besideName(const Path& target)
+{
+    return target + L".TMP";
+}
+
+// Whether the name leads to this very file, and not to one that took its place.
+bool isNamed(iFile& file, const Path& name)
+{
+    return OS().fileMgr().openFile(name)->identity() == file.identity();
+}
+
+// A file for locking it: what a writer left may have the permissions of a file that is only read.
+Mw::Ptr<iFile> openToLock(const Path& name)
+{
+    const Mw::Ptr<iFile> file = OS().fileMgr().openFile(name, iFile::eWrite);
+    return file->isOpen() ? file : OS().fileMgr().openFile(name);
+}
+
+// Removes a TMP file that no living writer holds. False, with the reason in `reason`, if one does.
+bool removeAbandoned(const Path& name, LightweightString<char>& reason)
+{
+    iFileMgr& files = OS().fileMgr();
+    const Mw::Ptr<iFile> left = openToLock(name);
+    if (!left->isOpen())
+    {
+        reason = left->lastError();
+        return !files.exists(name);
+    }
+    if (!left->lock(iFile::eLockExclusive, iFile::eTryLock))
+    {
+        reason = otherWriter;
+        return false;
+    }
+    if (!isNamed(*left, name) || files.remove(name))
+        return true;
+    reason = files.lastError();
+    return false;
+}
+
+} // namespace
+
+StreamFile::~StreamFile()
+{
+    discardBeside();
+    OS().allocator().release(cache_);
+}
+
+bool StreamFile::fail(const LightweightString<char>& reason)
+{
+    error_ = reason;
+    return false;
+}
+
+bool StreamFile::open(const Path& path, iFile::eOpenBehaviour behaviour)
+{
+    close();
+    iFileMgr& files = OS().fileMgr();
+    target_ = files.resolve(path);
+    if (target_.empty())
+        return fail(files.lastError());
+    if (!(behaviour == iFile::eOpenExisting || behaviour == iFile::eOpenAlways ? openSource(behaviour)
+                                                                               : openToCreate(behaviour)))
+        return false;
+    path_ = path;
+    return true;
+}
+
+bool StreamFile::openSource(iFile::eOpenBehaviour behaviour)
+{
+    iFileMgr& files = OS().fileMgr();
+    if (behaviour == iFile::eOpenAlways && !files.exists(target_))
+    {
+        changed_ = true;
+        return true;
+    }
+    const Mw::Ptr<iFile> file = files.openFile(target_);
+    if (!file->isOpen())
+        return fail(file->lastError());
+    source_ = file;
+    fileSize_ = file->size();
+    return true;
+}
+
+bool StreamFile::openToCreate(iFile::eOpenBehaviour behaviour)
+{
+    iFileMgr& files = OS().fileMgr();
+    if (files.isDirectory(target_))
+        return fail("is a directory");
+    if (!openBeside())
+        return false;
+    if (behaviour == iFile::eCreateNew && files.exists(target_))
+    {
+        discardBeside();
+        return fail("the file exists");
+    }
+    changed_ = true;
+    return true;
+}
+
+void StreamFile::close()
+{
+    discardBeside();
+    OS().allocator().release(cache_);
+    cache_ = nullptr;
+    cachePos_ = cacheEnd_ = writableEnd_ = capacity_ = 0;
+    windowStart_ = fileSize_ = 0;
+    path_.clear();
+    target_.clear();
+    source_.reset();
+    changed_ = incomplete_ = false;
+    error_.clear();
+}
+
+bool StreamFile::flush()
+{
+    if (!isOpen())
+        return fail("no file is open");
+    if (!changed_)
+        return true;
+    if (incomplete_)
+        fail("its contents could not be read");
+    else if ((beside_ || openBeside()) && writeBeside() && putInPlace())
+    {
+        error_.clear();
+        changed_ = false;
+        writableEnd_ = 0;
+        return true;
+    }
+    discardBeside();
+    report("replace", path_, error_);
+    return false;
+}
+
+bool StreamFile::openBeside()
+{
+    iFileMgr& files = OS().fileMgr();
+    const Path name = besideName(target_);
+    for (int attempt = 0; attempt < besideAttempts; ++attempt)
+    {
+        const Mw::Ptr<iFile> file = files.openFile(name, iFile::eWrite, iFile::eCreateNew);
+        // Before it was locked, another writer may have taken it for one that was left.
+        if (file->isOpen() && file->lock(iFile::eLockExclusive, iFile::eTryLock) && isNamed(*file, name))
+        {
+            beside_ = file;
+            return true;
+        }
+        if (!file->isOpen() && !files.exists(name))
+            return fail(file->lastError());
+        if (!file->isOpen() && !removeAbandoned(name, error_))
+            return false;
+    }
+    return fail(otherWriter);
+}
+
+bool StreamFile::writeBeside()
+{
+    iFileMgr& files = OS().fileMgr();
+    const unsigned mode = files.exists(target_) ? files.openFile(target_)->mode() : 0;
+    const bool good = (mode == 0 || beside_->setMode(mode)) &&
+                      beside_->write(cache_, cacheEnd_, 0) == static_cast<std::int64_t>(cacheEnd_) &&
+                      beside_->flushToDisk();
+    return good || fail(beside_->lastError());
+}
+
+bool StreamFile::putInPlace()
+{
+    iFileMgr& files = OS().fileMgr();
+    // The lock is held up to here, so that the name beside is no other writer's.
+    if (!files.rename(besideName(target_), target_))
+        return fail(files.lastError());
+    beside_.reset();
+    return files.syncDirectory(Mw::directoryOf(target_)) || fail(files.lastError());
+}
+
+void StreamFile::discardBeside()
+{
+    if (!beside_)
+        return;
+    OS().fileMgr().remove(besideName(target_));
+    beside_.reset();
+}
+
+void StreamFile::setPosition(std::uint64_t position)
+{
+    position = std::min(position, size());
+    if (position < windowStart_ || position > windowStart_ + cacheEnd_)
+        dropWindow(position);
+    cachePos_ = static_cast<std::size_t>(position - windowStart_);
+}
+
+void StreamFile::dropWindow(std::uint64_t start)
+{
+    windowStart_ = start;
+    cachePos_ = cacheEnd_ = 0;
+}
+
+void StreamFile::cacheForward(std::uint64_t end)
+{
+    if (!source_)
+        return;
+    if (cachePos_ > 2 * keptBehindBytes)
+    {
+        const std::size_t passed = cachePos_ - keptBehindBytes;
+        std::memmove(cache_, cache_ + passed, cacheEnd_ - passed);
+        windowStart_ += passed;
+        cachePos_ -= passed;
+        cacheEnd_ -= passed;
+    }
+    extendWindow(end);
+}
+
+void StreamFile::extendWindow(std::uint64_t end)
+{
+    const std::uint64_t windowEnd = windowStart_ + cacheEnd_;
+    end = std::min(end, fileSize_);
+    if (end <= windowEnd)
+        return;
+    const auto count = static_cast<std::size_t>(end - windowEnd);
+    reserve(cacheEnd_ + count);
+    const std::int64_t read = source_->read(cache_ + cacheEnd_, count, windowEnd);
+    if (read < 0)
+    {
+        fail(source_->lastError());
+        report("read", path_, error_);
+        incomplete_ = true;
+    }
+    cacheEnd_ += static_cast<std::size_t>(std::max<std::int64_t>(read, 0));
+    // A file that ends early, by a fault or because another cut it, ends there for good.
+    if (windowStart_ + cacheEnd_ < end)
+        fileSize_ = windowStart_ + cacheEnd_;
+}
+
+std::size_t StreamFile::available(std::uint64_t count)
+{
+    if (count > cacheEnd_ - cachePos_)
+        cacheForward(position() + std::max<std::uint64_t>(count, readAheadBytes));
+    return static_cast<std::size_t>(std::min<std::uint64_t>(count, cacheEnd_ - cachePos_));
+}
+
+void StreamFile::reserve(std::size_t capacity)
+{
+    if (capacity <= capacity_)
+        return;
+    const std::size_t grown = std::max({capacity, 2 * capacity_, smallestCacheBytes});
+    cache_ = static_cast<unsigned char*>(OS().allocator().reallocate(cache_, grown));
+    capacity_ = grown;
+}
+
+void StreamFile::prepareWrite(std::size_t count)
+{
+    if (source_)
+        takeWhole();
+    reserve(cachePos_ + count);
+    writableEnd_ = capacity_;
+    changed_ = true;
+}
+
+void StreamFile::takeWhole()
+{
+    const std::uint64_t place = position();
+    if (windowStart_ != 0)
+        dropWindow(0);
+    extendWindow(fileSize_);
+    source_.reset();
+    fileSize_ = 0;
+    setPosition(place);
+}
+
+unsigned StreamFile::write(const void* bytes, unsigned lengthBytes)
+{
+    if (lengthBytes == 0)
+        return 0;
+    if (cachePos_ + lengthBytes > writableEnd_)
+        prepareWrite(lengthBytes);
+    std::memcpy(cache_ + cachePos_, bytes, lengthBytes);
+    cachePos_ += lengthBytes;
+    cacheEnd_ = std::max(cacheEnd_, cachePos_);
+    return lengthBytes;
+}
+
+bool StreamFile::readBinary(GrowString& text, bool counted)
+{
+    if (!isOpen() && cache_ == nullptr)
+        return false;
+    unsigned length = 0;
+    if (counted)
+    {
+        get(length);
+        take(text, available(length));
+        return true;
+    }
+    std::size_t scanned = 0;
+    for (std::size_t there = available(1); there != scanned; there = available(scanned + 1))
+    {
+        there = cacheEnd_ - cachePos_;
+        const unsigned char* const from = cache_ + cachePos_;
+        if (const void* const zero = std::memchr(from + scanned, 0, there - scanned))
+        {
+            take(text, static_cast<std::size_t>(static_cast<const unsigned char*>(zero) - from));
+            ++cachePos_;
+            return true;
+        }
+        scanned = there;
+    }
+    take(text, scanned);
+    return true;
+}
+
+void StreamFile::take(GrowString& text, std::size_t count)
+{
+    text.append(std::string_view(reinterpret_cast<const char*>(cache_ + cachePos_), count));
+    cachePos_ += count;
+}
+
+bool StreamFile::readBinary(unsigned char* out, unsigned lengthBytes, bool raw)
+{
+    if (!raw)
+    {
+        unsigned length = 0;
+        if (!get(length))
+            return false;
+        if (length != lengthBytes)
+        {
+            MW_ASSERT(false);
+            return false;
+        }
+    }
+    const std::size_t count = available(lengthBytes);
+    if (count != 0)
+        std::memcpy(out, cache_ + cachePos_, count);
+    cachePos_ += count;
+    return count == lengthBytes;
+}

@@ -1,0 +1,167 @@
+#include "misc/persistence/PStream.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+// A stream in memory with what a test put there.
+class PStreamTest : public testing::Test
+{
+protected:
+    void put(const std::string& bytes)
+    {
+        file_.close();
+        file_.write(bytes.data(), static_cast<unsigned>(bytes.size()));
+        file_.setPosition(0);
+    }
+    std::string bytes()
+    {
+        file_.setPosition(0);
+        std::string all(file_.size(), '\0');
+        EXPECT_TRUE(
+            file_.readBinary(reinterpret_cast<unsigned char*>(all.data()), static_cast<unsigned>(all.size()), true));
+        return all;
+    }
+
+    StreamFile file_;
+    PStream stream_{&file_};
+};
+
+} // namespace
+
+// The bytes that docs/formats.md shows.
+TEST_F(PStreamTest, primitivesAreLittleEndianInTheirOwnWidth)
+{
+    file_.setCookedChar('A');
+    file_.setShort(-2);
+    file_.setUnsignedShort(0x1234);
+    file_.setLong(-3);
+    file_.setUnsignedLong(1000000);
+    file_.setFloat(1.5f);
+    file_.setInt64(-4);
+    file_.setUnsignedInt64(0x0102030405060708ul);
+    file_.setDouble(25.0);
+    stream_ << "take 7";
+    stream_.writeBinary(reinterpret_cast<const unsigned char*>("reel"), 0, true);
+    const std::string expected("\x41\xFE\xFF\x34\x12\xFD\xFF\xFF\xFF\x40\x42\x0F\x00\x00\x00\xC0\x3F"
+                               "\xFC\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x08\x07\x06\x05\x04\x03\x02\x01"
+                               "\x00\x00\x00\x00\x00\x00\x39\x40"
+                               "take 7\0\x04\x00\x00\x00reel",
+                               56);
+    EXPECT_EQ(bytes(), expected);
+
+    file_.setPosition(0);
+    char character = 0;
+    short two = 0;
+    unsigned short unsignedTwo = 0;
+    int four = 0;
+    unsigned unsignedFour = 0;
+    float single = 0;
+    long eight = 0;
+    unsigned long unsignedEight = 0;
+    double twice = 0;
+    LightweightString<char> text;
+    GrowString counted;
+    stream_ >> character >> two >> unsignedTwo >> four >> unsignedFour >> single >> eight >> unsignedEight >> twice;
+    stream_ >> text;
+    EXPECT_TRUE(file_.readBinary(counted, true));
+    EXPECT_TRUE(character == 'A' && two == -2 && unsignedTwo == 0x1234 && four == -3 && unsignedFour == 1000000);
+    EXPECT_TRUE(single == 1.5f && eight == -4 && unsignedEight == 0x0102030405060708ul && twice == 25.0);
+    EXPECT_EQ(text, "take 7");
+    EXPECT_EQ(counted, "reel");
+    EXPECT_TRUE(file_.eof());
+    EXPECT_FALSE(stream_.failed());
+}
+
+TEST_F(PStreamTest, binaryBlocksHaveTheirThreeForms)
+{
+    const struct
+    {
+        const char* data;
+        unsigned length;
+        bool counted;
+        bool raw;
+        std::string bytes;
+        unsigned result;
+    } cases[] = {
+        {"abc", 0, false, false, std::string("abc\0", 4), 3},
+        {"abc", 2, true, false, std::string("\2\0\0\0ab", 6), 2},
+        {"abc", 0, true, true, "abc", 3},
+        {nullptr, 5, false, false, std::string(1, '\0'), 0},
+        {nullptr, 5, true, false, std::string("\5\0\0\0", 4), 0},
+        {nullptr, 5, false, true, "", 0},
+        {"", 0, false, false, std::string(1, '\0'), 0},
+        {"", 0, true, false, std::string(4, '\0'), 0},
+    };
+    for (const auto& c : cases)
+    {
+        file_.close();
+        const auto* const data = reinterpret_cast<const unsigned char*>(c.data);
+        EXPECT_EQ(stream_.writeBinary(data, c.length, c.counted, c.raw), c.result);
+        EXPECT_EQ(bytes(), c.bytes);
+    }
+}
+
+TEST_F(PStreamTest, endOfFileCutsNumbersAndTexts)
+{
+    put("abc");
+    unsigned number = 17;
+    stream_ >> number;
+    EXPECT_EQ(number, 17u);
+    EXPECT_TRUE(file_.eof());
+
+    LightweightString<char> text = "before";
+    put("abc");
+    stream_ >> text;
+    EXPECT_EQ(text, "abc");
+    EXPECT_TRUE(file_.eof());
+    stream_ >> text;
+    EXPECT_TRUE(text.empty());
+
+    // What is there of a counted text, whatever it claims; without a whole count, nothing.
+    for (const std::string& stored : {std::string("\xFF\xFF\xFF\xFF"
+                                                  "ab",
+                                                  6),
+                                      std::string("\x03\0", 2)})
+    {
+        GrowString counted("+");
+        put(stored);
+        EXPECT_TRUE(file_.readBinary(counted, true));
+        EXPECT_EQ(counted, stored.size() == 6 ? "+ab" : "+");
+        EXPECT_TRUE(file_.eof());
+    }
+
+    unsigned char block[4] = {};
+    put("ab");
+    EXPECT_FALSE(file_.readBinary(block, 4, true));
+    EXPECT_EQ(block[1], 'b');
+    EXPECT_FALSE(file_.readBinary(block, 0, false));
+
+    StreamFile nothing;
+    GrowString none;
+    EXPECT_FALSE(nothing.readBinary(none, false));
+}
+
+TEST_F(PStreamTest, blockOfAnotherLengthIsRefusedBehindItsLength)
+{
+    put(std::string("\3\0\0\0abc", 7));
+    unsigned char block[4];
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(file_.readBinary(block, 4, false));
+    EXPECT_EQ(testing::internal::GetCapturedStdout().substr(0, 25), "assertion failed false at");
+    EXPECT_EQ(file_.position(), 4u);
+    file_.setPosition(0);
+    EXPECT_TRUE(file_.readBinary(block, 3, false));
+}
+
+TEST_F(PStreamTest, textOfTheStreamIsItsError)
+{
+    EXPECT_FALSE(stream_.failed());
+    stream_.unexpectEOF();
+    EXPECT_TRUE(stream_.failed());
+    EXPECT_STREQ(stream_.c_str(), "Unexpected EOF.");
+    EXPECT_EQ(stream_.version(), 1u);
+}

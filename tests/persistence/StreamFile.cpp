@@ -1,0 +1,260 @@
+#include "misc/persistence/StreamFile.h"
+
+#include "OS/testing/FailingFileMgr.h"
+#include "OS/testing/MemoryFileMgr.h"
+#include "misc/diagnostics/Log.h"
+#include "platform/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+using Path = LightweightString<wchar_t>;
+
+bool writeFile(const Path& path, const std::string& bytes, iFile::eOpenBehaviour behaviour = iFile::eCreateAlways)
+{
+    StreamFile file;
+    if (!file.open(path, behaviour))
+        return false;
+    file.write(bytes.data(), static_cast<unsigned>(bytes.size()));
+    return file.flush();
+}
+
+std::string readFile(const Path& path)
+{
+    StreamFile file;
+    if (!file.open(path, iFile::eOpenExisting))
+        return "(none)";
+    std::string bytes(file.size(), '\0');
+    file.readBinary(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<unsigned>(bytes.size()), true);
+    return bytes;
+}
+
+class StreamFileTest : public testing::Test
+{
+protected:
+    void SetUp() override { SetLogOutput(log_); }
+    void TearDown() override
+    {
+        SetLogOutput(nullptr);
+        std::fclose(log_);
+    }
+
+    std::filesystem::path file() const { return folder_.path() / "objects"; }
+    Path path() const { return TempFolder::wideOf(file()); }
+    bool tmpExists() const { return std::filesystem::exists(file().string() + ".TMP"); }
+    long logged() { return std::ftell(log_); }
+
+    const TempFolder folder_;
+    std::FILE* const log_ = std::tmpfile();
+};
+
+} // namespace
+
+// Compares with a plain text under random reads, writes and moves, over files larger than the cache.
+TEST_F(StreamFileTest, behavesLikeTheBytesOfTheFile)
+{
+    std::mt19937 random(7);
+    const auto below = [&](std::size_t end) { return random() % end; };
+    std::string model;
+    for (int i = 0; i < 400000; ++i)
+        model += static_cast<char>('a' + below(26));
+    ASSERT_TRUE(writeFile(path(), model));
+    for (int round = 0; round < 8; ++round)
+    {
+        StreamFile file;
+        ASSERT_TRUE(file.open(path(), iFile::eOpenExisting)) << file.lastError();
+        std::size_t place = 0;
+        for (int step = 0; step < 400; ++step)
+        {
+            if (below(3) == 0)
+            {
+                const std::size_t target = below(model.size() + 1000);
+                place = std::min(target, model.size());
+                file.setPosition(target);
+            }
+            if (below(4) == 0)
+                file.cacheForward(place + below(300000));
+            std::string bytes(below(below(10) == 0 ? 200000 : 600), 'Z');
+            const auto length = static_cast<unsigned>(bytes.size());
+            if (round % 2 == 1 && step > 200 && below(4) == 0)
+            {
+                file.write(bytes.data(), length);
+                model.replace(std::min(place, model.size()), length, bytes);
+            }
+            else
+            {
+                file.readBinary(reinterpret_cast<unsigned char*>(bytes.data()), length, true);
+                bytes.resize(std::min(bytes.size(), model.size() - place));
+                ASSERT_EQ(bytes, model.substr(place, length)) << step;
+            }
+            place += bytes.size();
+            ASSERT_EQ(file.position(), place);
+            ASSERT_EQ(file.eof(), place == model.size());
+            ASSERT_EQ(file.size(), model.size());
+        }
+        ASSERT_TRUE(file.flush());
+        ASSERT_EQ(readFile(path()), model);
+    }
+}
+
+TEST_F(StreamFileTest, textLongerThanTheCacheIsReadWhole)
+{
+    const std::string text(300000, 't');
+    ASSERT_TRUE(writeFile(path(), text + '\0' + "next"));
+    StreamFile file;
+    ASSERT_TRUE(file.open(path(), iFile::eOpenExisting));
+    GrowString read;
+    EXPECT_TRUE(file.readBinary(read, false));
+    EXPECT_EQ(read, text);
+    EXPECT_EQ(file.position(), text.size() + 1);
+}
+
+TEST_F(StreamFileTest, fileIsReplacedOnlyByFlush)
+{
+    ASSERT_TRUE(writeFile(path(), "old"));
+    {
+        StreamFile file;
+        ASSERT_TRUE(file.open(path(), iFile::eCreateAlways));
+        file.setLong(1);
+        EXPECT_TRUE(tmpExists());
+    }
+    EXPECT_FALSE(tmpExists());
+    EXPECT_EQ(readFile(path()), "old");
+
+    // What an open file reads stays what it was, and a flush may be followed by more.
+    StreamFile reader, writer;
+    ASSERT_TRUE(reader.open(path(), iFile::eOpenExisting));
+    ASSERT_TRUE(writer.open(path(), iFile::eOpenExisting));
+    writer.write("new and longer", 14);
+    ASSERT_TRUE(writer.flush());
+    EXPECT_FALSE(tmpExists());
+    writer.setPosition(0);
+    writer.write("N", 1);
+    EXPECT_EQ(readFile(path()), "new and longer");
+    ASSERT_TRUE(writer.flush());
+    EXPECT_EQ(readFile(path()), "New and longer");
+    GrowString text;
+    reader.readBinary(text, false);
+    EXPECT_EQ(text, "old");
+}
+
+TEST_F(StreamFileTest, openingFollowsTheBehaviourAskedFor)
+{
+    StreamFile file;
+    EXPECT_FALSE(file.open(path(), iFile::eOpenExisting));
+    EXPECT_FALSE(file.lastError().empty());
+    EXPECT_TRUE(file.open(path(), iFile::eOpenAlways) && file.flush());
+    EXPECT_EQ(readFile(path()), "");
+    EXPECT_FALSE(file.open(path(), iFile::eCreateNew));
+    EXPECT_FALSE(file.open(folder_.wide(), iFile::eCreateAlways));
+    EXPECT_FALSE(file.open(path() + L"/below", iFile::eCreateAlways));
+    EXPECT_FALSE(tmpExists() || file.isOpen() || file.flush());
+}
+
+TEST_F(StreamFileTest, linkAndPermissionsAreKept)
+{
+    std::filesystem::create_directory(folder_.path() / "there");
+    const std::filesystem::path target = folder_.path() / "there" / "target";
+    ASSERT_TRUE(writeFile(TempFolder::wideOf(target), "old"));
+    ::chmod(target.c_str(), 0640);
+    std::filesystem::create_symlink("there/target", file());
+    ASSERT_TRUE(writeFile(path(), "new"));
+    EXPECT_TRUE(std::filesystem::is_symlink(file()));
+    EXPECT_EQ(readFile(TempFolder::wideOf(target)), "new");
+    struct stat info;
+    ASSERT_EQ(::stat(target.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777u, 0640u);
+}
+
+TEST_F(StreamFileTest, tmpFileOfADeadWriterIsNoObstacleAndThatOfALivingOneIs)
+{
+    ASSERT_TRUE(writeFile(path(), "old"));
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        StreamFile held;
+        held.open(path(), iFile::eCreateAlways);
+        held.write("half", 4);
+        [[maybe_unused]] const auto written = ::write(ready[1], "x", 1);
+        for (;;)
+            ::pause();
+    }
+    char byte;
+    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    EXPECT_FALSE(writeFile(path(), "new"));
+    StreamFile second;
+    EXPECT_FALSE(second.open(path(), iFile::eCreateAlways));
+    EXPECT_STREQ(second.lastError().c_str(), "another writer is at it");
+    EXPECT_EQ(readFile(path()), "old");
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    ::close(ready[0]);
+    ::close(ready[1]);
+    EXPECT_TRUE(tmpExists());
+    std::filesystem::permissions(file().string() + ".TMP", std::filesystem::perms::owner_read);
+    EXPECT_TRUE(writeFile(path(), "new"));
+    EXPECT_EQ(readFile(path()), "new");
+    EXPECT_FALSE(tmpExists());
+}
+
+TEST_F(StreamFileTest, everyFailingCallLeavesTheOldFileOrTheNewOne)
+{
+    MemoryFileMgr disk;
+    FailingFileMgr failing(disk);
+    const OSReplacement<iFileMgr> replaced(failing);
+    const Path name = L"/home/objects";
+    for (const auto behaviour : {iFile::eCreateAlways, iFile::eOpenExisting})
+        for (const auto afterwards : {FailingFileMgr::eOnce, FailingFileMgr::eFromThenOn})
+        {
+            bool written = false;
+            for (int call = 1; !written; ++call)
+            {
+                failing.failAt(0);
+                ASSERT_TRUE(writeFile(name, "old"));
+                const long before = logged();
+                failing.failAt(call, afterwards);
+                StreamFile file;
+                const bool opened = file.open(name, behaviour);
+                file.write("new contents", 12);
+                written = opened && file.flush();
+                EXPECT_EQ(written, file.lastError().empty());
+                EXPECT_EQ(opened && !written, logged() > before);
+                failing.failAt(0);
+                const std::string now = readFile(name);
+                EXPECT_TRUE(now == "new contents" || (!written && now == "old")) << call;
+                // The next try begins anew, with another file.
+                EXPECT_TRUE(!opened || file.flush());
+                disk.loseUnflushed();
+                EXPECT_EQ(readFile(name), opened ? "new contents" : "old") << call;
+                ASSERT_LT(call, 100);
+            }
+        }
+}
+
+TEST_F(StreamFileTest, fileThatCantBeReadWholeIsNotReplaced)
+{
+    ASSERT_TRUE(writeFile(path(), std::string(200000, 'o')));
+    FailingFileMgr failing(OS().fileMgr(), FailingFileMgr::eRead);
+    const OSReplacement<iFileMgr> replaced(failing);
+    StreamFile file;
+    ASSERT_TRUE(file.open(path(), iFile::eOpenExisting));
+    int number = 0;
+    EXPECT_TRUE(file.get(number));
+    failing.failAt(1);
+    file.setLong(1);
+    EXPECT_FALSE(file.flush());
+    EXPECT_GT(logged(), 0);
+    failing.failAt(0);
+    EXPECT_EQ(readFile(path()), std::string(200000, 'o'));
+}
