@@ -4,34 +4,48 @@
 #include "OS/Debugger.h"
 #include "OS/OS.h"
 #include "misc/diagnostics/Console.h"
+#include "misc/settings/PrefVal.h"
+#include "misc/settings/config.h"
+
+#include <algorithm>
 
 namespace
 {
 
-// What the user's settings say of the window; their defaults until settings are read here.
-struct WindowChoices
+constexpr PrefVal showDebugWindowPref("Show debug window", false);
+constexpr PrefVal outputDebugStringsPref("Output debug strings", false);
+
+constexpr int largestGrid = 4096;
+
+// The console stands below preferences and starts without its own; it is told when that first matters.
+bool isDebugOutputLoaded = false;
+
+void loadDebugOutput()
+{
+    herc_set_debug_output(outputDebugStringsPref.get());
+    isDebugOutputLoaded = true;
+}
+
+ConsoleGeometry configuredGeometry()
 {
     ConsoleGeometry geometry;
-    bool onTop = false;
-    bool visible = false;
-};
-
-WindowChoices windowChoices()
-{
-    return {};
+    geometry.width = std::min(config_int("herc_width", geometry.width), largestGrid);
+    geometry.height = std::min(config_int("herc_height", geometry.height), largestGrid);
+    return geometry;
 }
 
 } // namespace
 
 void createDebugWindow(Mw::Ptr<iStatusWindow::iEventHandler> handler)
 {
-    const WindowChoices choices = windowChoices();
+    loadDebugOutput();
+    const bool visible = showDebugWindowPref.get();
     const Mw::Ptr<iStatusWindow> window =
-        OS().windowing().createStatusWindow(herc_create_contents(choices.geometry), handler);
-    window->setOnTop(choices.onTop);
-    window->setVisible(choices.visible);
+        OS().windowing().createStatusWindow(herc_create_contents(configuredGeometry()), handler);
+    window->setOnTop(config_int("console_on_top", 0) != 0);
+    window->setVisible(visible);
     herc_set_window(window);
-    herc_set_on(choices.visible);
+    herc_set_on(visible);
 }
 
 void herc_init(Mw::Ptr<iStatusWindow::iEventHandler> handler)
@@ -69,8 +83,11 @@ void toggleHercWindow()
 
 void toggleWin32Debug()
 {
+    if (!isDebugOutputLoaded)
+        loadDebugOutput();
     const bool on = !herc_debug_output();
     herc_set_debug_output(on);
     OS().debugger().debugOutput(on ? "------------------ Marrowline Win32 debug output ON ------------------\n  \n"
                                    : "------------------ Marrowline Win32 debug output OFF -----------------\n  \n");
+    outputDebugStringsPref.set(on);
 }

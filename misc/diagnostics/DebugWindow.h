@@ -4,11 +4,13 @@
 #include "OS/Export.h"
 #include "OS/Windowing.h"
 
-// The window of the debug console. It stands above the console, which works without it: what a user or a
-// setting chooses about the window (its size, whether it shows) is decided here. One thread at a time.
+// The window of the debug console. It stands above the console, which works without it: what settings and
+// preferences say of the window (its size, whether it shows) is read here. One thread at a time.
 
-// Makes contents and window, in place of those before. The console is on if the window shows at first.
-// `handler`, which may be null, hears what the user does in the window.
+// Makes contents and window, in place of those before, of "herc_width" columns and "herc_height" rows (1 to
+// 4096), on top of other windows if "console_on_top" isn't 0. It shows, and the console is on, if the
+// preference "Show debug window" says so. `handler`, which may be null, hears what the user does in
+// it.
 MISC_API void createDebugWindow(Mw::Ptr<iStatusWindow::iEventHandler> handler);
 
 // The same, unless there is a window already.
@@ -27,5 +29,6 @@ MISC_API void showDebugWindow(bool on);
 // window, an assertion and nothing else.
 MISC_API void toggleHercWindow();
 
-// Turns the copy of the console's text on the platform's debug channel on or off, and says so there.
+// Turns the copy of the console's text on the platform's debug channel on or off, says so there, and stores
+// it as the preference "Output debug strings", which counts from the first window on.
 MISC_API void toggleWin32Debug();

@@ -6,14 +6,14 @@
 #include "libmw/Text.h"
 #include "misc/diagnostics/FatalError.h"
 #include "misc/diagnostics/SystemWatchdog.h"
+#include "misc/settings/RegistryConfig.h"
 
 namespace
 {
 
-// What the setting "QA Splat" says; its default until settings are read here.
 bool isStopWanted()
 {
-    return false;
+    return GlobalConfig().getValue("QA Splat", false, "");
 }
 
 class LifeSupport

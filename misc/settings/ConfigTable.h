@@ -36,7 +36,6 @@ public:
 
     // Null if there is none. Valid until the table is changed.
     const ConfigEntryT* find(std::string_view key) const noexcept;
-    ConfigEntryT* find(std::string_view key) noexcept;
 
     // The entry of the key; `isNew` tells that it was made by this call, empty.
     ConfigEntryT& findOrAdd(std::string_view key, bool& isNew);

@@ -14,7 +14,8 @@ public:
     char const* name() const noexcept { return name_; }
     bool get() const;
 
-    // False if it could not be stored; the value before then stays.
+    // False if it could not be stored; the value before then stays. One that the store can only keep for
+    // this run counts as stored.
     bool set(bool value) const;
 
 private:

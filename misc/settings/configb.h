@@ -5,7 +5,9 @@
 #include "OS/Export.h"
 #include "misc/settings/ConfigTable.h"
 
+#include <cstddef>
 #include <iosfwd>
+#include <string>
 #include <string_view>
 
 class Cookie;
@@ -123,10 +125,10 @@ public:
     void clear();
     bool isEmpty() const noexcept { return table_.empty(); }
 
-    // Null if there is none; valid until the table is changed.
-    ConfigEntryT const* find_var(char const* key) const noexcept;
+    // Null if there is none, here and in the next; valid until the table is changed.
+    ConfigEntryT const* find_var(std::string_view key) const noexcept { return table_.find(key); }
 
-    // The value as text, null if there is none; valid until the table is changed.
+    // The value as text.
     char const* in(char const* key) const noexcept;
 
     // Give 0 if the key is found, else -1 with the output left alone.
@@ -155,17 +157,20 @@ public:
     static void setDebug(bool on) noexcept;
 
 private:
-    class TextWriter;
-
-    void init();
-    int readOpened(std::ifstream& stream);
+    // As the public form; a view without data stands for null.
+    void set(std::string_view key, std::string_view value, std::string_view type);
     bool endsTable(std::string_view key) const noexcept;
-    bool isWritable(const ConfigTable::Item& item) const noexcept;
-    void add(std::string_view key, char const* value, char const* type);
-    template <class Lines>
-    int build(const Lines& lines, unsigned int& line);
 
-    LightweightString<char> endString_;
+    // What keeps an entry from being written as text; null for nothing.
+    char const* reasonAgainstText(const ConfigTable::Item& item) const noexcept;
+
+    // Calls line(text) for each entry's line, behind `indent` blanks, that has no such reason and at most
+    // `maxLength` characters.
+    template <class Function>
+    void writeEntries(unsigned int indent, std::string_view prefix, std::size_t maxLength, Function line) const;
+    std::string dumped(std::string_view prefix) const;
+
+    LightweightString<char> endString_ = "}";
     LightweightString<char> name_;
     bool dirty_ = false;
     Dirtiable* owner_ = nullptr;

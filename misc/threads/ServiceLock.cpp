@@ -16,8 +16,6 @@ constinit CriticalSection serviceLock("service");
 
 } // namespace
 
-void service_init() {}
-
 void service_disable()
 {
     waiting.fetch_add(1, std::memory_order_relaxed);

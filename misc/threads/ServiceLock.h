@@ -6,8 +6,12 @@
 
 // The one lock whose holder may not be stopped, and the clock beside it. It is recursive. Any thread.
 
-// An application calls it once at its start. The lock is ready without it.
+// An application calls it once at its start; further calls do nothing. It reads the setting "disable_pin".
+// The lock is ready without it.
 MISC_API void service_init();
+
+// What "disable_pin" said then, -1 by default and before. Nothing in this library acts on it.
+MISC_API int service_disable_pin() noexcept;
 
 // Enters and leaves the lock.
 MISC_API void service_disable();

@@ -3,6 +3,7 @@
 #include "Mw/Exception.h"
 #include "OS/Debugger.h"
 #include "OS/OS.h"
+#include "OS/testing/TestDesktop.h"
 #include "misc/diagnostics/Log.h"
 
 #include <cstdio>
@@ -31,7 +32,7 @@ private:
     iDebugger& standard_ = OS().debugger();
 };
 
-// Catches what goes to the log, with a TestDebugger in place.
+// Catches what goes to the log, with a TestDebugger and settings in memory in place.
 class Diagnostics : public testing::Test
 {
 protected:
@@ -54,9 +55,11 @@ protected:
     }
 
     TestDebugger debugger_;
+    TestDesktop desktop_;
 
 private:
     OSReplacement<iDebugger> replacement_{debugger_};
+    OSReplacement<iDesktop> desktopReplacement_{desktop_};
     std::FILE* const file_ = std::tmpfile();
     long read_ = 0;
 };
