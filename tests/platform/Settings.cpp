@@ -1,0 +1,292 @@
+#include "OS/Settings.h"
+
+#include "OS/Desktop.h"
+#include "OS/testing/TestClock.h"
+#include "OS/testing/TestDesktop.h"
+#include "platform/Environment.h"
+#include "platform/SettingsStore.h"
+#include "platform/SqliteFaults.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace
+{
+
+using Text = LightweightString<char>;
+
+// Time passes whenever it is looked at.
+class HastyClock : public TestClock
+{
+public:
+    double getPreciseTimeMs() override
+    {
+        advance(1'000);
+        return getTimeMs();
+    }
+};
+
+int sqlite(const std::filesystem::path& file, const char* statements)
+{
+    sqlite3* database = nullptr;
+    sqlite3_open(file.c_str(), &database);
+    const int code = sqlite3_exec(database, statements, nullptr, nullptr, nullptr);
+    sqlite3_close(database);
+    return code;
+}
+
+} // namespace
+
+using Settings = SettingsStore;
+
+TEST_F(Settings, nothingIsMadeBeforeTheFirstWrite)
+{
+    const Mw::Ptr<iSettings> store = open();
+    std::vector<iSettings::NameValuePair> values;
+    std::vector<Text> sections;
+    store->getMultipleValues(values, "");
+    store->getSections(sections);
+    EXPECT_EQ(get(store, "a"), "(none)");
+    EXPECT_EQ(store->removeValue("a", ""), iSettings::eStored);
+    EXPECT_TRUE(values.empty() && sections.empty());
+    EXPECT_FALSE(std::filesystem::exists(file().parent_path()));
+    EXPECT_EQ(store->setValue("a", "1", ""), iSettings::eStored);
+    EXPECT_EQ(stored("a"), "1");
+    EXPECT_EQ(theMessages, std::vector<std::string>());
+}
+
+TEST_F(Settings, valuesReadBackAsTheyWereStored)
+{
+    const Text texts[] = {"", "Key", "key", "a\xFF\xC3", Text("z\0z", 3), "Configuration\\MappingManager2", "'; --"};
+    {
+        const Mw::Ptr<iSettings> store = open();
+        std::vector<iSettings::Change> changes;
+        for (const Text& section : texts)
+            for (const Text& key : texts)
+                changes.push_back({key, section, section + "/" + key});
+        changes.push_back({"gone", "", "1"});
+        changes.push_back({"gone", "", std::nullopt});
+        EXPECT_EQ(store->apply(changes), iSettings::eStored);
+    }
+    const Mw::Ptr<iSettings> store = open();
+    std::vector<Text> sections;
+    store->getSections(sections);
+    EXPECT_EQ(sections.size(), std::size(texts));
+    EXPECT_TRUE(std::is_sorted(sections.begin(), sections.end()));
+    for (const Text& section : texts)
+    {
+        std::vector<iSettings::NameValuePair> values;
+        store->getMultipleValues(values, section);
+        EXPECT_EQ(values.size(), std::size(texts));
+        for (const iSettings::NameValuePair& pair : values)
+            EXPECT_EQ(std::string_view(pair.value), std::string_view(section + "/" + pair.name));
+        EXPECT_EQ(std::string_view(store->getValue("Key", "", section)), std::string_view(section + "/Key"));
+    }
+    EXPECT_EQ(get(store, "KEY"), "(none)");
+    EXPECT_EQ(get(store, "gone"), "(none)");
+}
+
+TEST_F(Settings, othersChangesAreSeenAfterFiftyMillisecondsAndNoCallIsMadeBefore)
+{
+    SqliteFaults layer;
+    TestClock clock;
+    const OSReplacement<iDebugger> replaced(clock);
+    const Mw::Ptr<iSettings> reader = open();
+    const Mw::Ptr<iSettings> writer = open();
+    EXPECT_EQ(get(reader, "a"), "(none)");
+    writer->setValue("a", "1", "");
+    clock.advance(50);
+    layer.at(0, SqliteFaults::eFailOnce, true);
+    EXPECT_EQ(get(reader, "a"), "(none)");
+    EXPECT_EQ(layer.calls(), 0);
+    clock.advance(1);
+    EXPECT_EQ(get(reader, "a"), "1");
+    EXPECT_GT(layer.calls(), 0);
+    // Nothing moved: the counter is asked, and the values are not read again.
+    clock.advance(51);
+    layer.at(0, SqliteFaults::eFailOnce, true);
+    EXPECT_EQ(get(reader, "a"), "1");
+    EXPECT_LT(layer.calls(), 5);
+    // A clock that was set back is no reason to be blind.
+    writer->removeValue("a", "");
+    clock.set(0);
+    EXPECT_EQ(get(reader, "a"), "(none)");
+    // A store that was deleted is gone, and made again by the next write.
+    writer->setValue("a", "2", "");
+    std::filesystem::remove(file());
+    clock.advance(51);
+    EXPECT_EQ(get(reader, "a"), "(none)");
+    EXPECT_EQ(writer->setValue("b", "3", ""), iSettings::eStored);
+    EXPECT_EQ(stored("a") + stored("b"), "(none)3");
+}
+
+TEST_F(Settings, anEqualValueWritesNothing)
+{
+    SqliteFaults layer;
+    const Mw::Ptr<iSettings> one = open();
+    const Mw::Ptr<iSettings> two = open();
+    one->setValue("a", "1", "");
+    layer.at(0);
+    EXPECT_EQ(one->setValue("a", "1", ""), iSettings::eStored);
+    EXPECT_EQ(one->apply({{"a", "", "1"}, {"b", "", std::nullopt}}), iSettings::eStored);
+    EXPECT_EQ(layer.writes(), 0);
+    // Equal to what another has written over is not equal.
+    two->setValue("a", "2", "");
+    EXPECT_EQ(one->setValue("a", "1", ""), iSettings::eStored);
+    EXPECT_EQ(stored("a"), "1");
+}
+
+TEST_F(Settings, aWriterGivesUpAfterThirtySeconds)
+{
+    put("a", "1");
+    HastyClock clock;
+    const OSReplacement<iDebugger> replaced(clock);
+    const Mw::Ptr<iSettings> store = open();
+    EXPECT_EQ(get(store, "a"), "1");
+    sqlite3* other = nullptr;
+    sqlite3_open(file().c_str(), &other);
+    sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eBusy);
+    EXPECT_FALSE(store->lastError().empty());
+    EXPECT_EQ(get(store, "a"), "1");
+    sqlite3_close(other);
+    EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eStored);
+    EXPECT_TRUE(theMessages.empty());
+}
+
+TEST_F(Settings, aStoreThatCannotBeOpenedStaysAndTheRunKeepsItsSettingsInMemory)
+{
+    const auto expectMemory = [&](const Mw::Ptr<iSettings>& store)
+    {
+        theMessages.clear();
+        EXPECT_EQ(get(store, "a"), "(none)");
+        EXPECT_EQ(store->setValue("a", "1", ""), iSettings::eKeptInMemory);
+        EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eKeptInMemory);
+        EXPECT_EQ(get(store, "a"), "2");
+        EXPECT_EQ(theMessages.size(), 1u);
+        EXPECT_FALSE(store->lastError().empty());
+    };
+    std::filesystem::create_directories(file());
+    expectMemory(open());
+    EXPECT_TRUE(std::filesystem::is_directory(file()));
+    std::filesystem::remove(file());
+
+    // The databases of others, and of later versions.
+    for (const char* const foreign : {"CREATE TABLE settings (a)", "PRAGMA user_version = 7",
+                                      "PRAGMA application_id = 0x4D775374; PRAGMA user_version = 2"})
+    {
+        ASSERT_EQ(sqlite(file(), foreign), SQLITE_OK);
+        const std::string before = bytes(file());
+        expectMemory(open());
+        EXPECT_EQ(bytes(file()), before) << foreign;
+        std::filesystem::remove(file());
+    }
+
+    put("a", "1");
+    HastyClock clock;
+    const OSReplacement<iDebugger> replaced(clock);
+    sqlite3* other = nullptr;
+    sqlite3_open(file().c_str(), &other);
+    sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+    expectMemory(open());
+    sqlite3_close(other);
+    EXPECT_EQ(stored("a"), "1");
+    expectMemory(Mw::openSettingsFile(L""));
+    expectMemory(Mw::openSettingsFile(L"/proc/self/none/settings"));
+}
+
+TEST_F(Settings, aForkedProcessSaysThatItUsesNone)
+{
+    const Mw::Ptr<iSettings> store = open();
+    store->setValue("a", "1", "");
+    EXPECT_EQ(inChild(
+                  [&]
+                  {
+                      testing::internal::CaptureStderr();
+                      EXPECT_EQ(get(store, "a"), "(none)");
+                      EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eForked);
+                      const std::string said = testing::internal::GetCapturedStderr();
+                      EXPECT_NE(said.find(file().string()), said.npos);
+                      EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
+                      // One that is its own is another matter.
+                      EXPECT_EQ(open()->setValue("b", "3", ""), iSettings::eStored);
+                  }),
+              0);
+    EXPECT_EQ(store->setValue("a", "4", ""), iSettings::eStored);
+    EXPECT_EQ(stored("a") + stored("b"), "43");
+}
+
+TEST_F(Settings, threadsReadWholeValuesWhileOthersWrite)
+{
+    const Mw::Ptr<iSettings> store = open();
+    const Mw::Ptr<iSettings> other = open();
+    store->apply({{"a", "", "0"}, {"b", "", "0"}});
+    std::atomic<bool> done{false};
+    const auto read = [&]
+    {
+        while (!done)
+        {
+            std::vector<iSettings::NameValuePair> both;
+            store->getMultipleValues(both, "");
+            ASSERT_EQ(both.size(), 2u);
+            ASSERT_EQ(both[0].value, both[1].value);
+            ASSERT_NE(get(store, "a"), "(none)");
+        }
+    };
+    const auto write = [&](const Mw::Ptr<iSettings>& to, int first)
+    {
+        for (int n = first; n < first + 20; ++n)
+        {
+            const Text text(std::to_string(n));
+            EXPECT_EQ(to->apply({{"a", "", text}, {"b", "", text}}), iSettings::eStored);
+        }
+    };
+    std::thread readers[] = {std::thread(read), std::thread(read)};
+    std::thread writers[] = {std::thread(write, store, 100), std::thread(write, store, 200),
+                             std::thread(write, other, 300)};
+    for (std::thread& thread : writers)
+        thread.join();
+    done = true;
+    for (std::thread& thread : readers)
+        thread.join();
+}
+
+TEST_F(Settings, theDesktopGivesOneStoreForAFileAndOwner)
+{
+    const std::string folder = file().parent_path().parent_path();
+    const Environment environment(
+        {{"MW_CONFIG_DIR", folder + "/user"}, {"MW_MACHINE_CONFIG_DIR", folder + "/machine"}});
+    iDesktop& desktop = OS().desktop();
+    const Mw::Ptr<iSettings> user = desktop.openSettings(L"a.dat", iDesktop::eUserSettings);
+    EXPECT_EQ(user, desktop.openSettings(L"a.dat", iDesktop::eUserSettings));
+    EXPECT_EQ(user->setValue("a", "user", ""), iSettings::eStored);
+    EXPECT_EQ(desktop.openSettings(L"a.dat", iDesktop::eMachineSettings)->setValue("a", "machine", ""), 0);
+    EXPECT_EQ(get(desktop.openSettings(L"b.dat", iDesktop::eUserSettings), "a"), "(none)");
+    for (const std::string owner : {"user", "machine"})
+    {
+        const Text application =
+            Mw::utf8FromWide(OS().fileMgr().getApplicationName().c_str(), OS().fileMgr().getApplicationName().length());
+        const std::string path = folder + "/" + owner + "/" + application.c_str() + "/a.dat.sqlite";
+        EXPECT_EQ(get(Mw::openSettingsFile(TempFolder::wideOf(path)), "a"), owner);
+    }
+}
+
+TEST_F(Settings, theCurrentSettingsAreThoseOfTheDesktopInPlace)
+{
+    TestDesktop first;
+    const OSReplacement<iDesktop> replaced(first);
+    const Mw::Ptr<iSettings> current = Mw::currentSettings(L"a.dat", iDesktop::eUserSettings);
+    for (const std::string value : {"second", "third"})
+    {
+        TestDesktop inner;
+        const OSReplacement<iDesktop> again(inner);
+        EXPECT_EQ(get(current, "a"), "(none)");
+        EXPECT_EQ(current->setValue("a", value.c_str(), ""), iSettings::eStored);
+        EXPECT_EQ(get(inner.settings(L"a.dat", iDesktop::eUserSettings), "a"), value);
+    }
+    EXPECT_EQ(get(current, "a"), "(none)");
+    first.settings(L"a.dat", iDesktop::eUserSettings)->failWith(iSettings::eBusy);
+    EXPECT_EQ(current->setValue("a", "1", ""), iSettings::eBusy);
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "OS/OS.h"
+#include "OS/Settings.h"
+#include "platform/TempFolder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+// The words of the tests of the settings store: a folder with one store, and what was said meanwhile.
+class SettingsStore : public testing::Test
+{
+protected:
+    SettingsStore() { theMessages.clear(); }
+    ~SettingsStore() override { OS().setMessageFunction(before_); }
+
+    std::filesystem::path file() const { return folder_.path() / "application" / "settings.sqlite"; }
+    Mw::Ptr<iSettings> open() const { return Mw::openSettingsFile(TempFolder::wideOf(file().string())); }
+
+    static std::string get(const Mw::Ptr<iSettings>& store, const char* key, const char* section = "")
+    {
+        return std::string(store->getValue(key, "(none)", section));
+    }
+    // In a store that is opened anew.
+    std::string stored(const char* key) const { return get(open(), key); }
+    void put(const char* key, const char* value) const { ASSERT_EQ(open()->setValue(key, value, ""), 0); }
+
+    std::string bytes(const std::filesystem::path& path) const
+    {
+        std::ifstream in(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    void setBytes(const std::filesystem::path& path, const std::string& text) const
+    {
+        std::ofstream(path, std::ios::binary) << text;
+    }
+    std::filesystem::path beside(const char* ending) const { return file().string() + ending; }
+
+    // What the test's process does in a child, which ends by itself or by a signal: its wait status.
+    template <class Work>
+    static int inChild(Work work)
+    {
+        const pid_t child = begin(work);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return status;
+    }
+    template <class Work>
+    static pid_t begin(Work work)
+    {
+        const pid_t child = ::fork();
+        if (child == 0)
+        {
+            work();
+            ::_exit(testing::Test::HasFailure() ? 1 : 0);
+        }
+        return child;
+    }
+
+    static inline std::vector<std::string> theMessages;
+
+private:
+    TempFolder folder_;
+    const OperatingSystem::MessageFunction before_ =
+        OS().setMessageFunction([](const char* text) { theMessages.push_back(text); });
+};
