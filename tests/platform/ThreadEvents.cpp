@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <string_view>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -40,30 +41,22 @@ Event manual(bool set = false)
     std::abort();
 }
 
-// The ways to wait for one of several events. The system's call takes up to 128; more take the way of
-// kernels that lack it.
-enum class Way
-{
-    systemCall,
-    record
-};
-
-class EventWaits : public testing::TestWithParam<Way>
+// Waits for one of several events in both ways: the system's call takes up to 128 events, more take the way
+// of kernels that lack it.
+class EventWaits : public testing::TestWithParam<const char*>
 {
 protected:
     static int waitForAny(Events events, int timeoutMs)
     {
-        if (GetParam() == Way::record)
-        {
-            static const Events never(128, automatic());
+        static const Events never(128, automatic());
+        if (GetParam() == std::string_view("record"))
             events.insert(events.end(), never.begin(), never.end());
-        }
         return threads().waitForEvents(events, false, timeoutMs);
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(, EventWaits, testing::Values(Way::systemCall, Way::record),
-                         [](const auto& way) { return way.param == Way::record ? "record" : "systemCall"; });
+INSTANTIATE_TEST_SUITE_P(, EventWaits, testing::Values("systemCall", "record"),
+                         [](const auto& way) { return way.param; });
 
 // Two threads that compete in a bounded number of rounds, each doing its work once a round. How far they
 // get before the round's events are set differs from round to round.
@@ -261,10 +254,15 @@ TEST(ThreadEvent, canBeDestroyedByTheWaiterAtOnce)
 
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // they make calls of their own
 
-// After this call the system kills the process at any call but read, write and exit.
-void forbidSystemCalls()
+// What the system answers from now on to one call, and to all others.
+void filterCalls(unsigned call, unsigned answer, unsigned answerToOthers)
 {
-    ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_STRICT);
+    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1), BPF_STMT(BPF_RET | BPF_K, answer),
+                          BPF_STMT(BPF_RET | BPF_K, answerToOthers)};
+    const sock_fprog program{std::size(code), code};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        std::abort();
 }
 
 TEST(ThreadEvent, makesNoSystemCallWhereNobodyWaits)
@@ -274,50 +272,35 @@ TEST(ThreadEvent, makesNoSystemCallWhereNobodyWaits)
     const auto mutex = threads().createMutex();
     const auto semaphore = threads().createSemaphore(1);
     threads().currentThreadId(); // asks the system once for each thread
-    const auto useAll = [&]
+    const auto useAll = [&](bool sleep)
     {
-        forbidSystemCalls();
-        for (int i = 0; i < 6; ++i)
+        filterCalls(SYS_exit_group, SECCOMP_RET_ALLOW, SECCOMP_RET_KILL_PROCESS);
+        for (unsigned i = 0; i < 6; ++i)
         {
             events[i % 2]->set();
             events[i % 2]->set();
             events[i % 2]->wait(-1);
-            threads().waitForEvents(events, false, -(i % 2));
+            threads().waitForEvents(events, false, i % 2 == 0 ? 0 : -1);
             events[1]->reset();
             mutex->acquire(-1);
             mutex->release();
             semaphore->acquire(-1);
             semaphore->release(1);
         }
-        ::syscall(SYS_exit, 0);
+        if (sleep)
+            events[0]->wait(-1);
+        ::_exit(0);
     };
-    EXPECT_EXIT(useAll(), testing::ExitedWithCode(0), "");
-    const auto sleep = [&]
-    {
-        forbidSystemCalls();
-        events[0]->wait(-1);
-    };
-    EXPECT_EXIT(sleep(), testing::KilledBySignal(SIGKILL), "") << "or the test above sees nothing";
-}
-
-// Answers futex_waitv as a kernel without it does.
-bool hideFutexWaitv(unsigned error)
-{
-    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_futex_waitv, 0, 1),
-                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
-                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
-    const sock_fprog program{std::size(code), code};
-    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+    EXPECT_EXIT(useAll(false), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(useAll(true), testing::KilledBySignal(SIGSYS), "") << "or the line above shows nothing";
 }
 
 TEST(ThreadEvent, isWaitedForOnKernelsWithoutTheCall)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto wait = [](int error)
+    const auto wait = [](unsigned error)
     {
-        if (!hideFutexWaitv(static_cast<unsigned>(error)))
-            ::_exit(0); // no filters on this system
+        filterCalls(SYS_futex_waitv, SECCOMP_RET_ERRNO | error, SECCOMP_RET_ALLOW);
         const Events events{automatic(), automatic()};
         Runner setter([&] { events[1]->set(); });
         const bool woken = threads().waitForEvents(events, false, patienceMs) == 1;

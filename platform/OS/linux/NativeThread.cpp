@@ -85,7 +85,7 @@ int leastNiceValue()
     return limit.rlim_cur >= 40 ? PRIO_MIN : 20 - static_cast<int>(limit.rlim_cur);
 }
 
-void saidOnce(int asked, int granted)
+void sayOnce(int asked, int granted)
 {
     static std::atomic<bool> said{false};
     if (said.exchange(true, std::memory_order_relaxed))
@@ -236,7 +236,7 @@ bool NativeThread::setPriority(int priority)
     const int nearest = std::min(niceValue(id), std::max(asked, leastNiceValue()));
     const bool granted = setNiceValue(id, nearest);
     if (granted)
-        saidOnce(asked, nearest);
+        sayOnce(asked, nearest);
     return granted;
 }
 
