@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -46,6 +47,34 @@ inline const char* find(const char* text, const char* what) noexcept
 inline const wchar_t* find(const wchar_t* text, const wchar_t* what) noexcept
 {
     return std::wcsstr(text, what);
+}
+
+// Copies `count` characters, which may overlap. Short texts, the most common, are copied without a call:
+// all is read before anything is written.
+template <class C>
+inline void move(C* to, const C* from, std::size_t count) noexcept
+{
+    const std::size_t sizeBytes = count * sizeof(C);
+    char* const out = reinterpret_cast<char*>(to);
+    const char* const in = reinterpret_cast<const char*>(from);
+    const auto twice = [&](auto first)
+    {
+        auto last = first;
+        std::memcpy(&first, in, sizeof first);
+        std::memcpy(&last, in + sizeBytes - sizeof last, sizeof last);
+        std::memcpy(out, &first, sizeof first);
+        std::memcpy(out + sizeBytes - sizeof last, &last, sizeof last);
+    };
+    if (sizeBytes > 16)
+        std::char_traits<C>::move(to, from, count);
+    else if (sizeBytes >= 8)
+        twice(std::uint64_t());
+    else if (sizeBytes >= 4)
+        twice(std::uint32_t());
+    else if (sizeBytes >= 2)
+        twice(std::uint16_t());
+    else if (sizeBytes == 1)
+        *out = *in;
 }
 
 template <class C>

@@ -2,6 +2,7 @@
 
 #include "Mw/CText.h"
 #include "Mw/Ptr.h"
+#include "Mw/StdAllocator.h"
 #include "OS/TextBlocks.h"
 
 #include <bit>
@@ -11,14 +12,15 @@
 #include <functional>
 #include <iosfwd>
 #include <string_view>
+#include <vector>
 
 // The string of the whole library: a counted, copy-on-write handle of two words, so that a copy costs one
 // test and one atomic increment. `char` carries UTF-8 and ASCII keys; `wchar_t` carries code points, and is
 // the form of paths and display texts.
 //
 // The empty string is a null handle: it has no block and calls nothing. Every other one holds a block of
-// OS().allocator() with its header and its text. The characters may change in place only while one
-// handle holds the block; whoever changes a shared text gets a block of its own first.
+// the allocator, taken by way of TextBlocks, with its header and its text. The characters may change in place only
+// while one handle holds the block; whoever changes a shared text gets a block of its own first.
 //
 // A block that is made has room for the smallest power of two above the length (1 gives 2, 2 and 3 give 4,
 // 40 gives 64), so repeated appending is amortised. The text "clip9" in 24 + 8 = 32 bytes:
@@ -79,7 +81,7 @@ public:
         StringChar(const StringChar&) = default;
 
         operator C() const noexcept { return string_->c_str()[index_]; }
-        StringChar& operator=(C c);
+        inline StringChar& operator=(C c);
         StringChar& operator=(const StringChar& other) { return *this = static_cast<C>(other); }
 
     private:
@@ -90,12 +92,12 @@ public:
     LightweightString() noexcept = default;
     LightweightString(const C* text) : LightweightString(View(text != nullptr ? text : terminator)) {}
     LightweightString(const C* text, unsigned length) : LightweightString(View(text, text != nullptr ? length : 0)) {}
-    LightweightString(View text);
+    inline LightweightString(View text);
     LightweightString(unsigned count, C c);
     explicit LightweightString(ImplPtr impl) noexcept : impl_(std::move(impl)) {}
 
-    LightweightString& operator=(const C* text);
-    LightweightString& operator=(View text);
+    inline LightweightString& operator=(const C* text);
+    inline LightweightString& operator=(View text);
 
     // Never null: an empty string gives an empty text.
     const C* c_str() const noexcept { return impl_ ? impl_->characters() : terminator; }
@@ -116,13 +118,13 @@ public:
     StringChar operator[](unsigned index) noexcept { return StringChar(this, index); }
 
     // Whether this handle alone holds its block, and so may change it in place. False for empty.
-    bool isSoleOwner() const noexcept { return impl_.useCount() == 1; }
+    bool isSoleOwner() const noexcept { return impl_ && OS().atomics().load(&impl_->refCount_) == 1; }
 
     // Makes this handle the sole owner of the same text. An empty string stays empty.
-    void unshare();
+    inline void unshare();
 
     // The characters for writing, [0, length()), after unshare(); null for an empty string.
-    C* writable();
+    inline C* writable();
 
     void clear() noexcept { impl_.reset(); }
     void swap(LightweightString& other) noexcept { impl_.swap(other.impl_); }
@@ -147,9 +149,9 @@ public:
     // To an empty string this is `assign`. The source may be part of this text. Null adds nothing.
     [[gnu::always_inline]] inline void append(const C* text, unsigned length);
     [[gnu::always_inline]] inline void push_back(C c);
-    LightweightString& operator+=(const LightweightString& text);
-    LightweightString& operator+=(const C* text);
-    LightweightString& operator+=(View text);
+    inline LightweightString& operator+=(const LightweightString& text);
+    inline LightweightString& operator+=(const C* text);
+    inline LightweightString& operator+=(View text);
     // A character and no other integer, which would be meant as a number.
     template <class Char>
     requires std::same_as<Char, C> LightweightString& operator+=(Char c)
@@ -160,14 +162,14 @@ public:
 
     // A new string of both parts; null with a length counts as not there.
     static LightweightString join(const C* first, unsigned firstLength, const C* second, unsigned secondLength);
-    LightweightString operator+(const LightweightString& text) const;
-    LightweightString operator+(const C* text) const;
-    LightweightString operator+(View text) const;
+    inline LightweightString operator+(const LightweightString& text) const;
+    inline LightweightString operator+(const C* text) const;
+    inline LightweightString operator+(View text) const;
     template <class Char>
     requires std::same_as<Char, C> LightweightString operator+(Char c) const { return join(c_str(), length(), &c, 1); }
 
     // Empty if `start` is at or past the end.
-    LightweightString substr(unsigned start, unsigned count = npos) const;
+    inline LightweightString substr(unsigned start, unsigned count = npos) const;
 
     // A `start` at or past the end changes nothing.
     void erase(unsigned start, unsigned count = npos);
@@ -181,28 +183,25 @@ public:
 
     // The first place at or after `start`, the last place for rfind, or npos. A text is searched for
     // before the first zero.
-    unsigned find(const C* text, unsigned start = 0) const noexcept;
-    unsigned find(const LightweightString& text, unsigned start = 0) const noexcept;
-    unsigned find(C c, unsigned start = 0) const noexcept;
-    unsigned rfind(C c) const noexcept;
+    inline unsigned find(const C* text, unsigned start = 0) const noexcept;
+    inline unsigned find(const LightweightString& text, unsigned start = 0) const noexcept;
+    inline unsigned find(C c, unsigned start = 0) const noexcept;
+    inline unsigned rfind(C c) const noexcept;
 
     // False for a null `text` and for an empty string. Case is that of the letters A to Z.
     bool startsWith(const C* text, bool caseSensitive = true) const noexcept;
     bool endsWith(const C* text, bool caseSensitive = true) const noexcept;
 
     // Three-way; null and empty are the same value.
-    static int compare(const C* a, const C* b) noexcept;
+    static inline int compare(const C* a, const C* b) noexcept;
 
     friend bool operator==(const LightweightString& a, const LightweightString& b) noexcept
     {
-        // Texts of one length that agree in whole need no search for their first zeros.
-        const unsigned length = a.length();
-        return (length == b.length() && Traits::compare(a.c_str(), b.c_str(), length) == 0) ||
-               sameText(a.c_str(), b.c_str());
+        return order(a.c_str(), b.c_str()) == 0;
     }
     friend bool operator==(const LightweightString& a, const C* b) noexcept
     {
-        return sameText(a.c_str(), b != nullptr ? b : terminator);
+        return order(a.c_str(), b != nullptr ? b : terminator) == 0;
     }
     friend bool operator==(const LightweightString& a, View b) noexcept { return a.text() == textOf(b); }
     friend std::strong_ordering operator<=>(const LightweightString& a, const LightweightString& b) noexcept
@@ -230,19 +229,15 @@ private:
     static constexpr unsigned maxLength = 0xFFFFFFFEu;
 
     static View textOf(View text) noexcept { return text.substr(0, Mw::CText::lengthWithin(text.data(), text.size())); }
-    static bool sameText(const C* a, const C* b) noexcept
-    {
-        return a == b || (*a == *b && Mw::CText::compare(a, b) == 0);
-    }
     static std::strong_ordering order(const C* a, const C* b) noexcept
     {
         return a == b ? std::strong_ordering::equal : Mw::CText::compare(a, b) <=> 0;
     }
 
-    static unsigned checkedLength(std::size_t length);
-    static ImplPtr newImpl(unsigned length, unsigned capacity);
-    static ImplPtr newImpl(unsigned length);
-    unsigned clipped(unsigned start, unsigned count) const noexcept;
+    static inline unsigned checkedLength(std::size_t length);
+    static inline ImplPtr newImpl(unsigned length, unsigned capacity);
+    static inline ImplPtr newImpl(unsigned length);
+    inline unsigned clipped(unsigned start, unsigned count) const noexcept;
     [[gnu::always_inline]] inline Impl* blockWithRoomFor(std::size_t length) const noexcept;
     [[gnu::always_inline]] inline static void setLength(Impl* block, unsigned length) noexcept;
     void setText(const C* text, std::size_t length, std::size_t zeros = 0);
@@ -305,11 +300,10 @@ inline typename LightweightString<C>::ImplPtr LightweightString<C>::newImpl(unsi
 
 template <class C>
 inline LightweightString<C>::LightweightString(View text)
+    : impl_(text.empty() ? ImplPtr() : newImpl(checkedLength(text.size())))
 {
-    if (text.empty())
-        return;
-    impl_ = newImpl(checkedLength(text.size()));
-    Traits::copy(impl_->characters(), text.data(), text.size());
+    if (impl_)
+        Mw::CText::move(impl_->characters(), text.data(), text.size());
 }
 
 template <class C>
@@ -353,7 +347,7 @@ inline void LightweightString<C>::append(const C* text, unsigned length)
     Impl* const block = blockWithRoomFor(oldLength + length);
     if (block == nullptr)
         return appendSlowly(text, length);
-    Traits::move(block->characters() + oldLength, text, length);
+    Mw::CText::move(block->characters() + oldLength, text, length);
     setLength(block, static_cast<unsigned>(oldLength + length));
 }
 
@@ -447,7 +441,7 @@ inline LightweightString<C> LightweightString<C>::substr(unsigned start, unsigne
     if (start >= length())
         return LightweightString();
     const unsigned taken = clipped(start, count);
-    return taken == length() ? *this : LightweightString(c_str() + start, taken);
+    return taken == length() ? *this : LightweightString(View(c_str() + start, taken));
 }
 
 template <class C>
@@ -657,25 +651,28 @@ LightweightString<C> LightweightString<C>::substituteIn(const C* from, std::size
 {
     if (fromLength == 0)
         return *this;
-    std::size_t places = 0;
+    std::vector<const C*, StdAllocator<const C*>> places;
     for (const C* p = c_str(); (p = Mw::CText::find(p, from)) != nullptr; p += fromLength)
-        ++places;
-    if (places == 0)
+    {
+        if (places.empty())
+            places.reserve(64);
+        places.push_back(p);
+    }
+    if (places.empty())
         return *this;
-    const std::size_t newLength = length() - places * fromLength + places * to.size();
+    const std::size_t newLength = length() - places.size() * fromLength + places.size() * to.size();
     if (newLength == 0)
         return LightweightString();
     LightweightString result(newImpl(checkedLength(newLength)));
     C* out = result.impl_->characters();
     const C* rest = c_str();
-    for (; places != 0; --places)
+    for (const C* const place : places)
     {
-        const C* const found = Mw::CText::find(rest, from);
-        const auto head = static_cast<std::size_t>(found - rest);
+        const auto head = static_cast<std::size_t>(place - rest);
         Traits::copy(out, rest, head);
-        Traits::copy(out + head, to.data(), to.size());
+        Mw::CText::move(out + head, to.data(), to.size());
         out += head + to.size();
-        rest = found + fromLength;
+        rest = place + fromLength;
     }
     Traits::copy(out, rest, static_cast<std::size_t>(end() - rest));
     return result;

@@ -110,7 +110,7 @@ public:
         return taken;
     }
 
-    Ptr(const Ptr& other) noexcept : object_(other.object_) { share(other.count_); }
+    Ptr(const Ptr& other) noexcept : Ptr() { share(other.count_, other.object_); }
 
     Ptr(Ptr&& other) noexcept : count_(other.count_), object_(std::exchange(other.object_, nullptr)) {}
 
@@ -118,9 +118,10 @@ public:
     template <class U>
         requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
     Ptr(const Ptr<U, DtorTraitsT, RefCountTraitsT>& other)
-    noexcept : object_(other.object_ != nullptr ? static_cast<T*>(other.object_) : nullptr)
+    noexcept : Ptr()
     {
-        share(other.count_);
+        if (other.object_ != nullptr)
+            share(other.count_, static_cast<T*>(other.object_));
     }
     template <class U>
         requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
@@ -130,14 +131,20 @@ public:
         other.object_ = nullptr;
     }
 
-    ~Ptr() { decRef(); }
+    ~Ptr() { Held{count_, object_}.release(); }
 
     // The old object is let go only after the new one is stored and counted: a destructor that reaches
     // back into this Ptr sees the new value. Assigning a Ptr to itself does nothing.
     Ptr& operator=(const Ptr& other) noexcept
     {
         if (this != &other)
-            Ptr(other).swap(*this);
+        {
+            const Held old = {count_, object_};
+            count_ = other.count_;
+            object_ = other.object_;
+            incRef();
+            old.release();
+        }
         return *this;
     }
     Ptr& operator=(Ptr&& other) noexcept
@@ -176,10 +183,8 @@ public:
     // Lets go of the object, which the last reference destroys; only then is this Ptr null.
     void decRef() noexcept
     {
-        if (object_ == nullptr || !detail::dropCount(count_))
+        if (!Held{count_, object_}.release())
             return;
-        RefCountTraitsT::releaseCount(count_);
-        DtorTraitsT::destroy(object_);
         count_ = nullptr;
         object_ = nullptr;
     }
@@ -192,13 +197,31 @@ private:
     template <class To, class From, class D, class R>
     friend Ptr<To, D, R> dynamicCast(Ptr<From, D, R>&&) noexcept;
 
-    // Counts up, after a copy of the object field. A null Ptr takes no count: reading a field without
-    // meaning would cost more than the rest of the copy.
-    void share(int* const& count) noexcept
+    // A reference that is to be let go, apart from the Ptr that had it.
+    struct Held
     {
-        if (object_ == nullptr)
+        int* count_;
+        T* object_;
+
+        // True if it was the last one, and the object is gone.
+        bool release() const noexcept
+        {
+            if (object_ == nullptr || !detail::dropCount(count_))
+                return false;
+            RefCountTraitsT::releaseCount(count_);
+            DtorTraitsT::destroy(object_);
+            return true;
+        }
+    };
+
+    // Takes the fields of another, which count up; this is null. A null one has been copied then, and its
+    // count field isn't read: that would cost more than the rest.
+    void share(int* const& count, T* object) noexcept
+    {
+        if (object == nullptr)
             return;
         count_ = count;
+        object_ = object;
         OS().atomics().increment(count_);
     }
 
