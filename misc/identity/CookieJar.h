@@ -29,8 +29,9 @@ public:
     // The next number. After the highest one, 1679615, which comes with a warning, they begin at 0 again.
     unsigned cookieNum();
 
-    // A new cookie of a letter that Cookie::typeFromChar knows. The invalid letter gives the invalid
-    // cookie and spends no number; with any other, a classic one does not return.
+    // A new cookie of a letter that Cookie::typeFromChar knows, with a sub-type that it may have. The
+    // invalid letter gives the invalid cookie and spends no number. What makes no classic cookie is tried
+    // with one number after the other: that call does not return.
     Cookie makeCookie(CookieType type, Cookie::eVersion version, int subType);
 
     // The form that newCookie gives its cookies: the classic one at first.
@@ -43,9 +44,10 @@ public:
     // Takes the next number from a file. False if there is none, or it holds no number from 1 to 1679615.
     bool readCookieNum(const LightweightString<wchar_t>& path);
 
-    // Replaces the file by one with the next number. Logs a warning if it can't, and one if another
-    // process has written the file since this jar read or wrote it.
-    void writeCookieNum(const LightweightString<wchar_t>& path);
+    // Replaces the file by one with the next number. If it can't, the result is false and a loud warning
+    // is logged; what is known to be written stays. Logs a warning as well if another process has
+    // written the file since this jar read or wrote it.
+    bool writeCookieNum(const LightweightString<wchar_t>& path);
 
     // Writes "cookie.num" if it doesn't hold the next number.
     void flush();

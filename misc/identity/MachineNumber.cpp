@@ -1,6 +1,19 @@
 #include "misc/identity/MachineNumber.h"
 
+#include "OS/Debugger.h"
+#include "OS/Desktop.h"
+#include "OS/FileMgr.h"
+#include "OS/OS.h"
+#include "OS/SystemInfo.h"
+#include "libmw/Text.h"
+#include "misc/base/TextFile.h"
+#include "misc/diagnostics/Log.h"
 #include "misc/identity/Cookie.h"
+#include "misc/settings/RegistryConfig.h"
+#include "misc/settings/ValueText.h"
+
+#include <cstdint>
+#include <cstdlib>
 
 constinit std::atomic<int> Cookie::localMachineNumber_{0};
 
@@ -16,14 +29,81 @@ int Cookie::getLocalMachineNumber()
     return machine;
 }
 
-int Cookie::findHighestCookieNum()
+namespace
 {
-    // No installation has a number yet, so none has handed out any.
-    return 0;
+
+using Path = LightweightString<wchar_t>;
+
+constexpr wchar_t fileName[] = L"machine.num";
+
+int numberFromRegistry()
+{
+    const LightweightString<char> text = OS().systemInfo().getRegistryValue(
+        "HKEY_LOCAL_MACHINE\\SOFTWARE\\Marrowline\\Configuration", "machine.num", "wow32");
+    return Mw::valuetext::toInt(text.c_str());
 }
+
+// In the user's data directory, which is made.
+Path pathInUserData()
+{
+    const Path directory = OS().desktop().getUserDataPath(OS().fileMgr().getApplicationName());
+    OS().fileMgr().ensureDirectory(directory);
+    return Mw::joinPath(directory, fileName);
+}
+
+void makeUpNumber(const Path& path)
+{
+    // Microseconds: machines that were set up alike, or were started together, draw different numbers.
+    std::srand(static_cast<unsigned>(static_cast<std::uint64_t>(OS().debugger().getClock())));
+    int number;
+    do
+        number = std::rand() % 2700;
+    while (!isValidMachineNum(number));
+
+    TextFile file;
+    file.appendLine(StringFromInteger(number));
+    file.save(path);
+}
+
+Mw::Ptr<iFile> openNumberFile()
+{
+    for (const wchar_t* const path : {L"c:\\machine.num", fileName})
+        if (const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path); file->isOpen())
+            return file;
+    const Path path = pathInUserData();
+    const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
+    if (file->isOpen())
+        return file;
+    makeUpNumber(path);
+    return OS().fileMgr().openFile(path);
+}
+
+// 0 if there is none that a machine can have.
+int numberIn(iFile& file)
+{
+    char text[33 + 1] = {};
+    if (!file.isOpen() || file.read(text, sizeof text - 1, 0) <= 0)
+        return 0;
+    const int number = Mw::valuetext::toInt(text);
+    return isValidMachineNum(number) ? number : 0;
+}
+
+} // namespace
 
 int our_machine_number_get_from_file()
 {
-    // Numbers of installations come with the settings that keep them.
+    if (const int number = GlobalConfig().getValue("machine.num", 0, ""))
+        return number;
+    if (const int number = numberFromRegistry())
+        return number;
+    if (const int number = numberIn(*openNumberFile()))
+        return number;
+    LogStringBoth("\n*********************************************************\n"
+                  "***                                                   ***\n"
+                  "***  !! WARNING !!  Cannot find valid Machine Number. ***\n"
+                  "***                                                   ***\n"
+                  "***  You are strongly advised to ABORT and get help.  ***\n"
+                  "***                                                   ***\n"
+                  "*********************************************************\n");
     return 0;
 }

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -99,4 +101,25 @@ TEST(UUID, generatedValuesDifferAndAreRandomOnes)
         EXPECT_EQ(uuid.words()[2] >> 30, 2u);
         EXPECT_TRUE(made.insert(uuid).second);
     }
+}
+
+TEST(UUID, parentAndForkedChildMakeDifferentOnes)
+{
+    Mw::UUID::generate(); // so that there is stock to share
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        const Mw::UUID uuid = Mw::UUID::generate();
+        ::_exit(::write(ends[1], &uuid, sizeof uuid) == sizeof uuid ? 0 : 1);
+    }
+    Mw::UUID fromChild;
+    EXPECT_EQ(::read(ends[0], &fromChild, sizeof fromChild), static_cast<ssize_t>(sizeof fromChild));
+    ::waitpid(child, nullptr, 0);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    EXPECT_TRUE(fromChild.valid());
+    for (int i = 0; i < 100; ++i)
+        EXPECT_NE(Mw::UUID::generate(), fromChild);
 }

@@ -1,0 +1,183 @@
+#include "misc/identity/CookieJar.h"
+
+#include "identity/Support.h"
+
+#include <new>
+#include <vector>
+
+namespace
+{
+
+const LightweightString<wchar_t> numberFile(L"/projects/cookie.num");
+const char* const missingFile = "WARNING!!! UNABLE TO FIND COOKIE NUMBER FILE";
+const char* const failedWrite = "WARNING!!! UNABLE TO UPDATE COOKIE NUMBER FILE";
+const char* const tooBig = "CookieJar::cookieNum() : next Cookie number is too big! ...setting to zero\n";
+const char* const badExit = "previous run exited incorrectly\n";
+
+std::string text(const Cookie& cookie)
+{
+    return cookie.asString(true).c_str();
+}
+
+class Jar : public MachineInMemory
+{
+protected:
+    Jar() { write(numberFile, "10"); }
+};
+
+} // namespace
+
+TEST_F(Jar, countGoesOnInTheNextRunAndRepeatsAfterACrash)
+{
+    {
+        CookieJar jar;
+        EXPECT_EQ(jar.cookieNum(), 10u);
+        EXPECT_EQ(text(jar.makeCookie('V', Cookie::eClassic, 3)), "V03B000B");
+        EXPECT_EQ(contents(numberFile), "10");
+    }
+    EXPECT_EQ(contents(numberFile), "12");
+    EXPECT_EQ(log_.take().find("cookie"), std::string::npos);
+
+    UserConfig().setValue("Normal Exit", true, "Configuration");
+    alignas(CookieJar) unsigned char neverDestroyed[sizeof(CookieJar)];
+    EXPECT_EQ((new (neverDestroyed) CookieJar)->cookieNum(), 12u);
+    EXPECT_EQ(log_.take(), "");
+    EXPECT_FALSE(UserConfig().getValue("Normal Exit", true, "Configuration"));
+
+    CookieJar afterCrash;
+    EXPECT_NE(log_.take().find(badExit), std::string::npos);
+    EXPECT_EQ(afterCrash.cookieNum(), 12u);
+}
+
+TEST_F(Jar, fileWithoutAGoodNumberCountsAsMissing)
+{
+    for (const char* const bad : {"", "0", "-1", "1679616", "99999999999999999999", "x1"})
+    {
+        write(numberFile, bad);
+        CookieJar jar;
+        const std::string log = log_.take();
+        EXPECT_NE(log.find(missingFile), std::string::npos) << bad;
+        EXPECT_NE(log.find(" in the current directory or (/projects/cookie.num)\n"), std::string::npos);
+        EXPECT_EQ(jar.cookieNum(), 1u) << bad;
+    }
+    EXPECT_TRUE(files_.remove(numberFile));
+    {
+        CookieJar jar;
+        EXPECT_NE(log_.take().find(missingFile), std::string::npos);
+    }
+    EXPECT_EQ(contents(numberFile), "1");
+    write(numberFile, " 7\n and more");
+    EXPECT_EQ(CookieJar().cookieNum(), 7u);
+}
+
+TEST_F(Jar, beginsAgainBehindTheLastNumber)
+{
+    write(numberFile, "1679615");
+    CookieJar jar;
+    EXPECT_EQ(text(jar.makeCookie('V', Cookie::eClassic, 0)), "V00BZZZZ");
+    EXPECT_NE(log_.take().find(tooBig), std::string::npos);
+    EXPECT_EQ(jar.cookieNum(), 0u);
+    EXPECT_EQ(log_.take(), "");
+}
+
+TEST_F(Jar, onlyClassicCookiesSpendNumbers)
+{
+    CookieJar& jar = CookieJar::instance();
+    jar.readCookieNum(numberFile);
+    EXPECT_EQ(text(newContainerCookie()), "G00B000A");
+    EXPECT_EQ(text(newCookie('S', 255)), "S01B000B");
+    EXPECT_FALSE(newCookie('I', 0).valid());
+
+    jar.setDefaultCookieVersion(Cookie::eUuid);
+    const Cookie uuid = newCookie('V', 7);
+    EXPECT_TRUE(uuid.isUuid() && uuid.uuid().valid() && uuid != newCookie('V', 7));
+    EXPECT_EQ(text(uuid).substr(0, 4), "V07-");
+    EXPECT_FALSE(newCookie('I', 0).isUuid());
+    jar.setDefaultCookieVersion(Cookie::eClassic);
+
+    EXPECT_EQ(text(newCookie('V', 0)), "V00B000C");
+    jar.flush();
+    EXPECT_EQ(contents(numberFile), "13");
+}
+
+TEST_F(Jar, secondOfTwoWritersSaysSo)
+{
+    const char* const other = "another process has written ";
+    CookieJar a, b;
+    log_.take();
+    for (int i = 0; i < 5; ++i)
+        a.cookieNum();
+    b.cookieNum();
+    a.flush();
+    EXPECT_EQ(log_.take(), "");
+    b.flush();
+    EXPECT_NE(log_.take().find(std::string(other) + "15 to the cookie number file (/projects/cookie.num), "
+                                                    "which becomes 11."),
+              std::string::npos);
+    EXPECT_EQ(contents(numberFile), "11");
+    b.cookieNum();
+    b.flush();
+    EXPECT_EQ(log_.take(), "");
+    a.cookieNum();
+    a.flush();
+    EXPECT_NE(log_.take().find(std::string(other) + "12 "), std::string::npos);
+    b.readCookieNum(numberFile);
+}
+
+TEST_F(Jar, keepsTheOldNumberOrTheNewWhateverFails)
+{
+    for (int n = 1;; ++n)
+    {
+        MemoryFileMgr files;
+        const OSReplacement<iFileMgr> memory(files);
+        write(numberFile, "10");
+        FailingFileMgr failing(files);
+        const OSReplacement<iFileMgr> replaced(failing);
+        CookieJar jar;
+        jar.cookieNum();
+        log_.take();
+
+        failing.failAt(n);
+        const bool good = jar.writeCookieNum(numberFile);
+        const bool all = failing.calls() < n;
+        failing.failAt(0);
+        EXPECT_EQ(occurrences(log_.take(), failedWrite), good ? 0u : 1u) << n;
+        EXPECT_TRUE(contents(numberFile) == "11" || (!good && contents(numberFile) == "10")) << n;
+
+        // What failed is tried again, and is nobody else's.
+        jar.flush();
+        EXPECT_EQ(log_.take(), "") << n;
+        EXPECT_EQ(contents(numberFile), "11") << n;
+        files.loseUnflushed();
+        EXPECT_EQ(contents(numberFile), "11") << n;
+        if (all)
+            return;
+        EXPECT_FALSE(good && n == 1);
+    }
+}
+
+TEST_F(Jar, warningsOfAnyLengthAreLoggedWhole)
+{
+    const std::string path = "/" + std::string(300, 'd') + "/cookie.num";
+    CookieJar jar;
+    log_.take();
+    EXPECT_FALSE(jar.writeCookieNum(fromUTF8(path.c_str())));
+    EXPECT_NE(log_.take().find("******************************************\n\nWARNING!!! UNABLE TO UPDATE COOKIE "
+                               "NUMBER FILE\n(" +
+                               path +
+                               ")\n This WILL cause repeat cookies and missing shots.\n DO SOMETHING NOW!!!\n \n "
+                               "**************************************\n"),
+              std::string::npos);
+}
+
+TEST_F(Jar, highestNumberIsThatOfThisMachinesObjects)
+{
+    EXPECT_EQ(Cookie::findHighestCookieNum(), 0);
+    EXPECT_NE(log_.take().find("Highest Cookie num found is 0\n"), std::string::npos);
+    // Machine 5 has the code characters 0 and B.
+    for (const char* const name :
+         {"P00B0002", "P03B000A", "V00B0009", "P00C00ZZ", "A00B00ZZ", "P00B00ZZ.old", "P00B00Z"})
+        EXPECT_TRUE(files_.ensureDirectory(fromUTF8(("/projects/" + std::string(name)).c_str())));
+    EXPECT_EQ(Cookie::findHighestCookieNum(), 10);
+    EXPECT_NE(log_.take().find("Highest Cookie num found is 10\n"), std::string::npos);
+}

@@ -1,0 +1,108 @@
+#include "misc/identity/MachineNumber.h"
+
+#include "identity/Support.h"
+#include "misc/identity/Cookie.h"
+
+#include "OS/SystemInfo.h"
+
+namespace
+{
+
+// A system with a registry.
+class RegistrySystem : public iSystemInfo
+{
+public:
+    std::string value;
+
+    bool getMemoryInfo(MemoryInfo&) override { return false; }
+    LightweightString<char> getRegistryValue(const LightweightString<char>& key, const LightweightString<char>& name,
+                                             const LightweightString<char>& view) override
+    {
+        const bool asked = key == "HKEY_LOCAL_MACHINE\\SOFTWARE\\Marrowline\\Configuration" && name == "machine.num" &&
+                           view == "wow32";
+        return asked ? value.c_str() : "0";
+    }
+    int processorCount() override { return 1; }
+    Mw::Ptr<iDiskDrive> diskDrive(const LightweightString<wchar_t>&) override { return {}; }
+    Mw::Ptr<iDLL> loadDLL(const LightweightString<wchar_t>&) override { return {}; }
+};
+
+class MachineNumber : public MachineInMemory
+{
+protected:
+    MachineNumber()
+    {
+        GlobalConfig().removeValue("machine.num", "");
+        files_.setApplicationName(L"editor");
+        files_.ensureDirectory(L"/here");
+        files_.setWorkingDirectory(L"/here");
+    }
+
+    const Path ofUser_{L"/data/editor/machine.num"};
+    const char* const banner_ = "\n***  !! WARNING !!  Cannot find valid Machine Number. ***\n";
+};
+
+} // namespace
+
+TEST_F(MachineNumber, firstSourceThatHasOneGivesIt)
+{
+    write(ofUser_, "4\n");
+    EXPECT_EQ(our_machine_number_get_from_file(), 4);
+    write(L"/here/machine.num", "3");
+    EXPECT_EQ(our_machine_number_get_from_file(), 3);
+    write(L"/here/c:\\machine.num", " 2703 and more");
+    EXPECT_EQ(our_machine_number_get_from_file(), 2703);
+
+    RegistrySystem system;
+    OSReplacement<iSystemInfo> replaced(system);
+    system.value = "no number";
+    EXPECT_EQ(our_machine_number_get_from_file(), 2703);
+    system.value = "3000"; // taken as it is, and so is a setting
+    EXPECT_EQ(our_machine_number_get_from_file(), 3000);
+    GlobalConfig().setValue("machine.num", 647, "");
+    EXPECT_EQ(our_machine_number_get_from_file(), 647);
+    EXPECT_EQ(log_.take(), "");
+}
+
+TEST_F(MachineNumber, fileWithABadNumberIsNotPassedOver)
+{
+    write(ofUser_, "4\n");
+    for (const char* const bad :
+         {"", "647", "0", "2704", "-5", "4294967297", "none", "                                 8"})
+    {
+        write(L"/here/machine.num", bad);
+        EXPECT_EQ(our_machine_number_get_from_file(), 0) << bad;
+        EXPECT_EQ(occurrences(log_.take(), banner_), 1u) << bad;
+    }
+}
+
+TEST_F(MachineNumber, isMadeUpOnceAndKept)
+{
+    const int made = our_machine_number_get_from_file();
+    EXPECT_TRUE(isValidMachineNum(made) && made < 2700);
+    EXPECT_EQ(contents(ofUser_), std::to_string(made) + "\n");
+    clock_.advance(1);
+    EXPECT_EQ(our_machine_number_get_from_file(), made);
+
+    // Another machine, set up a millisecond later.
+    EXPECT_TRUE(files_.remove(ofUser_));
+    EXPECT_NE(our_machine_number_get_from_file(), made);
+    EXPECT_EQ(log_.take(), "");
+}
+
+TEST_F(MachineNumber, isWholeOrNoneWhateverFails)
+{
+    for (int n = 1;; ++n)
+    {
+        FailingFileMgr failing(files_);
+        const OSReplacement<iFileMgr> replaced(failing);
+        failing.failAt(n, FailingFileMgr::eFromThenOn);
+        const int made = our_machine_number_get_from_file();
+        const bool all = failing.calls() < n;
+        EXPECT_EQ(contents(ofUser_), made != 0 ? std::to_string(made) + "\n" : "none") << n;
+        EXPECT_EQ(occurrences(log_.take(), banner_), made != 0 ? 0u : 1u) << n;
+        files_.remove(ofUser_);
+        if (all)
+            return;
+    }
+}

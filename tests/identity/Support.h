@@ -1,0 +1,90 @@
+#pragma once
+
+#include "OS/OS.h"
+#include "OS/testing/FailingFileMgr.h"
+#include "OS/testing/MemoryFileMgr.h"
+#include "OS/testing/TestClock.h"
+#include "OS/testing/TestDesktop.h"
+#include "libmw/Text.h"
+#include "misc/diagnostics/Log.h"
+#include "misc/settings/RegistryConfig.h"
+#include "platform/Environment.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <string>
+
+// Catches what goes to the log.
+class CaughtLog
+{
+public:
+    CaughtLog() { SetLogOutput(file_); }
+    ~CaughtLog()
+    {
+        SetLogOutput(nullptr);
+        std::fclose(file_);
+    }
+
+    // What was logged since the last call.
+    std::string take()
+    {
+        std::fseek(file_, 0, SEEK_END);
+        std::string text(static_cast<std::size_t>(std::ftell(file_) - read_), ' ');
+        std::fseek(file_, read_, SEEK_SET);
+        read_ += static_cast<long>(std::fread(text.data(), 1, text.size(), file_));
+        return text;
+    }
+
+private:
+    std::FILE* const file_ = std::tmpfile();
+    long read_ = 0;
+};
+
+inline unsigned occurrences(const std::string& text, const std::string& part)
+{
+    unsigned count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; at += part.size())
+        ++count;
+    return count;
+}
+
+// A machine of a test's own: files, settings and clock in memory, and the log in the test's hands.
+class MachineInMemory : public testing::Test
+{
+protected:
+    using Path = LightweightString<wchar_t>;
+
+    MachineInMemory()
+    {
+        OS().fileMgr().ensureDirectory(L"/projects");
+        GlobalConfig().setValue("machine.num", 5, "");
+    }
+
+    static void write(const Path& path, const std::string& text)
+    {
+        OS().fileMgr().ensureDirectory(Mw::directoryOf(path));
+        const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path, iFile::eWrite, iFile::eCreateAlways);
+        EXPECT_EQ(file->write(text.data(), text.size(), 0), static_cast<std::int64_t>(text.size()));
+        EXPECT_TRUE(file->flushToDisk() && OS().fileMgr().syncDirectory(Mw::directoryOf(path)) &&
+                    OS().fileMgr().syncDirectory(L"/"));
+    }
+
+    // "none" if there is no such file.
+    static std::string contents(const Path& path)
+    {
+        const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
+        std::string text(static_cast<std::size_t>(file->size()), ' ');
+        file->read(text.data(), text.size(), 0);
+        return file->isOpen() ? text : "none";
+    }
+
+    // The jar asks for its directory once in a process, so all tests name the same.
+    const Environment environment_{{{"MW_PROJECTS_DIR", "/projects"}, {"MW_DATA_DIR", "/data"}}};
+    MemoryFileMgr files_;
+    OSReplacement<iFileMgr> filesReplaced_{files_};
+    TestDesktop desktop_;
+    OSReplacement<iDesktop> desktopReplaced_{desktop_};
+    TestClock clock_;
+    OSReplacement<iDebugger> clockReplaced_{clock_};
+    CaughtLog log_;
+};
