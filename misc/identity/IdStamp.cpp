@@ -1,13 +1,17 @@
 #include "misc/identity/IdStamp.h"
 
+#include "Mw/Assert.h"
 #include "Mw/CText.h"
 #include "OS/ForkCount.h"
 #include "libmw/Now.h"
+#include "misc/diagnostics/Console.h"
 #include "misc/identity/MachineNumber.h"
+#include "misc/persistence/PStream.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -138,4 +142,30 @@ LightweightString<char> IdStamp::asString() const
     const char* const end =
         writeHex(writeHex(writeHex(text, machineNum_, wordDigits), timeBits_, wordDigits), tickWord_, 1);
     return LightweightString<char>(std::string_view(text, static_cast<std::size_t>(end - text)));
+}
+
+void IdStamp::pack(PStream& stream) const
+{
+    stream.writeBinary(asString());
+}
+
+void IdStamp::unpack(PStream& stream, unsigned char version)
+{
+    constexpr unsigned oldestHeadBytes = 38;
+    constexpr std::uint32_t lastTickOfFirstRevision = 0x3FFFFFF;
+
+    if (version == 'S')
+    {
+        stream.file()->setPosition(stream.file()->position() + oldestHeadBytes);
+        version = 1;
+    }
+    GrowString text;
+    stream.file()->readBinary(text, false);
+    *this = IdStamp(text.c_str());
+    if (version == 1 && tickWord_ > lastTickOfFirstRevision)
+    {
+        const char* const warning = "WARNING: Encountered Rev.1 IdStamp with out-of-range tickBits value.\n";
+        herc_printf("%s", warning);
+        std::fputs(warning, Mw::diagnosticStream());
+    }
 }

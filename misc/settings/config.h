@@ -3,6 +3,7 @@
 #include "OS/Export.h"
 
 class Cookie;
+class IdStamp;
 
 // How every module reads a setting: by name, with a default, from GlobalConfig() at the root section. A
 // legacy "config.dat" beats the store, and the store the default. docs/settings.md lists the names that
@@ -15,6 +16,7 @@ MISC_API double config_double(char const* name, double dflt);
 MISC_API long config_long(char const* name, long dflt);
 MISC_API bool config_Bool(char const* name, bool dflt);
 MISC_API Cookie config_cookie(char const* name, Cookie const& dflt);
+MISC_API IdStamp config_IdStamp(char const* name, IdStamp dflt);
 
 // Copies at most `size` bytes, fills what is left of them with zeros, and writes a zero at buf[size]: the
 // buffer has size + 1 bytes.

@@ -1,0 +1,202 @@
+#include "misc/identity/IdStamp.h"
+
+#include "identity/Support.h"
+#include "misc/persistence/PStream.h"
+#include "misc/settings/config.h"
+#include "misc/settings/configb.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <unordered_set>
+#include <vector>
+
+namespace
+{
+
+constexpr IdStamp sample(100, 0x37A1B2C0, 5);
+
+std::string text(const IdStamp& stamp)
+{
+    return stamp.asString().c_str();
+}
+
+class IdStamps : public MachineInMemory
+{
+protected:
+    void setClockTo(std::uint32_t secondOfStamps)
+    {
+        clock_.set((static_cast<double>(secondOfStamps) + IdStamp::epochSeconds) * 1e3 - 1e12 + 1);
+    }
+};
+
+} // namespace
+
+TEST(IdStamp, textAndValueConvertBothWays)
+{
+    EXPECT_EQ(text(sample), "0000006437A1B2C05");
+    const IdStamp stamps[] = {sample, {0, 1, 0}, {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF}, {2703, 0x80000000, 0x1F000000}};
+    for (const IdStamp& stamp : stamps)
+        EXPECT_EQ(IdStamp(text(stamp).c_str()), stamp) << text(stamp);
+    EXPECT_EQ(text(IdStamp(7, 0, 7)), "");
+
+    const struct
+    {
+        const char* text;
+        IdStamp stamp;
+    } rows[] = {
+        {nullptr, {0, 0, 0}},
+        {"", {0, 0, 0}},
+        {"64", {0x64, 0, 0}},
+        {"0000006437A1", {0x64, 0x37A1, 0}},
+        {"0000006437a1b2c0", {0x64, 0x37A1B2C0, 0}},
+        {"0000006437A1B2C05 and more", sample},
+        {"       zzzzzzzzz7", {0, 0, 7}},
+        {"0000006437A1B2C0FFFFFFFFFFFFFFFFFF", {0x64, 0x37A1B2C0, 0xFFFFFFFF}},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(IdStamp(row.text), row.stamp) << (row.text ? row.text : "null");
+}
+
+TEST(IdStamp, machineComesFirstInTheOrder)
+{
+    const IdStamp sorted[] = {{0, 9, 9}, {1, 0, 9}, {1, 5, 8}, {1, 5, 9}, {1, 6, 0}, {2, 0, 0}};
+    for (const IdStamp& a : sorted)
+        for (const IdStamp& b : sorted)
+        {
+            EXPECT_EQ(a.compare(b) < 0, &a < &b);
+            EXPECT_EQ(a < b, &a < &b);
+            EXPECT_EQ(a == b, &a == &b);
+        }
+    EXPECT_EQ(IdStamp(1, 9, 0).compare(IdStamp(1, 2, 9)), 7);
+    // A difference beyond 31 bits turns round; the order of containers doesn't.
+    EXPECT_LT(IdStamp(0, 1, 0xFFFFFFFF).compare(IdStamp(0, 1, 0)), 0);
+    EXPECT_GT(IdStamp(0, 1, 0xFFFFFFFF), IdStamp(0, 1, 0));
+    EXPECT_EQ(std::unordered_set<IdStamp>(std::begin(sorted), std::end(sorted)).size(), std::size(sorted));
+}
+
+TEST(IdStamp, magicMixesWithCountsOfMoreThan26Bits)
+{
+    IdStamp stamp(1, 2, 0x03FFFFFF);
+    EXPECT_FALSE(stamp.isMagic());
+    stamp.setMagicType(static_cast<IdStampMagic::MagicType>(0x21));
+    EXPECT_EQ(stamp.getMagicType(), 0x21u);
+    EXPECT_EQ(stamp.tickCount(), 0x07FFFFFFu);
+    stamp.setMagicType(static_cast<IdStampMagic::MagicType>(0x02));
+    EXPECT_EQ(stamp.getMagicType(), 0x03u);
+    EXPECT_TRUE(stamp.valid());
+    stamp.invalidate();
+    EXPECT_EQ(stamp, IdStamp(0, 0, 0));
+    EXPECT_FALSE(stamp.valid());
+}
+
+TEST_F(IdStamps, countWithinASecondAndNeverGoBack)
+{
+    const IdStamp first, second;
+    EXPECT_EQ(first.machineNum(), 5u);
+    EXPECT_EQ(second, IdStamp(5, first.timeBits(), first.tickCount() + 1));
+
+    setClockTo(first.timeBits() + 2);
+    const IdStamp later;
+    EXPECT_EQ(later, IdStamp(5, first.timeBits() + 2, 0));
+    setClockTo(first.timeBits());
+    EXPECT_EQ(IdStamp(), IdStamp(5, later.timeBits(), 1));
+}
+
+TEST_F(IdStamps, differOnAllThreadsWhileTheClockMoves)
+{
+    constexpr int threads = 4, each = 20000;
+    std::vector<std::vector<IdStamp>> made(threads);
+    std::vector<std::thread> makers;
+    for (std::vector<IdStamp>& mine : made)
+        makers.emplace_back(
+            [&mine]
+            {
+                for (int i = 0; i < each; ++i)
+                    mine.push_back(IdStamp());
+            });
+    for (int i = 0; i < 1000; ++i)
+        clock_.set(i % 7 * 1000);
+    for (std::thread& maker : makers)
+        maker.join();
+
+    std::set<IdStamp> all;
+    for (const std::vector<IdStamp>& mine : made)
+    {
+        EXPECT_TRUE(std::is_sorted(mine.begin(), mine.end()));
+        all.insert(mine.begin(), mine.end());
+    }
+    EXPECT_EQ(all.size(), std::size_t{threads * each});
+}
+
+TEST_F(IdStamps, ofAForkedChildBeginANewSecond)
+{
+    const IdStamp before;
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        const IdStamp made[] = {IdStamp(), IdStamp()};
+        ::_exit(::write(ends[1], made, sizeof made) == sizeof made ? 0 : 1);
+    }
+    IdStamp made[] = {before, before};
+    EXPECT_EQ(::read(ends[0], made, sizeof made), static_cast<ssize_t>(sizeof made));
+    ::waitpid(child, nullptr, 0);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    EXPECT_EQ(made[0], IdStamp(5, before.timeBits() + 1, 0));
+    EXPECT_EQ(made[1], IdStamp(5, before.timeBits() + 1, 1));
+    EXPECT_EQ(IdStamp().timeBits(), before.timeBits());
+}
+
+TEST(IdStampStream, isPackedAsItsTextAndReadInEveryVersion)
+{
+    StreamFile file;
+    PStream stream(&file);
+    stream.writeBinary(reinterpret_cast<const unsigned char*>("an oldest layout's head of 38 bytes..."), 38, false,
+                       true);
+    sample.pack(stream);
+    IdStamp(7, 0, 7).pack(stream);
+    IdStamp(1, 2, 0x04000000).pack(stream);
+    EXPECT_EQ(file.size(), 38u + 18 + 1 + 18 + 6);
+
+    CaughtLog log;
+    file.setPosition(0);
+    IdStamp read(0, 0, 0);
+    read.unpack(stream, 'S');
+    EXPECT_EQ(read, sample);
+    read.unpack(stream, 1);
+    EXPECT_EQ(read, IdStamp(0, 0, 0));
+    EXPECT_EQ(log.take(), "");
+
+    const std::uint64_t large = file.position();
+    for (const int version : {1, 2})
+    {
+        file.setPosition(large);
+        read.unpack(stream, static_cast<unsigned char>(version));
+        EXPECT_EQ(read, IdStamp(1, 2, 0x04000000));
+        EXPECT_EQ(occurrences(log.take(), "WARNING: Encountered Rev.1 IdStamp with out-of-range tickBits value.\n"),
+                  version == 1 ? 1u : 0u);
+    }
+}
+
+TEST_F(IdStamps, areSettingsOfTheirOwnType)
+{
+    configb table;
+    table.set("made", sample);
+    EXPECT_EQ(table.asString(), "{\n  made:IdStamp 0000006437A1B2C05\n}");
+    IdStamp read(0, 0, 0);
+    EXPECT_EQ(table.in("made", read), 0);
+    EXPECT_EQ(read, sample);
+    EXPECT_EQ(table.in("other", read), -1);
+    EXPECT_EQ(read, sample);
+
+    EXPECT_EQ(config_IdStamp("made", sample), sample);
+    GlobalConfig().setValue("made", IdStamp(1, 2, 3), "");
+    EXPECT_EQ(config_IdStamp("made", sample), IdStamp(1, 2, 3));
+    EXPECT_EQ(log_.take(), "");
+}
