@@ -67,13 +67,24 @@ const bench::Registration registration(
         for (int i = 0; i < 3; ++i)
             registry.declare({bench::idCases[i], what[i], {{2.0, "boost mt19937"}}});
 
-        registry.ours(bench::idCases[0], [] { bench::keep(jar().makeCookie('V', Cookie::eUuid, 0)); });
-        registry.ours(bench::idCases[1], [] { bench::keep(jar().makeCookie('V', Cookie::eClassic, 0)); });
+        registry.ours(bench::idCases[0],
+                      []
+                      {
+                          Cookie made = jar().makeCookie('V', Cookie::eUuid, 0);
+                          bench::keep(made);
+                      });
+        registry.ours(bench::idCases[1],
+                      []
+                      {
+                          Cookie made = jar().makeCookie('V', Cookie::eClassic, 0);
+                          bench::keep(made);
+                      });
         registry.ours(bench::idCases[2],
                       []
                       {
                           jar();
-                          bench::keep(IdStamp());
+                          IdStamp made;
+                          bench::keep(made);
                       });
     });
 

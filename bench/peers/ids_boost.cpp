@@ -14,7 +14,12 @@ const bench::Registration registration(
     {
         static boost::uuids::random_generator_mt19937 generator;
         for (const char* const name : bench::idCases)
-            registry.peer(name, "boost mt19937", [] { bench::keep(generator()); });
+            registry.peer(name, "boost mt19937",
+                          []
+                          {
+                              boost::uuids::uuid made = generator();
+                              bench::keep(made);
+                          });
     });
 
 } // namespace

@@ -26,7 +26,7 @@ const bench::Registration registration(
                           []
                           {
                               unsigned char bytes[16];
-                              bench::keep(::getrandom(bytes, sizeof bytes, 0));
+                              bench::keepNumber(::getrandom(bytes, sizeof bytes, 0));
                               bench::keep(bytes);
                           });
         }
