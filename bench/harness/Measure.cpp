@@ -14,23 +14,22 @@ namespace bench
 namespace
 {
 
-// Time that the calling thread had a processor: what others take in between does not count.
-double processorNs()
+double nowNs(Clock clock)
 {
     timespec time;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    clock_gettime(clock == Clock::wall ? CLOCK_MONOTONIC : CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
-double timeOnOneThread(const Batch& batch, std::size_t count)
+double timeOnOneThread(const Batch& batch, std::size_t count, Clock clock)
 {
-    const double start = processorNs();
+    const double start = nowNs(clock);
     batch(count);
-    return processorNs() - start;
+    return nowNs(clock) - start;
 }
 
 // Both threads start together; the slower one counts.
-double timeOnTwoThreads(const Batch& batch, std::size_t count)
+double timeOnTwoThreads(const Batch& batch, std::size_t count, Clock clock)
 {
     std::atomic<int> waiting{2};
     const auto race = [&]
@@ -38,7 +37,7 @@ double timeOnTwoThreads(const Batch& batch, std::size_t count)
         --waiting;
         while (waiting.load() != 0)
             ;
-        return timeOnOneThread(batch, count);
+        return timeOnOneThread(batch, count, clock);
     };
     double partnerNs = 0;
     std::thread partner([&] { partnerNs = race(); });
@@ -50,7 +49,8 @@ double timeOnTwoThreads(const Batch& batch, std::size_t count)
 class Sampler
 {
 public:
-    Sampler(const Side& side, int threads, double sampleNs) : batch_(side.batch), threads_(threads)
+    Sampler(const Side& side, const Case& measured, double sampleNs)
+        : batch_(side.batch), threads_(measured.threads), clock_(measured.clock)
     {
         calibrate(sampleNs);
     }
@@ -60,7 +60,7 @@ public:
 private:
     double elapsedNs(std::size_t count) const
     {
-        return threads_ == 1 ? timeOnOneThread(batch_, count) : timeOnTwoThreads(batch_, count);
+        return threads_ == 1 ? timeOnOneThread(batch_, count, clock_) : timeOnTwoThreads(batch_, count, clock_);
     }
 
     // Doubles the batch until it takes long enough to be measured, then scales it to the wanted length.
@@ -80,6 +80,7 @@ private:
 
     const Batch& batch_;
     int threads_;
+    Clock clock_;
     std::size_t count_ = 1;
 };
 
@@ -89,7 +90,7 @@ Measurement measure(const Case& measured, const Settings& settings)
 {
     std::vector<Sampler> samplers;
     for (const Side& side : measured.sides)
-        samplers.emplace_back(side, measured.threads, settings.sampleNs);
+        samplers.emplace_back(side, measured, settings.sampleNs);
 
     std::vector<std::size_t> order(samplers.size());
     std::iota(order.begin(), order.end(), std::size_t{0});

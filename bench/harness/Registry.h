@@ -39,6 +39,13 @@ struct Aim
     std::string of; // bestPeer, theLimit or the name of a peer
 };
 
+// What counts as the time of an operation.
+enum class Clock
+{
+    processor, // while the thread had a processor: what others take in between does not count
+    wall       // waiting as well, for what waits for a disk
+};
+
 inline const std::string bestPeer = "best_peer";
 inline const std::string theLimit = "limit";
 
@@ -48,10 +55,14 @@ struct Case
     std::string what;      // one sentence: what is measured
     std::vector<Aim> aims; // the first is shown; all are checked
     int threads = 1;       // with 2, both do the operation at the same time on the same object
+    Clock clock = Clock::processor;
     std::vector<Side> sides{};
 
     std::string area() const { return name.substr(0, name.find('/')); }
-    Steadiness steadiness() const { return threads > 1 ? Steadiness::unsteady : Steadiness::steady; }
+    Steadiness steadiness() const
+    {
+        return threads > 1 || clock == Clock::wall ? Steadiness::unsteady : Steadiness::steady;
+    }
 };
 
 class Registry

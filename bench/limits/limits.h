@@ -30,6 +30,12 @@ extern "C"
     wchar_t* plain_from_utf8(const char* text, size_t length);
     char* plain_to_utf8(const wchar_t* text, size_t length);
 
+    /* Copies the bytes to a block of its own and back, once each. */
+    void limit_copy_out_and_in(char* bytes, size_t size);
+
+    /* Writes the bytes to a file by one call and waits until they are on the disk. */
+    void limit_write_and_sync(const char* path, const char* bytes, size_t size);
+
 #ifdef __cplusplus
 }
 #endif
