@@ -12,6 +12,8 @@ namespace
 using Path = LightweightString<wchar_t>;
 
 constexpr std::size_t smallestCacheBytes = 512;
+// What a writer keeps before it hands it on to the file beside: little enough to stay near the processor.
+constexpr std::size_t writeBehindBytes = 256 * 1024;
 // What is read when nobody has said how much will be needed.
 constexpr std::size_t readAheadBytes = 64 * 1024;
 // How much of what was read is kept, for readers that go back a little.
@@ -20,6 +22,7 @@ constexpr std::size_t keptBehindBytes = 64 * 1024;
 // Lost races for the TMP file before giving up: each means that another writer was quicker.
 constexpr int besideAttempts = 16;
 constexpr const char* otherWriter = "another writer is at it";
+constexpr const char* noFile = "no file is open";
 
 void report(const char* failure, const Path& path, const LightweightString<char>& reason)
 {
@@ -82,7 +85,9 @@ StreamFile::~StreamFile()
 
 bool StreamFile::fail(const LightweightString<char>& reason)
 {
-    error_ = reason;
+    // What follows from the first failure would hide it.
+    if (!failed_)
+        error_ = reason;
     return false;
 }
 
@@ -142,25 +147,22 @@ void StreamFile::close()
     path_.clear();
     target_.clear();
     source_.reset();
-    changed_ = incomplete_ = false;
+    changed_ = failed_ = false;
     error_.clear();
 }
 
 bool StreamFile::flush()
 {
     if (!isOpen())
-        return fail("no file is open");
+        return fail(noFile);
     if (!changed_)
         return true;
-    if (incomplete_)
-        fail("its contents could not be read");
-    else if ((beside_ || openBeside()) && writeBeside() && putInPlace())
+    if (!failed_ && (beside_ || openBeside()) && writeBeside() && putInPlace())
     {
-        error_.clear();
         changed_ = false;
-        writableEnd_ = 0;
         return true;
     }
+    failed_ = true;
     discardBeside();
     report("replace", path_, error_);
     return false;
@@ -172,7 +174,7 @@ bool StreamFile::openBeside()
     const Path name = besideName(target_);
     for (int attempt = 0; attempt < besideAttempts; ++attempt)
     {
-        const Mw::Ptr<iFile> file = files.openFile(name, iFile::eWrite, iFile::eCreateNew);
+        const Mw::Ptr<iFile> file = files.openFile(name, iFile::eReadWrite, iFile::eCreateNew);
         // Before it was locked, another writer may have taken it for one that was left.
         if (file->isOpen() && file->lock(iFile::eLockExclusive, iFile::eTryLock) && isNamed(*file, name))
         {
@@ -191,10 +193,10 @@ bool StreamFile::writeBeside()
 {
     iFileMgr& files = OS().fileMgr();
     const unsigned mode = files.exists(target_) ? files.openFile(target_)->mode() : 0;
-    const bool good = (mode == 0 || beside_->setMode(mode)) &&
-                      beside_->write(cache_, cacheEnd_, 0) == static_cast<std::int64_t>(cacheEnd_) &&
-                      beside_->flushToDisk();
-    return good || fail(beside_->lastError());
+    if (mode != 0 && !beside_->setMode(mode))
+        return fail(beside_->lastError());
+    writeBehind();
+    return !failed_ && (beside_->flushToDisk() || fail(beside_->lastError()));
 }
 
 bool StreamFile::putInPlace()
@@ -203,7 +205,8 @@ bool StreamFile::putInPlace()
     // The lock is held up to here, so that the name beside is no other writer's.
     if (!files.rename(besideName(target_), target_))
         return fail(files.lastError());
-    beside_.reset();
+    beside_->unlock();
+    source_ = std::move(beside_);
     return files.syncDirectory(Mw::directoryOf(target_)) || fail(files.lastError());
 }
 
@@ -225,22 +228,41 @@ void StreamFile::setPosition(std::uint64_t position)
 
 void StreamFile::dropWindow(std::uint64_t start)
 {
+    writeBehind();
     windowStart_ = start;
     cachePos_ = cacheEnd_ = 0;
 }
 
+void StreamFile::dropPassed(std::size_t keptBytes)
+{
+    writeBehind();
+    const std::size_t passed = cachePos_ - std::min(keptBytes, cachePos_);
+    std::memmove(cache_, cache_ + passed, cacheEnd_ - passed);
+    windowStart_ += passed;
+    cachePos_ -= passed;
+    cacheEnd_ -= passed;
+}
+
+void StreamFile::writeBehind()
+{
+    if (writableEnd_ == 0)
+        return;
+    writableEnd_ = 0;
+    if (!failed_ && cacheEnd_ != 0 &&
+        (!beside_ || beside_->write(cache_, cacheEnd_, windowStart_) != static_cast<std::int64_t>(cacheEnd_)))
+    {
+        fail(beside_ ? beside_->lastError() : noFile);
+        failed_ = true;
+    }
+    fileSize_ = std::max(fileSize_, windowStart_ + cacheEnd_);
+}
+
 void StreamFile::cacheForward(std::uint64_t end)
 {
-    if (!source_)
+    if (windowStart_ + cacheEnd_ >= std::min(end, fileSize_))
         return;
     if (cachePos_ > 2 * keptBehindBytes)
-    {
-        const std::size_t passed = cachePos_ - keptBehindBytes;
-        std::memmove(cache_, cache_ + passed, cacheEnd_ - passed);
-        windowStart_ += passed;
-        cachePos_ -= passed;
-        cacheEnd_ -= passed;
-    }
+        dropPassed(keptBehindBytes);
     extendWindow(end);
 }
 
@@ -252,12 +274,13 @@ void StreamFile::extendWindow(std::uint64_t end)
         return;
     const auto count = static_cast<std::size_t>(end - windowEnd);
     reserve(cacheEnd_ + count);
-    const std::int64_t read = source_->read(cache_ + cacheEnd_, count, windowEnd);
+    iFile* const file = source_ ? source_.get() : beside_.get();
+    const std::int64_t read = file != nullptr ? file->read(cache_ + cacheEnd_, count, windowEnd) : -1;
     if (read < 0)
     {
-        fail(source_->lastError());
+        fail(file != nullptr ? file->lastError() : noFile);
         report("read", path_, error_);
-        incomplete_ = true;
+        failed_ = true;
     }
     cacheEnd_ += static_cast<std::size_t>(std::max<std::int64_t>(read, 0));
     // A file that ends early, by a fault or because another cut it, ends there for good.
@@ -285,6 +308,8 @@ void StreamFile::prepareWrite(std::size_t count)
 {
     if (source_)
         takeWhole();
+    if (beside_ && cachePos_ + count > std::max(capacity_, writeBehindBytes))
+        dropPassed(0);
     reserve(cachePos_ + count);
     writableEnd_ = capacity_;
     changed_ = true;
@@ -303,13 +328,18 @@ void StreamFile::takeWhole()
 
 unsigned StreamFile::write(const void* bytes, unsigned lengthBytes)
 {
-    if (lengthBytes == 0)
-        return 0;
-    if (cachePos_ + lengthBytes > writableEnd_)
-        prepareWrite(lengthBytes);
-    std::memcpy(cache_ + cachePos_, bytes, lengthBytes);
-    cachePos_ += lengthBytes;
-    cacheEnd_ = std::max(cacheEnd_, cachePos_);
+    const auto* from = static_cast<const unsigned char*>(bytes);
+    for (std::size_t left = lengthBytes; left != 0;)
+    {
+        const std::size_t part = std::min(left, writeBehindBytes);
+        if (cachePos_ + part > writableEnd_)
+            prepareWrite(part);
+        std::memcpy(cache_ + cachePos_, from, part);
+        cachePos_ += part;
+        cacheEnd_ = std::max(cacheEnd_, cachePos_);
+        from += part;
+        left -= part;
+    }
     return lengthBytes;
 }
 

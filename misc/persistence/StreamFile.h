@@ -23,12 +23,13 @@ concept StreamPrimitive = std::same_as<T, char> || std::same_as<T, unsigned char
 // position, and `flush` puts the whole in the file's place. A reader of the file sees the contents before
 // or after a flush, never others.
 //
-// What is read is a window on the file, which is read as far as it is asked for. The first write brings
-// the whole file into the cache. Without a file the cache alone is the stream, in memory.
+// The cache is a window on the file, which is read as far as it is asked for. A file that is created is
+// written behind the cache to PATH.TMP; one that was opened comes into the cache whole with the first
+// write. Without a file the cache alone is the stream, in memory.
 //
-// A writer holds the file PATH.TMP, locked, from `open` with eCreateNew or eCreateAlways, else during
-// `flush`, until the file is in its place or this object ends: so of two writers the second fails. What a writer that
-// died left there is removed. Symbolic links stay, and their target is replaced with its permissions.
+// PATH.TMP is locked from `open` with eCreateNew or eCreateAlways, else during `flush`, until it is in the
+// file's place or this object ends: so of two writers the second fails. What a writer that died left there
+// is removed. Symbolic links stay, and their target is replaced with its permissions.
 //
 // Stored bytes never lead outside the cache. A number that the end of the file cuts keeps its value, a
 // text or a block is what is there, and the position is then the end. One thread at a time.
@@ -52,8 +53,9 @@ public:
     const LightweightString<wchar_t>& path() const noexcept { return path_; }
 
     // Writes the contents beside the file, to the disk, and puts them in its place. Does nothing if
-    // nothing was written since the last time. On failure the old file stands, the log and `lastError`
-    // say why, and the next call begins anew with another file.
+    // nothing was written since the last time. On failure the old file stands (the new one, if only its
+    // directory could not be flushed), the log and `lastError` say why, and nothing but opening anew helps:
+    // what the system could not write may be gone.
     bool flush();
 
     // Why the last open, flush or read failed; empty if none did.
@@ -104,12 +106,16 @@ private:
     std::size_t available(std::uint64_t count);
     // Reads on at the end of the window up to `end`, a place in the file.
     void extendWindow(std::uint64_t end);
+    // Begins another window, or moves its start towards the position.
     void dropWindow(std::uint64_t start);
-    void reserve(std::size_t capacity);
+    void dropPassed(std::size_t keptBytes);
+    // Hands what was written to the file beside.
+    void writeBehind();
     // Makes the cache writable with room for so many bytes behind the position.
     void prepareWrite(std::size_t count);
     // Brings the whole file into the cache and lets go of it.
     void takeWhole();
+    void reserve(std::size_t capacity);
     // Appends so many bytes from the cache, which holds them.
     void take(GrowString& text, std::size_t count);
     template <StreamPrimitive T>
@@ -125,23 +131,22 @@ private:
     // Keeps the reason of a failure. Gives false.
     bool fail(const LightweightString<char>& reason);
 
-    // cache_[0, cacheEnd_) are the bytes of the stream from windowStart_ on. Once anything was written
-    // the window is the whole stream. Writing goes on in place up to writableEnd_, which is 0 while the
-    // cache is what the file is.
+    // cache_[0, cacheEnd_) are the bytes of the stream from windowStart_ on; those outside are in a file.
+    // Writing goes on in place up to writableEnd_, which is 0 while the file has what the cache has.
     unsigned char* cache_ = nullptr;
     std::size_t cachePos_ = 0;
     std::size_t cacheEnd_ = 0;
     std::size_t writableEnd_ = 0;
     std::size_t capacity_ = 0;
     std::uint64_t windowStart_ = 0;
-    std::uint64_t fileSize_ = 0; // of the file that is read; 0 if none is
+    std::uint64_t fileSize_ = 0; // of the file behind the cache; 0 if there is none
 
     LightweightString<wchar_t> path_;
     LightweightString<wchar_t> target_; // where the path leads
-    Mw::Ptr<iFile> source_;             // what the window is read from
-    Mw::Ptr<iFile> beside_;             // the locked TMP file
-    bool changed_ = false;              // the file is not what the cache is
-    bool incomplete_ = false;           // a part of the file could not be read
+    Mw::Ptr<iFile> source_;             // the file that is read
+    Mw::Ptr<iFile> beside_;             // the TMP file that is written
+    bool changed_ = false;              // the file under the path is not what this stream is
+    bool failed_ = false;               // a part could not be read or written, so that it never will be
     LightweightString<char> error_;
 };
 
