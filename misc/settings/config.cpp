@@ -49,6 +49,16 @@ RememberedTexts& rememberedTexts()
     return texts;
 }
 
+// What is too long for a formatted line of the log goes out as it is.
+void logOverride(const char* name, const char* value, const char* dflt)
+{
+    const auto line = "Default overridden: " + std::string(name) + " = " + value + " (dflt " + dflt + ")\n";
+    if (line.size() <= 255)
+        Log("Default overridden: %s = %s (dflt %s)\n", name, value, dflt);
+    else
+        LogString(line.c_str());
+}
+
 } // namespace
 
 int config_int(char const* name, int dflt)
@@ -86,7 +96,7 @@ void config_string(char const* name, char* buf, unsigned int size, char const* d
 {
     const Text value = GlobalConfig().getValue(name, dflt, "");
     if (value != dflt)
-        Log("Default overridden: %s = %s (dflt %s)\n", name, value.c_str(), dflt != nullptr ? dflt : "");
+        logOverride(name, value.c_str(), dflt != nullptr ? dflt : "");
     std::strncpy(buf, value.c_str(), size);
     buf[size] = 0;
 }

@@ -382,21 +382,22 @@ void configb::pack(PStream& stream) const
 
 void configb::unpack(PStream& stream, unsigned char)
 {
+    StreamFile& file = *stream.file();
     unsigned int count = 0;
-    bool isCut = !stream.file()->get(count);
-    for (; count != 0 && !isCut; --count)
+    bool isWhole = file.get(count);
+    GrowString key, value, type;
+    for (; count != 0 && isWhole; --count)
     {
-        LightweightString<char> key, value, type;
-        for (auto* const text : {&key, &value, &type})
+        for (GrowString* const text : {&key, &value, &type})
         {
-            isCut = isCut || stream.file()->eof();
-            if (!isCut)
-                stream >> *text;
+            const std::uint64_t start = file.position();
+            text->clear();
+            isWhole = file.readBinary(*text, false) && file.position() - start > text->length();
         }
-        if (!isCut)
-            set(key.text(), value.text(), type.text());
+        if (isWhole)
+            set(key.view(), value.view(), type.view());
     }
-    if (isCut)
+    if (!isWhole)
         stream.unexpectEOF();
     set_dirty(false);
 }

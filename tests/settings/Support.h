@@ -1,0 +1,35 @@
+#pragma once
+
+#include "diagnostics/Support.h"
+#include "libmw/Text.h"
+#include "misc/settings/RegistryConfig.h"
+#include "misc/settings/configb.h"
+#include "platform/TempFolder.h"
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+// Settings in memory, the log in the test's hands, and a folder for legacy files.
+class Settings : public Diagnostics
+{
+protected:
+    std::string file(const std::string& text, const std::string& name = "config.dat")
+    {
+        const std::string path = folder_.path() / name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
+
+    static std::string contents(const std::string& path)
+    {
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    }
+
+    const TempFolder folder_;
+};
+
+// The entries in order, each as "key|type|value\n", by what pack writes.
+std::string entriesOf(const configb& table);

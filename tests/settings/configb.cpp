@@ -1,0 +1,379 @@
+#include "misc/settings/configb.h"
+
+#include "misc/base/StrpField.h"
+#include "misc/base/TextFile.h"
+#include "misc/identity/Cookie.h"
+#include "misc/persistence/PStream.h"
+#include "misc/settings/config_outb.h"
+#include "settings/Support.h"
+
+#include <climits>
+#include <cmath>
+#include <map>
+#include <random>
+
+std::string entriesOf(const configb& table)
+{
+    StreamFile file;
+    PStream stream(&file);
+    table.pack(stream);
+    file.setPosition(0);
+    unsigned count = 0;
+    std::string entries;
+    for (stream >> count; count != 0; --count)
+    {
+        LightweightString<char> key, value, type;
+        stream >> key >> value >> type;
+        entries += std::string(key.c_str()) + "|" + type.c_str() + "|" + value.c_str() + "\n";
+    }
+    EXPECT_TRUE(file.eof());
+    return entries;
+}
+
+namespace
+{
+
+using ConfigB = Settings;
+
+struct Owner : Dirtiable
+{
+    int told = 0;
+    void setDirty(bool dirty) override { told += dirty ? 1 : 100; }
+};
+
+// Entries that the text form carries, in an order that is not theirs.
+configb sample()
+{
+    configb table;
+    table.set("Rate", 25);
+    table.set("path", "C:\\Mwproj  a", nullptr);
+    table.set("gain", -0.125);
+    table.set("\xC3\x84rger", "\xA0 top bit \xA0");
+    table.set("empty", "", "int");
+    table.set("black", video_black);
+    table.set("autosave", true);
+    table.set("#-", 1); // not carried
+    table.set("note", strp_field("a: b # c"));
+    table.remove("#-");
+    return table;
+}
+
+} // namespace
+
+TEST_F(ConfigB, fileIsReadLineByLine)
+{
+    struct Case
+    {
+        const char* text;
+        int result;
+        const char* entries;
+    };
+    for (const auto& [text, result, entries] : {
+             Case{"{\na:int 1\nA:double 2\n}\n", 0, "a|int|1\n"},
+             {"anything\nb 1\na 2\n}extra value\nc 3\n", 0, "a||2\nb||1\n"},
+             {"{\na 1\n  }\nb 2\n", 0, "a||1\n"},
+             {"{\n# a 1\n \t\v\n   # b 2\n\nc 3 # d\n}", 0, "c||3 # d\n"},
+             {"{\na\nb:int\nc:\nd:b:c 1\n:int 5\n: \n}", 0, "a||\nb|int|\nc||\nd|b:c|1\n"},
+             {"{\npath c:\\x y  \t\r\n\tname  a:b\r\n}\r\n", 0, "name||a:b\npath||c:\\x y\n"},
+             {"{\n\xA0x\xC3\xA9 \xA0 1\xA0\n}", 0, "\xA0x\xC3\xA9||\xA0 1\xA0\n"},
+             {"{\na 1\n", 1, "a||1\n"},
+             {"{\na 1", 1, "a||1\n"},
+             {"{", 1, ""},
+             {"", 1, ""},
+         })
+    {
+        SCOPED_TRACE(text);
+        const configb table(file(text).c_str());
+        EXPECT_EQ(table.readFailed(), result != 0);
+        EXPECT_EQ(entriesOf(table), entries);
+        EXPECT_FALSE(table.get_dirty());
+    }
+    EXPECT_TRUE(configb((folder_.path() / "none").c_str()).readFailed());
+    EXPECT_EQ(entriesOf(configb("/none/such", file("{\nx 1\n}").c_str())), "x||1\n");
+}
+
+TEST_F(ConfigB, lineOf1024BytesEndsTheRead)
+{
+    const std::string first(5000, '{'), longest = "a " + std::string(1021, 'v');
+    EXPECT_EQ(entriesOf(configb(file(first + "\n" + longest + "\nb 1\n}").c_str())),
+              "a||" + longest.substr(2) + "\nb||1\n");
+    configb table;
+    EXPECT_EQ(table.readFromFile(TempFolder::wideOf(file("{\nb 1\n" + longest + "v\nc 1\n}"))), 1);
+    EXPECT_EQ(entriesOf(table), "b||1\n");
+}
+
+TEST_F(ConfigB, tablesFollowEachOtherInOneStream)
+{
+    std::ifstream stream(file("{\na 1\n}\n{\na 2\nEND 3\nE\nb 4\n}\n"));
+    EXPECT_EQ(entriesOf(configb(&stream, "two")), "a||1\n");
+    configb second;
+    second.set_end_str("End of it");
+    EXPECT_EQ(second.read_from_file(&stream), 0) << "a prefix of the end string ends the table";
+    EXPECT_EQ(entriesOf(second), "a||2\n");
+    EXPECT_EQ(second.read_from_file(nullptr), 1);
+}
+
+TEST_F(ConfigB, debugMessagesTellOfOpeningAndUnexpectedEnd)
+{
+    configb::setDebug(true);
+    const std::string path = file("{\na 1");
+    configb table(path.c_str());
+    table.read_next_item();
+    configb::setDebug(false);
+    EXPECT_EQ(logged(), "configb: opening file " + path + "\nconfigb::read_next_item: unexpected EOF in " + path +
+                            "\nconfigb::read_next_item: invalid file_ specified\n");
+}
+
+TEST_F(ConfigB, setKeepsTheFirstTypeAndTellsTheOwnerOfChanges)
+{
+    Owner owner;
+    configb table(&owner);
+    table.set("Key", "1", "int");
+    EXPECT_EQ(owner.told, 1);
+    for (const auto& [value, type] : {std::pair("2", "double"), {"2", ""}, {nullptr, "int"}, {"1", "int"}})
+        table.set("KEY", value, type);
+    EXPECT_EQ(owner.told, 1);
+    EXPECT_EQ(entriesOf(table), "Key|int|1\n");
+    table.set("key", "2", nullptr);
+    table.set("other", nullptr, "double");
+    EXPECT_EQ(owner.told, 3);
+    EXPECT_EQ(entriesOf(table), "Key|int|2\nother|double|\n");
+
+    table.set_dirty(false);
+    table.remove("none");
+    EXPECT_FALSE(table.get_dirty());
+    table.remove("kEY");
+    EXPECT_TRUE(table.get_dirty());
+    configb copy(table);
+    EXPECT_TRUE(copy.get_dirty());
+    copy.clear();
+    EXPECT_TRUE(copy.isEmpty() && !table.isEmpty());
+    EXPECT_EQ(owner.told, 4) << "a copy has no owner";
+}
+
+TEST_F(ConfigB, valuesConvertOnTheWayOut)
+{
+    configb table;
+    const std::pair<const char*, int> numbers[] = {{"12", 12},
+                                                   {"-7x", -7},
+                                                   {"99999999999", INT_MAX},
+                                                   {"true", 1},
+                                                   {"false", 0},
+                                                   {"+5", -99},
+                                                   {"", -99},
+                                                   {"True", -99},
+                                                   {" 1", -99},
+                                                   {"-", 0},
+                                                   {"-99999999999", INT_MIN}};
+    for (const auto& [text, expected] : numbers)
+    {
+        SCOPED_TRACE(text);
+        table.set("n", text);
+        int number = -99;
+        EXPECT_EQ(table.in("n", number), expected == -99 ? -1 : 0);
+        EXPECT_EQ(number, expected);
+    }
+    unsigned large = 0;
+    table.set("n", "4294967295");
+    EXPECT_EQ(table.in("n", large), 0);
+    EXPECT_EQ(large, 4294967295u);
+
+    const std::pair<const char*, double> doubles[] = {{" +1.5e3x", 1500},  {"-.5", -0.5},  {"word", 0},   {"0x10", 16},
+                                                      {"1e400", HUGE_VAL}, {"-1e-400", 0}, {"1e-5000", 0}};
+    for (const auto& [text, expected] : doubles)
+    {
+        table.set("d", text);
+        double number = 7;
+        EXPECT_EQ(table.in("d", number), 0);
+        EXPECT_EQ(number, expected) << text;
+    }
+
+    bool on = true;
+    char text[] = "????";
+    Cookie cookie = video_black;
+    strp_field field;
+    ConfigEntryT entry;
+    EXPECT_EQ(table.in("none", on) + table.in("none", text) + table.in("none", cookie) + table.in("none", field) +
+                  table.in("none", entry) + table.in("none", large) + table.in(nullptr, large),
+              -7);
+    table.set("x", "yes");
+    EXPECT_EQ(table.in("x", on), 0);
+    EXPECT_TRUE(on) << "neither word: left alone";
+    EXPECT_EQ(table.in("x", text, 3), 0);
+    EXPECT_STREQ(text, "ye");
+    EXPECT_EQ(table.in("x", cookie), 0);
+    EXPECT_FALSE(cookie.valid());
+    table.set("c", Cookie('V', 5, 3, 12));
+    EXPECT_EQ(table.in("C", cookie), 0);
+    EXPECT_EQ(cookie, Cookie('V', 5, 0, 12)) << "sub-types are not stored";
+}
+
+TEST_F(ConfigB, textOfTheFormatsPage)
+{
+    const char* const text = "{\n"
+                             "  autosave:bool true\n"
+                             "  black:cookie VZ0Z0001\n"
+                             "  empty:int\n"
+                             "  gain:double -0.12500000\n"
+                             "  note:textdata a: b # c\n"
+                             "  path C:\\Mwproj  a\n"
+                             "  Rate:int 25\n"
+                             "  \xC3\x84rger \xA0 top bit \xA0\n"
+                             "}";
+    EXPECT_EQ(sample().asString(), text);
+    TextFile file;
+    file.appendLine("first");
+    sample().writeTo(file, 2);
+    EXPECT_EQ(file[1], "  {");
+    EXPECT_EQ(file[2], "    autosave:bool true");
+    EXPECT_EQ(file[10], "  }");
+}
+
+TEST_F(ConfigB, packedFormOfTheFormatsPage)
+{
+    configb table;
+    table.set("Rate", 25);
+    table.set("path", "C:\\");
+    StreamFile file;
+    PStream stream(&file);
+    table.pack(stream);
+    char bytes[64] = {};
+    file.setPosition(0);
+    ASSERT_EQ(file.size(), 26u);
+    file.readBinary(reinterpret_cast<unsigned char*>(bytes), 26, true);
+    EXPECT_EQ(std::string(bytes, 26), std::string("\2\0\0\0path\0C:\\\0\0Rate\0"
+                                                  "25\0int\0",
+                                                  26));
+}
+
+TEST_F(ConfigB, everyFormReadsBackAsTheSameEntries)
+{
+    const configb table = sample();
+    const std::string expected = entriesOf(table);
+    configb fromText, fromLines, packed;
+    EXPECT_EQ(fromText.fromString(table.asString()), 1);
+    EXPECT_EQ(entriesOf(fromText), expected);
+
+    TextFile lines;
+    lines.appendLine("not a table");
+    table.writeTo(lines, 0);
+    lines.appendLine("behind it");
+    unsigned line = 0;
+    EXPECT_EQ(fromLines.buildFrom(lines, line), 0);
+    EXPECT_EQ(line++, 0u);
+    EXPECT_EQ(fromLines.buildFrom(lines, line), 1);
+    EXPECT_EQ(lines[line], "behind it");
+    EXPECT_EQ(entriesOf(fromLines), expected);
+
+    const std::string path = folder_.path() / "dumped";
+    EXPECT_EQ(table.dump(TempFolder::wideOf(path)), 0);
+    EXPECT_EQ(entriesOf(configb(path.c_str())), expected);
+    EXPECT_EQ(table.dump(TempFolder::wideOf(path + "/none")), 1);
+}
+
+TEST_F(ConfigB, textLeavesOutWhatItCannotCarry)
+{
+    configb table;
+    for (const char* const key : {"", "#x", "a b", "a:b", "}", "}x", "l\n"})
+        table.set(key, "1", "int");
+    table.set("type", "1", "two words");
+    table.set("lines", "1\n2");
+    const std::string all = entriesOf(table);
+    EXPECT_EQ(table.asString(), "{\n}");
+    EXPECT_EQ(std::count(all.begin(), all.end(), '|'), 18) << "all are packed";
+    const std::string log = logged();
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 10) << log;
+    EXPECT_NE(log.find("left out of a text for its value: lines\n"), log.npos);
+
+    table.clear();
+    table.set("abc", "1", "a_type_of_21_letters_");
+    table.set("ABD", std::string(1020, 'v').c_str());
+    std::ofstream out(folder_.path() / "out");
+    table.dump(&out, "aB");
+    table.dump(&out, "abcd");
+    out.close();
+    EXPECT_EQ(contents(folder_.path() / "out"), "{\nabc:a_type_of_21_letters_ 1\n}\n{\n}\n");
+    EXPECT_EQ(logged().substr(0, 72), "assertion failed (*iter).second.type_.size() <= 20 at misc/configb line ");
+}
+
+TEST_F(ConfigB, cutBytesUnpackToWhatIsThere)
+{
+    StreamFile whole;
+    PStream out(&whole);
+    sample().pack(out);
+    const std::string all = entriesOf(sample());
+    for (unsigned length = 0; length < whole.size(); ++length)
+    {
+        std::string bytes(length, ' ');
+        whole.setPosition(0);
+        whole.readBinary(reinterpret_cast<unsigned char*>(bytes.data()), length, true);
+        StreamFile cut;
+        cut.write(bytes.data(), length);
+        cut.setPosition(0);
+        PStream in(&cut);
+        const configb table(in);
+        EXPECT_STREQ(in.c_str(), "Unexpected EOF.") << length;
+        EXPECT_TRUE(all.starts_with(entriesOf(table))) << length;
+        EXPECT_FALSE(table.get_dirty());
+    }
+}
+
+TEST_F(ConfigB, holdsWhatAMapWouldHold)
+{
+    // Few keys and many changes: growth, order, collisions and removal in every mix.
+    struct Less
+    {
+        bool operator()(const std::string& a, const std::string& b) const
+        {
+            return configb::caseInsensitiveCompare(a.c_str(), b.c_str()) < 0;
+        }
+    };
+    std::map<std::string, std::string, Less> model;
+    configb table;
+    std::mt19937 random(7);
+    for (int i = 0; i < 20000; ++i)
+    {
+        std::string key(random() % 19, 'x');
+        for (char& c : key)
+            c = "abYZ@[\xC4_"[random() % 3 + (random() % 16 == 0 ? 5 : 0)];
+        const std::string value = std::to_string(i);
+        if (random() % 3 == 0)
+        {
+            table.remove(key.c_str());
+            model.erase(key);
+        }
+        else
+        {
+            table.set(key.c_str(), value.c_str());
+            model[key] = value;
+        }
+        const char* const found = table.in(key.c_str());
+        ASSERT_EQ(found != nullptr ? found : "none", model.contains(key) ? model[key] : "none");
+    }
+    std::string expected;
+    for (const auto& [key, value] : model)
+        expected += key + "||" + value + "\n";
+    EXPECT_EQ(entriesOf(table), expected);
+}
+
+TEST_F(ConfigB, outbWritesTablesInsideTables)
+{
+    std::ofstream stream(folder_.path() / "outb");
+    {
+        config_outb outer(&stream);
+        outer.out("name", "two words");
+        outer.out("rate", -25);
+        outer.out("size", 4294967295u);
+        {
+            config_outb inner(&stream);
+            inner.out("gain", 0.5);
+            inner.out("on", true);
+            inner.out("black", video_black);
+            inner.out("note", strp_field("free"));
+        }
+    }
+    stream.close();
+    EXPECT_EQ(contents(folder_.path() / "outb"), "{\n  name two words\n  rate -25\n  size 4294967295\n"
+                                                 "  {\n    gain 0.50000000\n    on true\n    black VZ0Z0001\n"
+                                                 "    note:textdata free\n  }\n}\n");
+}
