@@ -26,7 +26,7 @@ public:
         eStored = 0,       // on the disk, and safe there
         eKeptInMemory = 1, // the store can't be used: the change holds for the rest of this run only
         eBusy = 2,         // another process or thread held the store for 30 seconds
-        eFailed = 3,       // the disk is full, or failed
+        eFailed = 3,       // the disk is full, or failed; if its last flush alone did, the change may stand, whole
         eForked = 4        // the process was forked from the one that opened the store, and did not exec
     };
 

@@ -365,15 +365,9 @@ SettingsDatabase::eOutcome SettingsDatabase::outcome(const SqliteConnection& con
         return fail(eBusy, reason);
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
-        close();
         return fail(eDamaged, reason);
     case SQLITE_READONLY:
-        if (code == SQLITE_READONLY_DBMOVED)
-        {
-            close();
-            return fail(eMoved, reason);
-        }
-        return fail(eUnusable, reason);
+        return fail(code == SQLITE_READONLY_DBMOVED ? eMoved : eUnusable, reason);
     case SQLITE_PERM:
     case SQLITE_AUTH:
     case SQLITE_ERROR:

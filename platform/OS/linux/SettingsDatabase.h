@@ -7,8 +7,8 @@
 // the last copy that was known to be good. Nothing but SQLite opens the file, whose locks another
 // opening would let go. One thread at a time.
 //
-// Operations that end in eDamaged or eMoved closed the file; after replaceDamaged, or at once, they can
-// be tried again.
+// An operation that ends in eMoved can be tried again at once, one that ends in eDamaged after
+// replaceDamaged.
 class SettingsDatabase
 {
 public:

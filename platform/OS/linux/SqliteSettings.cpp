@@ -243,7 +243,10 @@ int SqliteSettings::write(const std::vector<Change>& changes)
     if (outcome == Database::eDone)
         return eStored;
     error_ = database_.error();
-    return outcome == Database::eBusy ? eBusy : eFailed;
+    if (outcome == Database::eBusy)
+        return eBusy;
+    database_.refresh(values_); // as far as the disk can tell what has become of the change
+    return eFailed;
 }
 
 bool SqliteSettings::holdsAll(const std::vector<Change>& changes) const
