@@ -28,7 +28,7 @@ protected:
 
 // Over a block of the caller's, who keeps it alive and stays within its bounds: nothing is checked. On a
 // null block reads give 0.
-class MISC_API BufferInputStream : public InputStream
+class MISC_API BufferInputStream final : public InputStream
 {
 public:
     explicit BufferInputStream(const unsigned char* block) noexcept : base_(block), cursor_(block) {}

@@ -183,8 +183,9 @@ bool StreamFile::openBeside()
         }
         if (!file->isOpen() && !files.exists(name))
             return fail(file->lastError());
-        if (!file->isOpen() && !removeAbandoned(name, error_))
-            return false;
+        LightweightString<char> reason;
+        if (!file->isOpen() && !removeAbandoned(name, reason))
+            return fail(reason);
     }
     return fail(otherWriter);
 }

@@ -83,6 +83,7 @@ TEST(Kill, writerKilledAtAnyMomentLeavesFilesThatRead)
         ::close(told[1]);
         for (auto saves = random() % 2; saves != 0; --saves)
             ASSERT_EQ(::read(told[0], &promised, sizeof promised), static_cast<ssize_t>(sizeof promised));
+        // The moment of the kill: in any step of a save or between two.
         ::usleep(static_cast<useconds_t>(random() % 12000));
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);

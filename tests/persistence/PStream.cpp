@@ -26,6 +26,14 @@ protected:
         return all;
     }
 
+    template <class T>
+    T next()
+    {
+        T value{};
+        stream_ >> value;
+        return value;
+    }
+
     StreamFile file_;
     PStream stream_{&file_};
 };
@@ -54,26 +62,20 @@ TEST_F(PStreamTest, primitivesAreLittleEndianInTheirOwnWidth)
     EXPECT_EQ(bytes(), expected);
 
     file_.setPosition(0);
-    char character = 0;
-    short two = 0;
-    unsigned short unsignedTwo = 0;
-    int four = 0;
-    unsigned unsignedFour = 0;
-    float single = 0;
-    long eight = 0;
-    unsigned long unsignedEight = 0;
-    double twice = 0;
+    EXPECT_EQ(next<char>(), 'A');
+    EXPECT_EQ(next<short>(), -2);
+    EXPECT_EQ(next<unsigned short>(), 0x1234);
+    EXPECT_EQ(next<int>(), -3);
+    EXPECT_EQ(next<unsigned>(), 1000000u);
+    EXPECT_EQ(next<float>(), 1.5f);
+    EXPECT_EQ(next<long>(), -4);
+    EXPECT_EQ(next<unsigned long>(), 0x0102030405060708ul);
+    EXPECT_EQ(next<double>(), 25.0);
     LightweightString<char> text;
     GrowString counted;
-    stream_ >> character >> two >> unsignedTwo >> four >> unsignedFour >> single >> eight >> unsignedEight >> twice;
     stream_ >> text;
     EXPECT_TRUE(file_.readBinary(counted, true));
-    EXPECT_TRUE(character == 'A' && two == -2 && unsignedTwo == 0x1234 && four == -3 && unsignedFour == 1000000);
-    EXPECT_TRUE(single == 1.5f && eight == -4 && unsignedEight == 0x0102030405060708ul && twice == 25.0);
-    EXPECT_EQ(text, "take 7");
-    EXPECT_EQ(counted, "reel");
-    EXPECT_TRUE(file_.eof());
-    EXPECT_FALSE(stream_.failed());
+    EXPECT_TRUE(text == "take 7" && counted == "reel" && file_.eof());
 }
 
 TEST_F(PStreamTest, binaryBlocksHaveTheirThreeForms)
