@@ -2,15 +2,15 @@
 
 #include "Mw/Assert.h"
 #include "Mw/CText.h"
+#include "OS/Debugger.h"
 #include "OS/ForkCount.h"
-#include "libmw/Now.h"
+#include "OS/OS.h"
 #include "misc/diagnostics/Console.h"
 #include "misc/identity/MachineNumber.h"
 #include "misc/persistence/PStream.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -23,7 +23,7 @@ namespace
 // Seconds from the epoch of stamps, read from the system's clock.
 std::int64_t currentSecond()
 {
-    return static_cast<std::int64_t>(std::floor(Mw::now())) - IdStamp::epochSeconds;
+    return OS().debugger().getClockSeconds() - IdStamp::epochSeconds;
 }
 
 // Hands out the seconds and counts of stamps, each pair once in the life of a process. The last pair is one

@@ -3,6 +3,9 @@
 #include "Mw/Exception.h"
 #include "Mw/LightweightString.h"
 
+#include <cmath>
+#include <cstdint>
+
 // Clocks, the debug channel and stack traces: OS().debugger(). Any thread.
 class OS_API iDebugger
 {
@@ -14,6 +17,9 @@ public:
 
     // Microseconds of wall time, for seeds and rough timings.
     virtual double getClock() = 0;
+
+    // The same clock in whole seconds since the start of 1970, for hot paths.
+    virtual std::int64_t getClockSeconds() { return static_cast<std::int64_t>(std::floor(getClock() / 1e6)); }
 
     // Milliseconds since the process started, monotonic, at the finest resolution of the system.
     virtual double getPreciseTimeMs() = 0;

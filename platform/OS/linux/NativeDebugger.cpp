@@ -23,6 +23,7 @@ class NativeDebugger : public iDebugger
 public:
     double getTimeMs() override { return clockMs(CLOCK_MONOTONIC) - startMs_; }
     double getClock() override { return clockMs(CLOCK_REALTIME) * 1e3; }
+    std::int64_t getClockSeconds() override { return ::time(nullptr); }
     double getPreciseTimeMs() override { return getTimeMs(); }
 
     void debugOutput(const char* text) override
