@@ -1,11 +1,12 @@
 #include "libmw/UUID.h"
 
 #include "OS/ForkCount.h"
+#include "libmw/ChaCha20.h"
 
 #include <algorithm>
 #include <bit>
-#include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <sys/random.h>
 #include <uuid/uuid.h>
 
@@ -84,12 +85,14 @@ UUID::Words parse(const char* text) noexcept
     return good ? UUID::Words{a, b, c, d} : UUID::Words{};
 }
 
-// Random values of the kernel in stock, since asking for each would cost ten times as much. A forked child
-// has a copy of its parent's stock and throws it away.
-class RandomPool
+// Random identities in stock. Each stock is spun from a fresh key of the kernel's: asking the kernel for
+// every identity, or only for the bytes of all of them, takes several times as long. A forked child has a
+// copy of its parent's stock and throws it away.
+class Stock
 {
 public:
-    UUID::Words take()
+    // Not inline, so that the thread's stock is looked up once.
+    [[gnu::noinline]] UUID take()
     {
         const unsigned forks = forkCount();
         if (left_ == 0 || forks != forks_) [[unlikely]]
@@ -97,37 +100,42 @@ public:
             refill();
             forks_ = forks;
         }
-        return values_[--left_];
+        return UUID(values_[--left_]);
     }
 
 private:
     void refill()
     {
-        left_ = values_.size();
-        char* const begin = reinterpret_cast<char*>(values_.data());
-        for (std::size_t filled = 0; filled < sizeof values_;)
+        ChaCha20::State state;
+        std::copy(std::begin(ChaCha20::constants), std::end(ChaCha20::constants), state.begin());
+        takeKey(state.data() + 4, 12 * sizeof state[0]);
+        for (left_ = 0; left_ < values_.size(); state[ChaCha20::counter] += 4)
         {
-            const ssize_t got = ::getrandom(begin + filled, sizeof values_ - filled, 0);
-            if (got > 0)
-                filled += static_cast<std::size_t>(got);
-            else if (errno != EINTR)
-                return refillWithoutKernel();
+            ChaCha20::Lanes words[16];
+            ChaCha20::blocks(state, words);
+            for (const ChaCha20::Lanes& made : words)
+            {
+                constexpr ChaCha20::Lanes random{~0u, 0xFFFF0FFFu, 0x3FFFFFFFu, ~0u};
+                constexpr ChaCha20::Lanes version4{0, 0x00004000u, 0x80000000u, 0};
+                const ChaCha20::Lanes value = (made & random) | version4;
+                std::memcpy(&values_[left_++], &value, sizeof value);
+            }
         }
     }
 
-    // Where a sandbox forbids the call.
-    void refillWithoutKernel()
+    // Key, counter and nonce: so short that the kernel gives all or nothing, uninterrupted.
+    static void takeKey(void* key, std::size_t sizeBytes)
     {
-        for (UUID::Words& value : values_)
-        {
-            uuid_t bytes;
-            uuid_generate_random(bytes);
-            for (unsigned i = 0; i < sizeof bytes; ++i)
-                value[i / 4] = value[i / 4] << 8 | bytes[i];
-        }
+        if (::getrandom(key, sizeBytes, 0) == static_cast<ssize_t>(sizeBytes))
+            return;
+        // Where a sandbox forbids the call.
+        uuid_t bytes[3];
+        for (uuid_t& part : bytes)
+            uuid_generate_random(part);
+        std::memcpy(key, bytes, sizeBytes);
     }
 
-    std::array<UUID::Words, 64> values_{};
+    std::array<UUID::Words, 256> values_{};
     std::size_t left_ = 0;
     unsigned forks_ = 0;
 };
@@ -162,12 +170,9 @@ UUID UUID::fromText(std::string_view text) noexcept
 
 UUID UUID::generate()
 {
-    // One pool for each thread, so that none waits for another.
-    thread_local constinit RandomPool pool;
-    Words words = pool.take();
-    words[1] = (words[1] & 0xFFFF0FFFu) | 0x00004000u; // version 4
-    words[2] = (words[2] & 0x3FFFFFFFu) | 0x80000000u; // variant of RFC 4122
-    return UUID(words);
+    // One for each thread, so that none waits for another.
+    thread_local constinit Stock stock;
+    return stock.take();
 }
 
 void UUID::asString(char* text) const noexcept

@@ -1,18 +1,14 @@
 #include "OS/ForkCount.h"
 
-#include <atomic>
 #include <pthread.h>
+
+constinit std::atomic<unsigned> theForkCount{0};
 
 namespace
 {
 
-std::atomic<unsigned> theForkCount{0};
+// When the library is loaded: there is no state to share before.
+[[maybe_unused]] const int registered =
+    ::pthread_atfork(nullptr, nullptr, [] { theForkCount.fetch_add(1, std::memory_order_relaxed); });
 
 } // namespace
-
-unsigned forkCount() noexcept
-{
-    [[maybe_unused]] static const int registered =
-        ::pthread_atfork(nullptr, nullptr, [] { theForkCount.fetch_add(1, std::memory_order_relaxed); });
-    return theForkCount.load(std::memory_order_relaxed);
-}
