@@ -46,7 +46,8 @@ void callSplatCallbacks(const char* message) noexcept
         }
         catch (...)
         {
-            // The program ends all the same; the others are still told.
+            // The program ends all the same, whoever throws, a thread that asked to end included; the others
+            // are still told.
         }
     }
 }
