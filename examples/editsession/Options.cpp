@@ -1,8 +1,11 @@
 #include "examples/editsession/Options.h"
 
+#include "examples/editsession/UserRecord.h"
+
 #include "libmw/Text.h"
 #include "misc/media/ProjectRate.h"
 #include "misc/media/TimecodeLabel.h"
+#include "misc/settings/config.h"
 
 #include <algorithm>
 #include <iterator>
@@ -49,6 +52,12 @@ Text setDefaultList(Options& options, const Text& value)
     return {};
 }
 
+Text setAgain(Options& options, const Text&)
+{
+    options.again = true;
+    return {};
+}
+
 Text setHelp(Options& options, const Text&)
 {
     options.help = true;
@@ -69,6 +78,7 @@ constexpr Option knownOptions[] = {
     {"--drop-frame", false, setDropFrame},
     {"--non-drop-frame", false, setNonDropFrame},
     {"--default-list", true, setDefaultList},
+    {"--again", false, setAgain},
     {"--help", false, setHelp},
     {"-h", false, setHelp},
 };
@@ -93,11 +103,35 @@ Text readOption(std::string_view word, const char* const*& next, const char* con
     return reason.empty() ? reason : printable(name) + ": " + reason;
 }
 
+// Takes an option from a setting, if that is set.
+Text takeSetting(const char* name, Text (*set)(Options&, const Text& value), Options& options)
+{
+    const Text value(config_string(name, ""));
+    const Text reason = value.empty() ? Text() : set(options, value);
+    return reason.empty() ? reason : "the setting " + Text(name) + ": " + reason;
+}
+
+Text completeFromSettings(Options& options)
+{
+    Text reason;
+    if (options.rate == Mw::FRInvalid)
+        reason = takeSetting("edit_list_rate", setRate, options);
+    if (reason.empty() && options.gauge == FILM_INVALID)
+        reason = takeSetting("edit_list_gauge", setGauge, options);
+    return reason;
+}
+
 // What can only be told once every word is read.
 Text complete(Options& options)
 {
+    if (options.again)
+        recallOptions(options);
+    if (const Text reason = completeFromSettings(options); !reason.empty())
+        return reason;
     if (options.rate == Mw::FRInvalid)
         options.rate = Mw::currentProjectFrameRate();
+    if (options.gauge == FILM_INVALID)
+        options.gauge = FILM_35MM;
     if (options.list.empty())
         options.list = options.defaultList;
     if (options.list.empty())
@@ -142,9 +176,11 @@ const char* helpText()
            "  --non-drop-frame    it does not; with neither, labels with ; or , before the frames are drop frame\n"
            "  --gauge GAUGE       film of the footage: 16, 35, or as in edit lists F16, F35, F16R, F353; 35 unless\n"
            "                      given\n"
+           "  --again             what is not given, the list included, is as in the run before\n"
            "  --default-list FILE the list to read if none is named\n"
            "  --help              this text\n"
            "\n"
+           "The settings edit_list_rate, edit_list_gauge and edit_list_limit_mb (8) stand in for options not given.\n"
            "The list goes to standard output. A line that can't be read is refused on standard error as\n"
            "\"FILE:LINE: reason\", and the rest is still read.\n"
            "Exit status: 0 all is well, 1 lines were refused, 2 the options are wrong or a file can't be read.\n";

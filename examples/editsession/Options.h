@@ -5,18 +5,20 @@
 #include "misc/media/Film.h"
 #include "misc/media/FrameRate.h"
 
-// What the command line asks for.
+// What the command line asks for. What it leaves open comes from the options used last if it says so, then
+// from the settings "edit_list_rate" and "edit_list_gauge", then from the current project.
 struct Options
 {
-    Mw::FrameRate rate = Mw::FRInvalid; // that of the current project unless given
+    Mw::FrameRate rate = Mw::FRInvalid;
     FrameCount count = FrameCount::AsWritten;
-    film_gauge gauge = FILM_35MM;
+    film_gauge gauge = FILM_INVALID;
     Text list;
-    Text defaultList; // what `list` is if no list is named
+    Text defaultList;   // what `list` is if no list is named
+    bool again = false; // use the options used last
     bool help = false;
 };
 
-// Fills `options` from the command line; gives an empty text, or what is wrong with it.
+// Fills `options` from the command line; gives an empty text, or what is wrong with it or with a setting.
 Text readOptions(int argc, const char* const* argv, Options& options);
 
 // The text of --help.

@@ -4,7 +4,9 @@
 #include "examples/editsession/EditListReader.h"
 #include "examples/editsession/EventCookies.h"
 #include "examples/editsession/InputFile.h"
+#include "misc/settings/config.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,15 +14,18 @@
 namespace
 {
 
-// A hundred thousand events; the longest films have a few thousand.
-constexpr std::size_t listLimitBytes = 8u << 20;
+// Enough for a hundred thousand events unless set otherwise; the longest films have a few thousand.
+std::size_t listLimitBytes()
+{
+    return static_cast<std::size_t>(std::clamp(config_int("edit_list_limit_mb", 8), 1, 1024)) << 20;
+}
 
 } // namespace
 
 ExitStatus Session::run()
 {
     std::string text;
-    if (const Text reason = readInputFile(options_.list, listLimitBytes, text); !reason.empty())
+    if (const Text reason = readInputFile(options_.list, listLimitBytes(), text); !reason.empty())
     {
         complain(printable(options_.list) + ": " + reason);
         return Failed;
@@ -44,9 +49,8 @@ EditList Session::readList(const std::string& text)
 
 void Session::nameEvents(EditList& list)
 {
-    EventCookies cookies;
     for (Event& event : list.events)
-        event.cookie = cookies.next();
+        event.cookie = newEventCookie();
 }
 
 void complain(const Text& message)

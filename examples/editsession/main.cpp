@@ -1,10 +1,12 @@
 #include "examples/editsession/Options.h"
 #include "examples/editsession/Session.h"
+#include "examples/editsession/UserRecord.h"
 
 #include "Mw/Exception.h"
 #include "libmw/Shutdown.h"
 #include "misc/diagnostics/FatalError.h"
 #include "misc/diagnostics/Log.h"
+#include "misc/settings/config.h"
 #include "misc/threads/ServiceLock.h"
 
 #include <cstdio>
@@ -23,6 +25,7 @@ public:
         SetLogOutput(stderr);
         except_init();
         service_init();
+        config_init(nullptr);
     }
     ~Library() { Shutdown::executeCallbacks(Shutdown::eNormalExit); }
 
@@ -40,7 +43,11 @@ ExitStatus runProgram(int argc, char** argv)
     }
     if (options.help)
         return show(helpText()) ? AllRead : Failed;
-    return Session(options).run();
+    const RunRecord record;
+    const ExitStatus status = Session(options).run();
+    if (status != Failed)
+        keepOptions(options);
+    return status;
 }
 
 } // namespace

@@ -66,9 +66,8 @@ TEST(EditListPrinter, totalsGoOnBeyondADay)
 TEST(EditListPrinter, rowsStayInTheirColumns)
 {
     EditList list = readList(shippedList("coastline.edl")).list;
-    EventCookies cookies;
     for (Event& event : list.events)
-        event.cookie = cookies.next();
+        event.cookie = newEventCookie();
     int timed = 0;
     for (const std::string& line : rows(list))
     {
@@ -96,13 +95,12 @@ TEST(EditListPrinter, remarksStandUnderTheirEdit)
 
 TEST(EventCookies, areClassicAndReadBack)
 {
-    EventCookies cookies;
-    cookies.next();
-    const Cookie second = cookies.next();
+    newEventCookie();
+    const Cookie second = newEventCookie();
     const Text text = second.asString(true);
     EXPECT_TRUE(Cookie::isValid(text.c_str())) << text.c_str();
-    EXPECT_EQ(text, "E0030002");
     EXPECT_EQ(Cookie(text.c_str(), true), second);
+    EXPECT_NE(newEventCookie(), second);
 }
 
 } // namespace

@@ -1,10 +1,12 @@
 #include "ListReading.h"
 
 #include "examples/editsession/Options.h"
+#include "platform/TestHome.h"
 
 #include <cstdio>
 #include <fstream>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -17,7 +19,7 @@ struct Finished
 
 #ifdef EDIT_SESSION
 // Runs the program in the folder of the lists; `streams` says which of its streams are kept.
-Finished run(const std::string& arguments, const std::string& streams)
+Finished runOn(const std::string& arguments, const std::string& streams)
 {
     Finished finished;
     const std::string command = "cd '" EDIT_LISTS "' && '" EDIT_SESSION "' " + arguments + " " + streams;
@@ -27,6 +29,58 @@ Finished run(const std::string& arguments, const std::string& streams)
         finished.output.append(buffer, got);
     finished.status = WEXITSTATUS(pclose(pipe));
     return finished;
+}
+
+std::string numberFile()
+{
+    return std::getenv("MW_PROJECTS_DIR") + std::string("/cookie.num");
+}
+
+void setNextNumber(int number)
+{
+    TestHome::giveMachineNumber("editsession", 1);
+    std::ofstream(numberFile()) << number;
+}
+
+std::string nextNumber()
+{
+    std::ifstream file(numberFile());
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void setLegacySetting(const char* line)
+{
+    const std::filesystem::path directory = std::getenv("MW_MACHINE_CONFIG_DIR") + std::string("/editsession");
+    std::filesystem::create_directories(directory);
+    std::ofstream(directory / "config.dat") << "{\n" << line << "\n}\n";
+}
+
+// The same on machine 1, whose next cookie number is 1.
+Finished run(const std::string& arguments, const std::string& streams)
+{
+    setNextNumber(1);
+    return runOn(arguments, streams);
+}
+
+// Runs the program into a pipe that nobody reads, which kills it when it prints.
+void runKilled(const char* list)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        ::dup2(ends[1], STDOUT_FILENO);
+        ::close(ends[0]);
+        ::close(ends[1]);
+        ::execl(EDIT_SESSION, EDIT_SESSION, list, nullptr);
+        ::_exit(1);
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
 }
 
 const char* const onlyOutput = "2>/dev/null";
@@ -83,6 +137,50 @@ TEST(Program, readsAPipe)
 {
     EXPECT_EQ(run("/dev/stdin <coastline.edl", "2>&1").output, run("coastline.edl", "2>&1").output);
     EXPECT_EQ(run("/dev/zero", "2>&1").status, 2);
+}
+
+TEST(Program, numbersItsEventsOnFromRunToRun)
+{
+    EXPECT_NE(run("damaged.edl", onlyOutput).output.find("\n001 E0030001 "), std::string::npos);
+    EXPECT_EQ(nextNumber(), "4");
+    EXPECT_NE(runOn("damaged.edl", onlyOutput).output.find("\n001 E0030004 "), std::string::npos);
+    EXPECT_EQ(nextNumber(), "7");
+}
+
+TEST(Program, saysThatTheRunBeforeEndedBadly)
+{
+    const std::string message = "editsession: the run before this one ended badly;";
+    EXPECT_EQ(run("coastline.edl", onlyErrors).output, "");
+    setNextNumber(10);
+    runKilled(EDIT_LISTS "coastline.edl");
+    EXPECT_EQ(nextNumber(), "10");
+    EXPECT_EQ(runOn("coastline.edl", onlyErrors).output.find(message), 0u);
+    EXPECT_EQ(nextNumber(), "114");
+    EXPECT_EQ(runOn("coastline.edl", onlyErrors).output, "");
+}
+
+TEST(Program, usesTheOptionsOfTheRunBeforeWhenAsked)
+{
+    const std::string ferry = run("--rate=30M --gauge F16 --drop-frame night-ferry.edl", onlyOutput).output;
+    EXPECT_NE(ferry, "");
+    EXPECT_EQ(run("--again", onlyOutput).output, ferry);
+    EXPECT_EQ(run("--again --default-list coastline.edl", onlyOutput).output, ferry);
+    EXPECT_NE(run("--again --gauge 35", onlyOutput).output.find(" feet of 35mm film"), std::string::npos);
+    EXPECT_NE(run("coastline.edl", onlyOutput).output.find("\n25 fps, 35mm film\n"), std::string::npos);
+}
+
+TEST(Program, takesWhatIsNotGivenFromSettings)
+{
+    setLegacySetting("edit_list_gauge F16");
+    EXPECT_NE(run("coastline.edl", onlyOutput).output.find(" feet of 16mm film"), std::string::npos);
+    setLegacySetting("edit_list_limit_mb 1");
+    EXPECT_NE(run("/dev/zero", onlyErrors).output.find("editsession: /dev/zero: longer than 1048576 bytes\n"),
+              std::string::npos);
+    setLegacySetting("edit_list_rate 26");
+    const Finished failed = run("coastline.edl", onlyErrors);
+    EXPECT_EQ(failed.status, 2);
+    EXPECT_EQ(failed.output.find("editsession: the setting edit_list_rate: \"26\" is no frame rate"), 0u)
+        << failed.output;
 }
 #endif
 

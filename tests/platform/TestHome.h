@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <string>
 
 // Directories of a test program's own for settings, data and projects, and machine number 5, so that nothing
@@ -18,25 +17,21 @@ class TestHome : public testing::Environment
 public:
     void SetUp() override
     {
-        folder_ = std::make_unique<TempFolder>();
+        // Goes after what writes at exit: it was made before.
+        static const TempFolder folder;
         for (const char* const name : {"MW_CONFIG_DIR", "MW_MACHINE_CONFIG_DIR", "MW_DATA_DIR", "MW_PROJECTS_DIR"})
         {
-            const std::filesystem::path directory = folder_->path() / name;
+            const std::filesystem::path directory = folder.path() / name;
             std::filesystem::create_directory(directory);
             ::setenv(name, directory.c_str(), 1);
         }
-        const std::string program = std::filesystem::read_symlink("/proc/self/exe").filename();
-        giveMachineNumber(folder_->path() / "MW_DATA_DIR" / program);
+        giveMachineNumber(std::filesystem::read_symlink("/proc/self/exe").filename(), 5);
     }
-    void TearDown() override { folder_.reset(); }
 
-    // To the application whose data directory it is.
-    static void giveMachineNumber(const std::filesystem::path& dataDirectory)
+    static void giveMachineNumber(const std::string& program, int number)
     {
-        std::filesystem::create_directories(dataDirectory);
-        std::ofstream(dataDirectory / "machine.num") << 5;
+        const std::filesystem::path directory = std::filesystem::path(std::getenv("MW_DATA_DIR")) / program;
+        std::filesystem::create_directories(directory);
+        std::ofstream(directory / "machine.num") << number;
     }
-
-private:
-    std::unique_ptr<TempFolder> folder_;
 };
