@@ -24,6 +24,10 @@ public:
     // Milliseconds since the process started, monotonic, at the finest resolution of the system.
     virtual double getPreciseTimeMs() = 0;
 
+    // The time of getPreciseTimeMs at the system's last tick, at most 10 ms ago: for reads so frequent
+    // that the clock would be most of their cost.
+    virtual double getCoarseTimeMs() { return getPreciseTimeMs(); }
+
     // Writes to the platform's debug channel: standard error.
     virtual void debugOutput(const char* text) = 0;
 

@@ -2,8 +2,8 @@
 
 #include "OS/Settings.h"
 
+#include <cstdint>
 #include <shared_mutex>
-#include <unordered_map>
 
 // The values of a settings store in memory, for reading by many threads at once. Any thread.
 class SettingsValues
@@ -26,47 +26,39 @@ public:
     void replaceBy(SettingsValues& other);
 
     // A value that is read into values that no other thread sees yet.
-    void add(Text section, Text key, Text value);
+    void add(const Text& key, const Text& section, const Text& value) { values_.put(key, section, value); }
 
 private:
-    struct Name
+    struct Entry
     {
-        std::string_view section;
-        std::string_view key;
-
-        bool operator==(const Name&) const = default;
-    };
-    struct StoredName
-    {
+        std::size_t hash;
         Text section;
         Text key;
+        Text value;
     };
-    struct Hash
+
+    // Where an entry is that may be the one looked for: 0 is an empty slot, else its number from 1.
+    struct Slot
     {
-        using is_transparent = void;
-
-        std::size_t operator()(const Name& name) const noexcept
-        {
-            const std::hash<std::string_view> hash;
-            return hash(name.key) + (name.section.empty() ? 0 : 31 * hash(name.section));
-        }
-        std::size_t operator()(const StoredName& name) const noexcept { return (*this)(viewOf(name)); }
+        std::uint32_t hashTop = 0;
+        std::uint32_t number = 0;
     };
-    struct Equal
+
+    // Entries in no order, and a hash table with open addressing over them, at most half full.
+    struct Table
     {
-        using is_transparent = void;
+        std::vector<Entry> entries;
+        std::vector<Slot> slots;
 
-        template <class A, class B>
-        bool operator()(const A& a, const B& b) const noexcept
-        {
-            return viewOf(a) == viewOf(b);
-        }
+        const Entry* find(std::string_view key, std::string_view section) const;
+        void put(const Text& key, const Text& section, const Text& value);
+        void take(std::string_view key, std::string_view section);
+        void enter(std::uint32_t number);
+        void rebuild(std::size_t size);
     };
-    using Map = std::unordered_map<StoredName, Text, Hash, Equal>;
 
-    static const Name& viewOf(const Name& name) noexcept { return name; }
-    static Name viewOf(const StoredName& name) noexcept { return {name.section, name.key}; }
+    static std::size_t hashOf(std::string_view key, std::string_view section);
 
     mutable std::shared_mutex mutex_;
-    Map values_;
+    Table values_;
 };

@@ -193,8 +193,40 @@ TEST_F(Settings, aStoreThatCannotBeOpenedStaysAndTheRunKeepsItsSettingsInMemory)
     expectMemory(open());
     sqlite3_close(other);
     EXPECT_EQ(stored("a"), "1");
-    expectMemory(Mw::openSettingsFile(L""));
+    expectMemory(Mw::openSettingsFile({}));
     expectMemory(Mw::openSettingsFile(L"/proc/self/none/settings"));
+}
+
+TEST_F(Settings, aStoreThatMayOnlyBeReadIsRead)
+{
+    put("a", "1");
+    const auto setModes = [&](unsigned file, unsigned directory)
+    {
+        std::filesystem::permissions(this->file(), std::filesystem::perms(file));
+        std::filesystem::permissions(this->file().parent_path(), std::filesystem::perms(directory));
+    };
+    std::filesystem::permissions(file().parent_path().parent_path(), std::filesystem::perms(0755));
+    for (const unsigned fileMode : {0444u, 0666u})
+    {
+        std::filesystem::remove(beside("-journal"));
+        setModes(fileMode, 0555);
+        const int status = inChild(
+            [&]
+            {
+                // The superuser may write to anything.
+                ASSERT_TRUE(::geteuid() != 0 || ::setuid(65534) == 0);
+                const Mw::Ptr<iSettings> store = open();
+                EXPECT_EQ(get(store, "a"), "1");
+                EXPECT_TRUE(theMessages.empty());
+                EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eKeptInMemory);
+                EXPECT_EQ(store->setValue("b", "3", ""), iSettings::eKeptInMemory);
+                EXPECT_EQ(get(store, "a"), "2");
+                EXPECT_EQ(theMessages.size(), 1u);
+            });
+        EXPECT_EQ(status, 0);
+        setModes(0644, 0755);
+        EXPECT_EQ(stored("a"), "1");
+    }
 }
 
 TEST_F(Settings, aForkedProcessSaysThatItUsesNone)

@@ -25,6 +25,7 @@ public:
     double getClock() override { return clockMs(CLOCK_REALTIME) * 1e3; }
     std::int64_t getClockSeconds() override { return ::time(nullptr); }
     double getPreciseTimeMs() override { return getTimeMs(); }
+    double getCoarseTimeMs() override { return clockMs(CLOCK_MONOTONIC_COARSE) - startMs_; }
 
     void debugOutput(const char* text) override
     {

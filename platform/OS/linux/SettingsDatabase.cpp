@@ -1,13 +1,12 @@
 #include "OS/linux/SettingsDatabase.h"
 
-#include "OS/Debugger.h"
 #include "OS/FileMgr.h"
 #include "OS/OS.h"
 #include "OS/linux/NativePath.h"
-#include "OS/linux/Pause.h"
 
 #include <cerrno>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -45,25 +44,26 @@ LightweightString<char> quoted(const LightweightString<wchar_t>& path)
 
 } // namespace
 
-// Held by whoever copies or replaces the store as a file, so that no two processes do at once. If it
-// can't be had in time, it isn't held.
+// Held by whoever makes, copies or replaces the store as a file, so that no two processes do at once: a
+// transaction of a database without content.
 class SettingsDatabase::FilesLock
 {
 public:
     FilesLock(const Wide& store, double waitUntilMs)
-        : file_(OS().fileMgr().openFile(store + L".lock", iFile::eReadWrite, iFile::eOpenAlways))
     {
-        while (file_->isOpen() && !(isHeld_ = file_->lock(iFile::eLockExclusive, iFile::eTryLock)) &&
-               OS().debugger().getPreciseTimeMs() < waitUntilMs)
-            pauseBriefly();
+        code_ = connection_.open(nativePath(store + L".lock"), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+        connection_.waitUntil(waitUntilMs);
+        if (code_ == SQLITE_OK)
+            code_ = connection_.run("BEGIN EXCLUSIVE");
     }
 
-    bool isHeld() const { return isHeld_; }
-    Text error() const { return file_->lastError(); }
+    // SQLITE_OK if it is held.
+    int code() const { return code_; }
+    const SqliteConnection& connection() const { return connection_; }
 
 private:
-    const Mw::Ptr<iFile> file_;
-    bool isHeld_ = false;
+    SqliteConnection connection_;
+    int code_;
 };
 
 // Rolled back at the end of its scope unless it was committed.
@@ -126,10 +126,10 @@ SettingsDatabase::eOutcome SettingsDatabase::write(const Changes& changes, Setti
     if (!connection_.isOpen())
         if (const eOutcome created = create(); created != eDone)
             return created;
-    if (!hasCopy_ && hasTable_)
-        if (const eOutcome kept = keepCopy(); kept != eDone)
+    Text noCopyFor;
+    if (!isCopySettled_ && hasTable_)
+        if (const eOutcome kept = keepCopy(noCopyFor); kept != eDone)
             return kept;
-    hasCopy_ = true;
 
     Transaction transaction(connection_, "BEGIN IMMEDIATE");
     if (transaction.begun() != SQLITE_OK)
@@ -152,6 +152,9 @@ SettingsDatabase::eOutcome SettingsDatabase::write(const Changes& changes, Setti
     target.apply(changes);
     if (changed)
         values.replaceBy(fresh);
+    isCopySettled_ = true;
+    if (!noCopyFor.empty())
+        notice_ = Text("No copy of the settings in ") + quoted(path_) + " could be kept: " + noCopyFor;
     return eDone;
 }
 
@@ -165,9 +168,26 @@ SettingsDatabase::eOutcome SettingsDatabase::openExisting(bool& isThere)
 
 SettingsDatabase::eOutcome SettingsDatabase::create()
 {
-    if (!OS().fileMgr().ensureDirectory(Mw::directoryOf(path_)))
-        return fail(eUnusable, OS().fileMgr().lastError());
+    if (const eOutcome made = makeDirectory(); made != eDone)
+        return made;
+    const FilesLock lock(path_, waitUntilMs_);
+    if (lock.code() != SQLITE_OK)
+        return outcome(lock.connection(), lock.code(), eOpening);
     return open(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+}
+
+// SQLite flushes the directory of the files that it makes, but not those that the directory is in.
+SettingsDatabase::eOutcome SettingsDatabase::makeDirectory()
+{
+    iFileMgr& files = OS().fileMgr();
+    const Wide directory = Mw::directoryOf(path_);
+    std::vector<Wide> parents;
+    for (Wide missing = directory; !files.exists(missing) && missing != Mw::directoryOf(missing);)
+        parents.push_back(missing = Mw::directoryOf(missing));
+    bool done = files.ensureDirectory(directory);
+    for (const Wide& parent : parents)
+        done = done && files.syncDirectory(parent);
+    return done ? eDone : fail(eUnusable, files.lastError());
 }
 
 SettingsDatabase::eOutcome SettingsDatabase::open(int flags)
@@ -220,7 +240,7 @@ SettingsDatabase::eOutcome SettingsDatabase::readAll(SettingsValues& fresh)
 
     SqliteStatement rows(connection_, "SELECT section, name, value FROM settings");
     while ((code = rows.step()) == SQLITE_ROW)
-        fresh.add(rows.text(0), rows.text(1), rows.text(2));
+        fresh.add(rows.text(1), rows.text(0), rows.text(2));
     return outcome(connection_, code);
 }
 
@@ -250,8 +270,8 @@ SettingsDatabase::eOutcome SettingsDatabase::store(const Changes& changes)
     return eDone;
 }
 
-// A copy that can't be made hinders no write: the user is told, and the one before stays.
-SettingsDatabase::eOutcome SettingsDatabase::keepCopy()
+// A copy that can't be made hinders no write, and the one before stays.
+SettingsDatabase::eOutcome SettingsDatabase::keepCopy(Text& noCopyFor)
 {
     const FilesLock lock(path_, waitUntilMs_);
     const Transaction transaction(connection_, "BEGIN");
@@ -259,11 +279,13 @@ SettingsDatabase::eOutcome SettingsDatabase::keepCopy()
         return outcome(connection_, code);
     const Wide beside = path_ + L".last-good.tmp";
     iFileMgr& files = OS().fileMgr();
-    bool kept = lock.isHeld() ? copyTo(beside) == eDone : fail(eFailed, lock.error()) == eDone;
-    if (kept && !(files.rename(beside, path_ + L".last-good") && files.syncDirectory(Mw::directoryOf(path_))))
-        kept = fail(eFailed, files.lastError()) == eDone;
-    if (!kept)
-        notice_ = Text("No copy of the settings in ") + quoted(path_) + " could be kept: " + error_;
+    if (lock.code() != SQLITE_OK)
+        noCopyFor = lock.connection().error();
+    else if (copyTo(beside) != eDone)
+        noCopyFor = error_;
+    else if (!files.rename(beside, path_ + L".last-good") || !files.syncDirectory(Mw::directoryOf(path_)))
+        noCopyFor = files.lastError();
+    isCopySettled_ = noCopyFor.empty();
     return eDone;
 }
 
@@ -276,6 +298,10 @@ SettingsDatabase::eOutcome SettingsDatabase::copyTo(const Wide& copy)
     SqliteConnection target;
     if (const int code = target.open(nativePath(copy), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE); code != SQLITE_OK)
         return outcome(target, code);
+    // As private as the store.
+    struct stat info;
+    if (::stat(nativePath_.c_str(), &info) == 0)
+        ::chmod(nativePath(copy).c_str(), info.st_mode & 0777);
     sqlite3_backup* const backup = sqlite3_backup_init(target.get(), "main", connection_.get(), "main");
     sqlite3_backup_step(backup, -1);
     return outcome(target, target.keep(sqlite3_backup_finish(backup)));
@@ -285,8 +311,8 @@ SettingsDatabase::eOutcome SettingsDatabase::replaceDamaged()
 {
     close();
     const FilesLock lock(path_, waitUntilMs_);
-    if (!lock.isHeld())
-        return fail(eUnusable, lock.error());
+    if (lock.code() != SQLITE_OK)
+        return outcome(lock.connection(), lock.code(), eOpening);
     SqliteConnection damaged;
     if (const int code = damaged.open(nativePath_, SQLITE_OPEN_READWRITE); code != SQLITE_OK)
         return damaged.systemError() == ENOENT ? eDone : outcome(damaged, code, eOpening);
@@ -313,7 +339,7 @@ SettingsDatabase::eOutcome SettingsDatabase::replaceDamaged()
     notice_ = Text("The settings in ") + quoted(path_) + " were damaged, and are now in " + quoted(aside) +
               (copy.empty() ? ". There is no good copy of them: the defaults are used."
                             : ". The last good copy of them was put in their place.");
-    hasCopy_ = false;
+    isCopySettled_ = false;
     return eDone;
 }
 

@@ -64,12 +64,13 @@ private:
 
     eOutcome openExisting(bool& isThere);
     eOutcome create();
+    eOutcome makeDirectory();
     eOutcome open(int flags);
     eOutcome readIfChanged(SettingsValues& fresh, bool& changed);
     eOutcome readAll(SettingsValues& fresh);
     eOutcome makeTable();
     eOutcome store(const Changes& changes);
-    eOutcome keepCopy();
+    eOutcome keepCopy(Text& noCopyFor);
     eOutcome copyTo(const Wide& copy);
     eOutcome putInPlace(const Wide& replacement, const Wide& aside);
     bool isGoodCopy(const Wide& copy);
@@ -85,7 +86,7 @@ private:
     double waitUntilMs_ = 0;
     std::int64_t version_ = -1; // the change counter at the last read
     bool hasTable_ = false;
-    bool hasCopy_ = false;
+    bool isCopySettled_ = false; // this process has kept one, or has written without
     Text error_;
     Text notice_;
 };

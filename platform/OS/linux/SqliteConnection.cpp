@@ -2,7 +2,8 @@
 
 #include "OS/Debugger.h"
 #include "OS/OS.h"
-#include "OS/linux/Pause.h"
+
+#include <ctime>
 
 int SqliteConnection::open(const Text& path, int flags)
 {
@@ -62,7 +63,9 @@ int SqliteConnection::onBusy(void* self, int)
 {
     if (OS().debugger().getPreciseTimeMs() >= static_cast<SqliteConnection*>(self)->waitUntilMs_)
         return 0;
-    pauseBriefly();
+    // There is nothing to be woken by when another process lets go.
+    const timespec step = {0, 500'000};
+    ::nanosleep(&step, nullptr);
     return 1;
 }
 

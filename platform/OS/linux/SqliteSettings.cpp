@@ -17,6 +17,7 @@ namespace
 {
 
 constexpr double checkAfterMs = 50;
+constexpr double coarseClockLagMs = 10;
 constexpr int waitForOthersMs = 30'000;
 
 // How often a store that is damaged, or replaced by another process, is opened anew in one operation.
@@ -69,6 +70,7 @@ private:
     bool isInherited() const { return forks_ != forkCount(); }
     void refuseInherited();
     bool isReadable();
+    void checkIfDue(double lastMs);
     void check();
 
     // The steps of the owner of `lock_`.
@@ -128,11 +130,19 @@ bool SqliteSettings::isReadable()
         refuseInherited();
         return false;
     }
-    // A clock that was set back asks for a check, too.
-    const double sinceMs = nowMs() - lastCheckMs_.load(std::memory_order_acquire);
-    if (!(sinceMs >= 0 && sinceMs <= checkAfterMs)) [[unlikely]]
-        check();
+    const double lastMs = lastCheckMs_.load(std::memory_order_acquire);
+    const double sinceMs = OS().debugger().getCoarseTimeMs() - lastMs;
+    if (!(sinceMs >= -coarseClockLagMs && sinceMs <= checkAfterMs - coarseClockLagMs)) [[unlikely]]
+        checkIfDue(lastMs);
     return true;
+}
+
+void SqliteSettings::checkIfDue(double lastMs)
+{
+    // A clock that was set back asks for a check, too.
+    const double sinceMs = nowMs() - lastMs;
+    if (!(sinceMs >= 0 && sinceMs <= checkAfterMs))
+        check();
 }
 
 // Only system calls that are safe after a fork: another thread may have held any lock, the log's too.
