@@ -29,6 +29,28 @@ inline int compare(const wchar_t* a, const wchar_t* b) noexcept
     return std::wcscmp(a, b);
 }
 
+// Whether `count` characters are the same, zeros included. Texts of 8 to 64 bytes, the most common, are
+// compared by words without a call; the last word may overlap the one before.
+template <class C>
+inline bool same(const C* a, const C* b, std::size_t count) noexcept
+{
+    constexpr std::size_t wordBytes = sizeof(std::uint64_t);
+    const std::size_t sizeBytes = count * sizeof(C);
+    if (sizeBytes < wordBytes || sizeBytes > 64)
+        return std::memcmp(a, b, sizeBytes) == 0;
+    const auto wordAt = [](const C* text, std::size_t offsetBytes)
+    {
+        std::uint64_t word;
+        std::memcpy(&word, reinterpret_cast<const char*>(text) + offsetBytes, wordBytes);
+        return word;
+    };
+    const std::size_t last = sizeBytes - wordBytes;
+    for (std::size_t at = 0; at < last; at += wordBytes)
+        if (wordAt(a, at) != wordAt(b, at))
+            return false;
+    return wordAt(a, last) == wordAt(b, last);
+}
+
 // Of the first `count` characters.
 inline int compare(const char* a, const char* b, std::size_t count) noexcept
 {

@@ -21,17 +21,18 @@ namespace Mw::Exception
 class OS_API Base
 {
 public:
+    // A copy shares the texts and the lines of the stack; made from a derived one it keeps all there is.
+    Base(const Base&);
     virtual ~Base();
 
-    const char* kind_;    // the class's own name, such as "RuntimeError"
+    const char* kind_; // the class's own name, such as "RuntimeError"
     const char* message_;
-    const char* file_;    // the source path in its short form, such as "misc/Cookie"
+    const char* file_; // the source path in its short form, such as "misc/Cookie"
     int line_;
-    StackTrace stack_;    // empty if no trace was taken
+    StackTrace stack_; // empty if no trace was taken
 
 protected:
     Base(const char* kind, const char* message, const char* file, int line);
-    Base(const Base&);
     Base& operator=(const Base&);
 };
 

@@ -19,8 +19,8 @@
 // the form of paths and display texts.
 //
 // The empty string is a null handle: it has no block and calls nothing. Every other one holds a block of
-// the allocator, taken by way of TextBlocks, with its header and its text. The characters may change in place only
-// while one handle holds the block; whoever changes a shared text gets a block of its own first.
+// the allocator, taken by way of TextBlocks, with its header and its text. The characters may change in
+// place only while one handle holds the block; whoever changes a shared text gets a block of its own first.
 //
 // A block that is made has room for the smallest power of two above the length (1 gives 2, 2 and 3 give 4,
 // 40 gives 64), so repeated appending is amortised. The text "clip9" in 24 + 8 = 32 bytes:
@@ -197,7 +197,13 @@ public:
 
     friend bool operator==(const LightweightString& a, const LightweightString& b) noexcept
     {
-        return order(a.c_str(), b.c_str()) == 0;
+        // Texts of one length that agree in whole need no search for their first zeros.
+        Impl* const first = a.impl_.get();
+        Impl* const second = b.impl_.get();
+        if (first != nullptr && second != nullptr && first->length_ == second->length_ &&
+            Mw::CText::same(first->characters(), second->characters(), first->length_)) [[likely]]
+            return true;
+        return sameText(a.c_str(), b.c_str());
     }
     friend bool operator==(const LightweightString& a, const C* b) noexcept
     {
@@ -229,6 +235,7 @@ private:
     static constexpr unsigned maxLength = 0xFFFFFFFEu;
 
     static View textOf(View text) noexcept { return text.substr(0, Mw::CText::lengthWithin(text.data(), text.size())); }
+    static bool sameText(const C* a, const C* b) noexcept;
     static std::strong_ordering order(const C* a, const C* b) noexcept
     {
         return a == b ? std::strong_ordering::equal : Mw::CText::compare(a, b) <=> 0;
@@ -676,6 +683,12 @@ LightweightString<C> LightweightString<C>::substituteIn(const C* from, std::size
     }
     Traits::copy(out, rest, static_cast<std::size_t>(end() - rest));
     return result;
+}
+
+template <class C>
+bool LightweightString<C>::sameText(const C* a, const C* b) noexcept
+{
+    return order(a, b) == 0;
 }
 
 template <class C>

@@ -374,6 +374,31 @@ TYPED_TEST(LightweightStringOf, comparesWithEveryKindOfText)
     EXPECT_LT(S::compare(S().c_str(), text.c_str()), 0);
 }
 
+// Short and long texts are compared and copied in different ways: every length around the borders, with a
+// difference at every place.
+TYPED_TEST(LightweightStringOf, everyPlaceOfEveryLengthCounts)
+{
+    STRING_OF_BOTH_WIDTHS
+    std::basic_string<C> text;
+    for (unsigned length = 1; length <= 70; ++length)
+    {
+        text += static_cast<C>('a' + length % 26);
+        const S original(text);
+        ASSERT_EQ(original, S(text.c_str()));
+        ASSERT_TRUE(original == text);
+        for (unsigned place = 0; place < length; ++place)
+        {
+            S other = original;
+            other[place] = C('~');
+            ASSERT_NE(other, original) << length << " at " << place;
+            ASSERT_LT(original, other);
+        }
+        S appended = make("x");
+        appended.append(text.c_str(), length);
+        ASSERT_EQ(appended.substr(1), original);
+    }
+}
+
 TYPED_TEST(LightweightStringOf, servesAsKeyRangeAndView)
 {
     STRING_OF_BOTH_WIDTHS
