@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -128,25 +127,6 @@ TEST(Ptr, failedCastGivesNullAndKeepsTheSource)
     const auto node = Mw::dynamicCast<Node>(std::move(left));
     EXPECT_FALSE(left);
     EXPECT_EQ(node.useCount(), 1);
-}
-
-TEST(Ptr, orderAndHashFollowTheObjectsAddress)
-{
-    std::map<Mw::Ptr<Node>, int> map;
-    std::vector<Mw::Ptr<Node>> nodes;
-    for (int i = 0; i < 10; ++i)
-    {
-        nodes.push_back(Mw::makePtr<Node>());
-        map[nodes.back()] = i;
-    }
-    const Node* before = nullptr;
-    for (const auto& [node, number] : map)
-    {
-        EXPECT_TRUE(std::less<const Node*>()(before, node.get()));
-        EXPECT_EQ(nodes[static_cast<std::size_t>(number)], node);
-        before = node.get();
-    }
-    EXPECT_EQ(std::hash<Mw::Ptr<Node>>()(nodes[0]), std::hash<Node*>()(nodes[0].get()));
 }
 
 namespace
