@@ -2,6 +2,41 @@
 
 #include "misc/settings/CaselessKey.h"
 
+std::string_view ConfigTable::Keys::add(std::string_view key)
+{
+    constexpr std::size_t blockBytes = 8 * 1024;
+    const std::size_t neededBytes = key.size() + 1;
+    if (roomBytes_ < neededBytes)
+    {
+        roomBytes_ = std::max(blockBytes, neededBytes);
+        blocks_.emplace_back(new char[roomBytes_]);
+        next_ = blocks_.back().get();
+    }
+    char* const copy = next_;
+    std::copy(key.begin(), key.end(), copy);
+    copy[key.size()] = 0;
+    next_ += neededBytes;
+    roomBytes_ -= neededBytes;
+    return {copy, key.size()};
+}
+
+ConfigTable::ConfigTable(const ConfigTable& other)
+{
+    reserve(other.size());
+    bool isNew = false;
+    other.forEach([&](const Item& item) { findOrAdd(item.key, isNew) = item.entry; });
+}
+
+ConfigTable& ConfigTable::operator=(ConfigTable other) noexcept
+{
+    std::swap(keys_, other.keys_);
+    items_.swap(other.items_);
+    slots_.swap(other.slots_);
+    isInOrder_ = other.isInOrder_;
+    removed_ = other.removed_;
+    return *this;
+}
+
 std::uint32_t ConfigTable::hashOf(std::string_view key) noexcept
 {
     return static_cast<std::uint32_t>(Mw::caseless::hashOf(key) >> 32);
@@ -27,23 +62,30 @@ const ConfigEntryT* ConfigTable::find(std::string_view key) const noexcept
 
 ConfigEntryT& ConfigTable::findOrAdd(std::string_view key, bool& isNew)
 {
-    if (slots_.size() < 2 * (items_.size() + 1))
-        growSlots();
+    if (slots_.size() * 3 / 4 <= items_.size())
+        resizeSlots(std::max<std::size_t>(16, 2 * slots_.size()));
     const std::uint32_t hash = hashOf(key);
     Slot& slot = slots_[slotOf(key, hash)];
     isNew = slot.item == 0;
     if (isNew)
     {
         isInOrder_ = isInOrder_ && (items_.empty() || Mw::caseless::isBefore(items_.back().key, key));
-        items_.push_back({key, {}});
+        items_.push_back({keys_.add(key), {}});
         slot = {hash, static_cast<std::uint32_t>(items_.size())};
     }
     return items_[slot.item - 1].entry;
 }
 
-void ConfigTable::growSlots()
+void ConfigTable::reserve(std::size_t count)
 {
-    std::vector<Slot> old(std::max<std::size_t>(16, 2 * slots_.size()));
+    items_.reserve(count);
+    if (slots_.size() * 3 / 4 < count)
+        resizeSlots(std::bit_ceil(count / 3 * 4 + 4));
+}
+
+void ConfigTable::resizeSlots(std::size_t count)
+{
+    std::vector<Slot> old(count);
     old.swap(slots_);
     const std::size_t mask = slots_.size() - 1;
     for (const Slot& slot : old)
@@ -89,15 +131,9 @@ bool ConfigTable::remove(std::string_view key)
         isInOrder_ = false;
     }
     items_.pop_back();
-    isInOrder_ = isInOrder_ || items_.empty();
+    if (++removed_ > items_.size() + 100)
+        *this = ConfigTable(*this);
     return true;
-}
-
-void ConfigTable::clear() noexcept
-{
-    items_.clear();
-    slots_.clear();
-    isInOrder_ = true;
 }
 
 std::vector<const ConfigTable::Item*> ConfigTable::inOrder() const

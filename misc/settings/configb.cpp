@@ -14,6 +14,7 @@
 #include "misc/settings/ValueText.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <fstream>
 #include <limits>
@@ -49,6 +50,17 @@ std::string_view viewOrNull(char const* text) noexcept
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
+// One text for all entries of a usual type.
+LightweightString<char> sharedType(std::string_view type)
+{
+    static const auto& usual =
+        *new std::array<LightweightString<char>, 6>{"int", "double", "cookie", "bool", "IdStamp", "textdata"};
+    if (type.empty())
+        return {};
+    const auto found = std::find(usual.begin(), usual.end(), type);
+    return found != usual.end() ? *found : LightweightString<char>(type);
+}
+
 // The parts of a line, as places in it.
 struct Tokens
 {
@@ -74,14 +86,15 @@ bool Tokens::find(std::string_view line) noexcept
     start = pastSpace(0);
     if (start == line.size() || line[start] == '#')
         return false;
-    keyEnd = start;
-    while (keyEnd < line.size() && !isSpace(line[keyEnd]))
-        ++keyEnd;
+    std::size_t colon = line.size();
+    for (keyEnd = start; keyEnd < line.size() && !isSpace(line[keyEnd]); ++keyEnd)
+        if (line[keyEnd] == ':' && colon == line.size())
+            colon = keyEnd;
     valueStart = pastSpace(keyEnd);
     valueEnd = line.size();
     while (isSpace(line[valueEnd - 1]))
         --valueEnd;
-    if (const std::size_t colon = line.substr(0, keyEnd).find(':'); colon != line.npos)
+    if (colon < keyEnd)
     {
         typeEnd = keyEnd;
         keyEnd = colon;
@@ -152,11 +165,26 @@ int configb::read_from_file(std::ifstream* stream)
     readFailed_ = true;
     if (stream == nullptr || stream->peek() == std::ifstream::traits_type::eof())
         return 1;
+    reserveFor(*stream);
     stream->ignore(std::numeric_limits<std::streamsize>::max(), '\n');
     file_ = stream;
     readFailed_ = read_all() != 0;
     set_dirty(false);
     return readFailed_ ? 1 : 0;
+}
+
+// A guess that spares growing: lines of a usual length, and no more memory than the file deserves.
+void configb::reserveFor(std::ifstream& stream)
+{
+    constexpr std::streamoff usualLine = 40;
+    const std::streampos start = stream.tellg();
+    if (start < 0)
+        return stream.clear();
+    const std::streampos end = stream.seekg(0, std::ios::end).tellg();
+    stream.clear();
+    stream.seekg(start);
+    if (end > start)
+        table_.reserve(table_.size() + static_cast<std::size_t>((end - start) / usualLine));
 }
 
 int configb::read_all()
@@ -184,9 +212,10 @@ int configb::read_next_item()
             file_ = nullptr;
             return 1;
         }
-        if (isComment(line) || std::all_of(line, line + std::strlen(line), isSpace))
+        const std::string_view text(line);
+        if (isComment(line) || std::all_of(text.begin(), text.end(), isSpace))
             continue;
-        if (parseLine(line) == 1)
+        if (parseLine(line, text.size()) == 1)
             file_ = nullptr;
         return 0;
     }
@@ -263,7 +292,12 @@ bool configb::endsTable(std::string_view key) const noexcept
 
 int configb::parseLine(char* line)
 {
-    const std::string_view text(line);
+    return parseLine(line, std::strlen(line));
+}
+
+int configb::parseLine(char* line, std::size_t length)
+{
+    const std::string_view text(line, length);
     Tokens tokens;
     if (!tokens.find(text))
         return 0;
@@ -302,11 +336,10 @@ void configb::writeEntries(unsigned int indent, std::string_view prefix, std::si
     std::string text;
     const auto writeEntry = [&](const ConfigTable::Item& item)
     {
-        const std::string_view key = item.key;
-        if (!Mw::caseless::isEqual(key.substr(0, prefix.size()), prefix))
+        if (!Mw::caseless::isEqual(item.key.substr(0, prefix.size()), prefix))
             return;
         text.assign(indent, ' ');
-        text += key;
+        text += item.key;
         if (const auto& type = item.entry.type_; !isEssentiallyEmpty(type))
             (text += ':') += type;
         if (const auto& value = item.entry.value_; !isEssentiallyEmpty(value))
@@ -318,7 +351,7 @@ void configb::writeEntries(unsigned int indent, std::string_view prefix, std::si
             line(text);
         else
             LogString(
-                ("configb: left out of a text for " + std::string(reason) + ": " + item.key.c_str() + "\n").c_str());
+                ("configb: left out of a text for " + std::string(reason) + ": " + item.key.data() + "\n").c_str());
     };
     table_.forEach(writeEntry);
 }
@@ -372,12 +405,8 @@ int configb::dump(LightweightString<wchar_t> const& path) const
 void configb::pack(PStream& stream) const
 {
     stream << static_cast<unsigned int>(table_.size());
-    table_.forEach(
-        [&stream](const ConfigTable::Item& item)
-        {
-            for (const auto* const text : {&item.key, &item.entry.value_, &item.entry.type_})
-                stream.writeBinary(*text);
-        });
+    table_.forEach([&stream](const ConfigTable::Item& item)
+                   { stream << item.key.data() << item.entry.value_ << item.entry.type_; });
 }
 
 void configb::unpack(PStream& stream, unsigned char)
@@ -407,7 +436,7 @@ void configb::set(std::string_view key, std::string_view value, std::string_view
     bool isNew = false;
     ConfigEntryT& entry = table_.findOrAdd(key, isNew);
     if (isNew)
-        entry.type_ = type;
+        entry.type_ = sharedType(type);
     else if (value.data() == nullptr || (type.data() != nullptr && std::string_view(entry.type_) != type) ||
              std::string_view(entry.value_) == value)
         return;

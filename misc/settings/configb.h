@@ -159,6 +159,8 @@ public:
 private:
     // As the public form; a view without data stands for null.
     void set(std::string_view key, std::string_view value, std::string_view type);
+    int parseLine(char* line, std::size_t length);
+    void reserveFor(std::ifstream& stream);
     bool endsTable(std::string_view key) const noexcept;
 
     // What keeps an entry from being written as text; null for nothing.
