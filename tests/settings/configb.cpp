@@ -48,7 +48,7 @@ configb sample()
     table.set("Rate", 25);
     table.set("path", "C:\\Mwproj  a", nullptr);
     table.set("gain", -0.125);
-    table.set("\xC3\x84rger", "\xA0 top bit \xA0");
+    table.set("\xC3\x84rger", "\xC3\xA9lan");
     table.set("empty", "", "int");
     table.set("black", video_black);
     table.set("autosave", true);
@@ -218,7 +218,7 @@ TEST_F(ConfigB, textOfTheFormatsPage)
                              "  note:textdata a: b # c\n"
                              "  path C:\\Mwproj  a\n"
                              "  Rate:int 25\n"
-                             "  \xC3\x84rger \xA0 top bit \xA0\n"
+                             "  \xC3\x84rger \xC3\xA9lan\n"
                              "}";
     EXPECT_EQ(sample().asString(), text);
     TextFile file;
