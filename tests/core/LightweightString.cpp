@@ -55,7 +55,7 @@ TYPED_TEST_SUITE(LightweightStringOf, Widths);
 
 #define STRING_OF_BOTH_WIDTHS                                                                                          \
     using C [[maybe_unused]] = TypeParam;                                                                              \
-    using S = LightweightString<C>;                                                                                    \
+    using S [[maybe_unused]] = LightweightString<C>;                                                                   \
     [[maybe_unused]] const auto make = [](const char* text) { return TestFixture::make(text); };
 
 // The example of the header, byte by byte.
