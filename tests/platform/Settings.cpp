@@ -88,6 +88,16 @@ TEST_F(Settings, valuesReadBackAsTheyWereStored)
     EXPECT_EQ(get(store, "gone"), "(none)");
 }
 
+TEST_F(Settings, theFileHasTheDocumentedForm)
+{
+    put("QA Splat", "1");
+    EXPECT_EQ(bytes(file()).substr(60, 4) + bytes(file()).substr(68, 4), std::string("\0\0\0\1MwSt", 8));
+    EXPECT_EQ(sqlite(file(), "INSERT INTO settings (section, name, value) VALUES ('Section', 'Name', 'value');"
+                             "UPDATE settings SET value = '2' WHERE section = '' AND name = 'QA Splat'"),
+              SQLITE_OK);
+    EXPECT_EQ(stored("QA Splat") + get(open(), "Name", "Section"), "2value");
+}
+
 TEST_F(Settings, othersChangesAreSeenAfterFiftyMillisecondsAndNoCallIsMadeBefore)
 {
     SqliteFaults layer;

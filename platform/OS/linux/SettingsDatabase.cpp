@@ -21,8 +21,8 @@ constexpr const char* theTable = "CREATE TABLE settings (section TEXT NOT NULL, 
                                  "PRAGMA application_id = 0x4D775374;"
                                  "PRAGMA user_version = 1;";
 
-// Truncating the journal, other than deleting it, is flushed at this level: a write that has ended stays
-// after a loss of power.
+// The end of a write is that its journal is truncated, which is flushed at this level of synchronous, while
+// deleting the journal is not: a write that has ended outlives a loss of power.
 constexpr const char* theWays = "PRAGMA synchronous = FULL;"
                                 "PRAGMA cell_size_check = ON;"
                                 "PRAGMA journal_mode = TRUNCATE;";
@@ -303,6 +303,8 @@ SettingsDatabase::eOutcome SettingsDatabase::copyTo(const Wide& copy)
     if (::stat(nativePath_.c_str(), &info) == 0)
         ::chmod(nativePath(copy).c_str(), info.st_mode & 0777);
     sqlite3_backup* const backup = sqlite3_backup_init(target.get(), "main", connection_.get(), "main");
+    if (backup == nullptr)
+        return outcome(target, target.keep(sqlite3_extended_errcode(target.get())));
     sqlite3_backup_step(backup, -1);
     return outcome(target, target.keep(sqlite3_backup_finish(backup)));
 }
@@ -324,13 +326,11 @@ SettingsDatabase::eOutcome SettingsDatabase::replaceDamaged()
         return state;
 
     Wide copy = path_ + L".last-good";
-    if (OS().fileMgr().exists(copy) && !isGoodCopy(copy))
-    {
-        if (!OS().fileMgr().rename(copy, setAsideName(copy)))
-            return fail(eUnusable, OS().fileMgr().lastError());
-        copy.clear();
-    }
-    else if (!OS().fileMgr().exists(copy))
+    const bool isThere = OS().fileMgr().exists(copy);
+    const bool isGood = isThere && isGoodCopy(copy);
+    if (isThere && !isGood && !OS().fileMgr().rename(copy, setAsideName(copy)))
+        return fail(eUnusable, OS().fileMgr().lastError());
+    if (!isGood)
         copy.clear();
 
     const Wide aside = setAsideName(path_);

@@ -211,7 +211,10 @@ SqliteSettings::Database::eOutcome SqliteSettings::attempt(Step step)
 SqliteSettings::Database::eOutcome SqliteSettings::refresh()
 {
     if (isInMemory_)
+    {
+        lastCheckMs_.store(nowMs(), std::memory_order_release);
         return Database::eDone;
+    }
     const Database::eOutcome outcome = attempt([this] { return database_.refresh(values_); });
     takeNotice();
     if (outcome == Database::eUnusable || (outcome != Database::eDone && !isLoaded_))
