@@ -14,6 +14,8 @@
 namespace
 {
 
+constexpr char told[] = "another process has written ";
+
 class NumberFile : public testing::Test
 {
 protected:
@@ -90,16 +92,20 @@ TEST_F(NumberFile, holdsWhatWasPromisedWhenItsWriterIsKilled)
     }
 }
 
-TEST_F(NumberFile, oneOfTwoProcessesAlwaysKnowsThatItWroteLast)
+TEST_F(NumberFile, whoeverOverwritesAnotherProcessSaysSo)
 {
     constexpr int writes = 40;
-    const struct
+    struct Process
     {
         const char* name;
         int first;
+        std::string log{};
+
+        std::string last() const { return std::to_string(first + writes); }
+        bool tells(const std::string& number) const { return log.find(told + number + " ") != log.npos; }
     } processes[] = {{"a", 1000}, {"b", 500000}};
 
-    for (const auto& process : processes)
+    for (const Process& process : processes)
     {
         begin(process.name, process.first);
         startProcess(folder_.path() / process.name,
@@ -116,11 +122,20 @@ TEST_F(NumberFile, oneOfTwoProcessesAlwaysKnowsThatItWroteLast)
     }
     while (::wait(nullptr) > 0)
         ;
+    for (Process& process : processes)
+        process.log = read(process.name);
 
-    const auto last = [&](int i) { return std::to_string(processes[i].first + writes); };
+    // A process that does not find the number that it wrote last was overwritten, and the other has told of it.
+    const auto check = [&](const Process& process, const Process& other)
+    {
+        for (int number = process.first + 1; number < process.first + writes; ++number)
+            if (process.log.find("which becomes " + std::to_string(number + 1) + ".") != process.log.npos)
+                EXPECT_TRUE(other.tells(std::to_string(number))) << number;
+    };
+    check(processes[0], processes[1]);
+    check(processes[1], processes[0]);
     const std::string number = read("cookie.num");
-    ASSERT_TRUE(number == last(0) || number == last(1)) << number;
-    const int winner = number == last(0) ? 0 : 1;
-    EXPECT_NE(read(processes[winner].name).find("another process has written " + last(1 - winner) + " "),
-              std::string::npos);
+    ASSERT_TRUE(number == processes[0].last() || number == processes[1].last()) << number;
+    const bool firstWon = number == processes[0].last();
+    EXPECT_TRUE(processes[firstWon ? 0 : 1].tells(processes[firstWon ? 1 : 0].last()));
 }
