@@ -28,18 +28,6 @@ struct DtorTraits
 namespace detail
 {
 
-// Counts down; true when this was the last reference, and the count is then 0. The only owner needs no
-// locked instruction: nobody else can hold, and so copy, a reference.
-inline bool dropCount(int* count) noexcept
-{
-    if (OS().atomics().load(count) == 1)
-    {
-        *count = 0;
-        return true;
-    }
-    return OS().atomics().decrement(count) == 0;
-}
-
 template <class T>
 concept HasOwnCount = requires(T& object)
 {
@@ -47,6 +35,22 @@ concept HasOwnCount = requires(T& object)
         &object.refCount_
         } -> std::same_as<int*>;
 };
+
+// Counts down; true when this was the last reference, and the count is then 0. Blocks with a count of their
+// own, such as those of strings, mostly have one owner, who needs no locked instruction: nobody else can
+// hold, and so copy, a reference. For objects, which are mostly shared, that look at the count would cost two
+// threads that meet there half as much again.
+template <class T>
+bool dropCount(int* count) noexcept
+{
+    if constexpr (HasOwnCount<T>)
+        if (OS().atomics().load(count) == 1)
+        {
+            *count = 0;
+            return true;
+        }
+    return OS().atomics().decrement(count) == 0;
+}
 
 } // namespace detail
 
@@ -206,7 +210,7 @@ private:
         // True if it was the last one, and the object is gone.
         bool release() const noexcept
         {
-            if (object_ == nullptr || !detail::dropCount(count_))
+            if (object_ == nullptr || !detail::dropCount<T>(count_))
                 return false;
             RefCountTraitsT::releaseCount(count_);
             DtorTraitsT::destroy(object_);
