@@ -13,7 +13,8 @@ constexpr const char* usage =
     "\n"
     "  FILTER             an area (handles, strings, cookie, timecode, log) or part of a case's name\n"
     "  --json FILE        writes the table as JSON to FILE too\n"
-    "  --check            ends with status 1 if a row misses its aim by more than a tenth\n"
+    "  --check            ends with status 1 if a row misses its aim by more than a tenth, measured again with\n"
+    "                     three times the samples\n"
     "  --list             lists the cases and what they measure, and runs nothing\n"
     "  --sides            shows every side of each case, not only the best peer\n"
     "  --repetitions N    samples of each side, 11 or more (21)\n";
@@ -102,6 +103,8 @@ int main(int count, char** values)
     for (const bench::Case& each : cases)
     {
         rows.push_back(bench::measure(each, arguments.settings));
+        if (arguments.check && rows.back().missesAim())
+            rows.back() = bench::measure(each, {arguments.settings.repetitions * 3, arguments.settings.sampleNs});
         bench::printRow(stdout, rows.back(), arguments.sides);
     }
 
