@@ -1,18 +1,18 @@
 // Area settings: what a config_int costs, and a configuration table as text.
 //
 // Workload: bench/settings.h. Values equal the default that is asked with, since a difference is logged.
-// The store is the one on disk, with 1,000 values; the legacy file lies over it with another 1,000. Texts
-// are read from a file that the system holds in memory, and what was read is dropped within the measured
-// time.
+// The store is the one on disk, with 1,000 values. The legacy file with its 1,000 lies over the same store
+// in a configuration of its own, since the process reads the one of GlobalConfig() only once. Texts are
+// read from a file that the system holds in memory, and what was read is dropped within the measured time.
 
 #include "bench/settings.h"
 
 #include "OS/Desktop.h"
-#include "OS/FileMgr.h"
 #include "OS/OS.h"
 #include "bench/harness/Keep.h"
 #include "bench/harness/Registry.h"
 #include "libmw/Text.h"
+#include "misc/settings/RegistryConfig.h"
 #include "misc/settings/config.h"
 #include "misc/settings/configb.h"
 
@@ -79,7 +79,7 @@ const std::vector<std::string>& names()
 
 const std::vector<std::string>& absentNames()
 {
-    static const auto result = makeNames("no.");
+    static const auto result = makeNames("recent.");
     return result;
 }
 
@@ -132,40 +132,54 @@ std::string configbOf(const Pairs& entries)
     return text + "}\n";
 }
 
-// Names that the store holds; those in the legacy file are without this start.
-const std::vector<std::string>& storedNames()
-{
-    static const auto result = makeNames("st.");
-    return result;
-}
-
-// Before anybody asks for a setting: GlobalConfig() reads its legacy file once.
+// Before anybody asks for a setting: the directories are looked up once.
 void prepareGlobalConfig()
 {
-    const std::string application = toUTF8(OS().fileMgr().getApplicationName()).c_str();
-    std::filesystem::create_directory(folder() / application);
-    Pairs legacy;
-    for (const std::string& name : names())
-        legacy.emplace_back(name, std::to_string(value));
-    writeFile(application + "/config.dat", configbOf(legacy));
     ::setenv("MW_CONFIG_DIR", folder().c_str(), 1);
     ::setenv("MW_MACHINE_CONFIG_DIR", folder().c_str(), 1);
-
     std::vector<iSettings::Change> changes;
-    for (const std::string& name : storedNames())
+    for (const std::string& name : names())
         changes.push_back({name.c_str(), "", std::to_string(value).c_str()});
     OS().desktop().openSettings(L"config.dat", iDesktop::eMachineSettings)->apply(changes);
 }
 
-void addLookup(bench::Registry& registry, const char* caseName, const char* what, const std::vector<std::string>& asked)
+const RegistryConfig& withLegacyFile()
+{
+    static const RegistryConfig config = []
+    {
+        Pairs legacy;
+        for (const std::string& name : names())
+            legacy.emplace_back(name, std::to_string(value));
+        const std::string path = writeFile("legacy.dat", configbOf(legacy));
+        return RegistryConfig(Mw::currentSettings(L"config.dat", iDesktop::eMachineSettings), fromUTF8(path.c_str()));
+    }();
+    return config;
+}
+
+template <class Ask>
+void addLookup(bench::Registry& registry, const char* caseName, const char* what, const std::vector<std::string>& asked,
+               Ask ask)
 {
     registry.declare({caseName, what, {{1.0, bench::bestPeer}, {1.0 / 3, "QSettings"}}});
     registry.ours(caseName,
-                  [&asked, i = std::size_t(0)]() mutable
+                  [&asked, ask, i = std::size_t(0)]() mutable
                   {
-                      bench::keepNumber(config_int(asked[i].c_str(), value));
+                      bench::keepNumber(ask(asked[i].c_str()));
                       i = i + 1 < asked.size() ? i + 1 : 0;
                   });
+}
+
+void addLookups(bench::Registry& registry)
+{
+    const auto fromGlobal = [](const char* name) { return config_int(name, value); };
+    const auto fromLegacy = [](const char* name) { return withLegacyFile().getValue(name, value, ""); };
+    addLookup(registry, "settings/config_int of an absent key",
+              "Asks for one setting that nobody set, beside a thousand, and gets the default.", absentNames(),
+              fromGlobal);
+    addLookup(registry, "settings/config_int from the store",
+              "Asks for one setting of a thousand in the store on disk.", names(), fromGlobal);
+    addLookup(registry, "settings/config_int from a legacy file",
+              "Asks for one setting of a thousand in the legacy file.", names(), fromLegacy);
 }
 
 void addTexts(bench::Registry& registry)
@@ -203,12 +217,7 @@ const bench::Registration registration(
     [](bench::Registry& registry)
     {
         prepareGlobalConfig();
-        addLookup(registry, "settings/config_int of an absent key",
-                  "Asks for one setting of a thousand that nobody set, and gets the default.", absentNames());
-        addLookup(registry, "settings/config_int from the store",
-                  "Asks for one setting of a thousand in the store on disk.", storedNames());
-        addLookup(registry, "settings/config_int from a legacy file",
-                  "Asks for one setting of a thousand in the legacy file.", names());
+        addLookups(registry);
         addTexts(registry);
     });
 

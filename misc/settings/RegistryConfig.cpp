@@ -18,6 +18,17 @@ RegistryConfig& makeImmortal(const wchar_t* fileName, iDesktop::eSettingsOwner o
     return *new RegistryConfig(Mw::currentSettings(fileName, owner), OS().fileMgr().findConfigurationFile(fileName));
 }
 
+// Parses a value where the store keeps it.
+template <class T, class Parse>
+struct Parser final : iSettings::Reader
+{
+    T value;
+    Parse parse;
+
+    Parser(const T& dflt, Parse parse) : value(dflt), parse(parse) {}
+    void read(const LightweightString<char>& text) override { value = parse(text); }
+};
+
 } // namespace
 
 RegistryConfig::RegistryConfig(Mw::Ptr<iSettings> settings, const LightweightString<wchar_t>& legacyPath)
@@ -27,27 +38,28 @@ RegistryConfig::RegistryConfig(Mw::Ptr<iSettings> settings, const LightweightStr
         legacy_ = Mw::makePtr<configb>(toUTF8(legacyPath).c_str());
 }
 
-char const* RegistryConfig::legacyValue(std::string_view key, std::string_view section) const noexcept
+const RegistryConfig::Text* RegistryConfig::legacyValue(std::string_view key, std::string_view section) const noexcept
 {
     if (!legacy_ || !section.empty() || key.empty())
         return nullptr;
     const ConfigEntryT* const entry = legacy_->find_var(key);
-    return entry != nullptr && !entry->value_.empty() ? entry->value_.c_str() : nullptr;
+    return entry != nullptr && !entry->value_.empty() ? &entry->value_ : nullptr;
 }
 
 template <class T, class Parse>
 T RegistryConfig::parsed(std::string_view key, const T& dflt, std::string_view section, Parse parse) const
 {
-    if (char const* const legacy = legacyValue(key, section))
-        return parse(legacy);
-    Text stored;
-    return settings_->findValue(key, section, stored) ? parse(stored.c_str()) : dflt;
+    if (const Text* const legacy = legacyValue(key, section))
+        return parse(*legacy);
+    Parser<T, Parse> parser(dflt, parse);
+    settings_->readValue(key, section, parser);
+    return parser.value;
 }
 
 RegistryConfig::Text RegistryConfig::getValue(std::string_view key, const Text& dflt, std::string_view section) const
 {
-    if (char const* const legacy = legacyValue(key, section))
-        return legacy;
+    if (const Text* const legacy = legacyValue(key, section))
+        return *legacy;
     Text value = dflt;
     settings_->findValue(key, section, value);
     return value;
@@ -65,7 +77,7 @@ int RegistryConfig::getValue(std::string_view key, int dflt, std::string_view se
 
 bool RegistryConfig::getValue(std::string_view key, bool dflt, std::string_view section) const
 {
-    return parsed(key, dflt, section, [dflt](char const* text) { return Mw::valuetext::toBool(text, dflt); });
+    return parsed(key, dflt, section, [dflt](std::string_view text) { return Mw::valuetext::toBool(text, dflt); });
 }
 
 double RegistryConfig::getValue(std::string_view key, double dflt, std::string_view section) const
@@ -75,7 +87,7 @@ double RegistryConfig::getValue(std::string_view key, double dflt, std::string_v
 
 Cookie RegistryConfig::getValue(std::string_view key, const Cookie& dflt, std::string_view section) const
 {
-    return parsed(key, dflt, section, [](char const* text) { return Cookie(text, false); });
+    return parsed(key, dflt, section, [](const Text& text) { return Cookie(text.c_str(), false); });
 }
 
 RegistryConfig::eSource RegistryConfig::sourceOf(std::string_view key, std::string_view section) const

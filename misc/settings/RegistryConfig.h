@@ -75,7 +75,7 @@ public:
 
 private:
     // The legacy file's value, null if it has none that counts.
-    char const* legacyValue(std::string_view key, std::string_view section) const noexcept;
+    const Text* legacyValue(std::string_view key, std::string_view section) const noexcept;
 
     // Parses the text in force; the default where there is none.
     template <class T, class Parse>

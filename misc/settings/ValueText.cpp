@@ -17,12 +17,12 @@ namespace
 {
 
 // What from_chars takes of what strtol and strtod take: without white space and a plus sign.
-std::string_view numberIn(char const* text) noexcept
+std::string_view numberIn(std::string_view text) noexcept
 {
-    while (isSpace(*text))
-        ++text;
-    if (text[0] == '+' && text[1] != '-')
-        ++text;
+    while (!text.empty() && isSpace(text[0]))
+        text.remove_prefix(1);
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-')
+        text.remove_prefix(1);
     return text;
 }
 
@@ -42,7 +42,7 @@ std::from_chars_result readDouble(std::string_view text, T& value) noexcept
 
 } // namespace
 
-long toLong(char const* text) noexcept
+long toLong(std::string_view text) noexcept
 {
     const std::string_view number = numberIn(text);
     long value = 0;
@@ -51,13 +51,13 @@ long toLong(char const* text) noexcept
     return value;
 }
 
-int toInt(char const* text) noexcept
+int toInt(std::string_view text) noexcept
 {
     using Int = std::numeric_limits<int>;
     return static_cast<int>(std::clamp<long>(toLong(text), Int::min(), Int::max()));
 }
 
-double toDouble(char const* text) noexcept
+double toDouble(std::string_view text) noexcept
 {
     const std::string_view number = numberIn(text);
     double value = 0;

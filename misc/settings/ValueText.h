@@ -21,9 +21,9 @@ constexpr bool isSpace(char c) noexcept
 
 // As strtol base 10 and strtod: the number that the text begins with, 0 if there is none. One that doesn't
 // fit is the nearest that does.
-long toLong(char const* text) noexcept;
-int toInt(char const* text) noexcept;
-double toDouble(char const* text) noexcept;
+long toLong(std::string_view text) noexcept;
+int toInt(std::string_view text) noexcept;
+double toDouble(std::string_view text) noexcept;
 
 // `otherwise` for all but "true" and "false".
 bool toBool(std::string_view text, bool otherwise) noexcept;

@@ -29,6 +29,10 @@ public:
     {
         return store().findValue(key, section, value);
     }
+    bool readValue(std::string_view key, std::string_view section, Reader& reader) override
+    {
+        return store().readValue(key, section, reader);
+    }
     int apply(const std::vector<Change>& changes) override { return store().apply(changes); }
     void getSections(std::vector<LightweightString<char>>& result) override { store().getSections(result); }
     LightweightString<char> lastError() override { return store().lastError(); }

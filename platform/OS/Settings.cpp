@@ -15,6 +15,15 @@ LightweightString<char> iSettings::getValue(const LightweightString<char>& key,
     return value;
 }
 
+bool iSettings::readValue(std::string_view key, std::string_view section, Reader& reader)
+{
+    LightweightString<char> value;
+    const bool found = findValue(key, section, value);
+    if (found)
+        reader.read(value);
+    return found;
+}
+
 int iSettings::removeValue(const LightweightString<char>& key, const LightweightString<char>& section)
 {
     return apply({{key, section, std::nullopt}});

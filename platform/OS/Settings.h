@@ -57,6 +57,20 @@ public:
     // alone, if there is none.
     virtual bool findValue(std::string_view key, std::string_view section, LightweightString<char>& value) = 0;
 
+    // Is shown a value where the store keeps it. It calls no store meanwhile.
+    class Reader
+    {
+    public:
+        virtual void read(const LightweightString<char>& value) = 0;
+
+    protected:
+        ~Reader() = default;
+    };
+
+    // The same for who only parses the text: no handle is made. False, with the reader not called, if there
+    // is no value.
+    virtual bool readValue(std::string_view key, std::string_view section, Reader& reader);
+
     // Makes all the changes, in their order, as one: readers, and the disk whatever happens to it, see
     // either none or all. Gives an eResult.
     virtual int apply(const std::vector<Change>& changes) = 0;

@@ -78,6 +78,15 @@ bool SettingsValues::find(std::string_view key, std::string_view section, Text& 
     return found != nullptr;
 }
 
+bool SettingsValues::read(std::string_view key, std::string_view section, iSettings::Reader& reader) const
+{
+    const std::shared_lock lock(mutex_);
+    const Entry* const found = values_.find(key, section);
+    if (found != nullptr)
+        reader.read(found->value);
+    return found != nullptr;
+}
+
 void SettingsValues::list(std::vector<iSettings::NameValuePair>& result, std::string_view section) const
 {
     const auto first = static_cast<std::ptrdiff_t>(result.size());

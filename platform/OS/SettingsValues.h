@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OS/ReaderLock.h"
 #include "OS/Settings.h"
 
 #include <cstdint>
@@ -11,8 +12,9 @@ class SettingsValues
 public:
     using Text = LightweightString<char>;
 
-    // As iSettings::findValue, getMultipleValues and getSections.
+    // As iSettings::findValue, readValue, getMultipleValues and getSections.
     bool find(std::string_view key, std::string_view section, Text& value) const;
+    bool read(std::string_view key, std::string_view section, iSettings::Reader& reader) const;
     void list(std::vector<iSettings::NameValuePair>& result, std::string_view section) const;
     void listSections(std::vector<Text>& result) const;
 
@@ -59,6 +61,6 @@ private:
 
     static std::size_t hashOf(std::string_view key, std::string_view section);
 
-    mutable std::shared_mutex mutex_;
+    mutable ReaderLock mutex_;
     Table values_;
 };

@@ -51,6 +51,11 @@ public:
         return isReadable() && values_.find(key, section, value);
     }
 
+    bool readValue(std::string_view key, std::string_view section, Reader& reader) override
+    {
+        return isReadable() && values_.read(key, section, reader);
+    }
+
     void getSections(std::vector<LightweightString<char>>& result) override
     {
         if (isReadable())
