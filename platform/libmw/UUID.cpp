@@ -1,10 +1,11 @@
 #include "libmw/UUID.h"
 
 #include "OS/ForkCount.h"
-#include "libmw/ChaCha20.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cerrno>
 #include <cstring>
 #include <iterator>
 #include <sys/random.h>
@@ -85,8 +86,7 @@ UUID::Words parse(const char* text) noexcept
     return good ? UUID::Words{a, b, c, d} : UUID::Words{};
 }
 
-// Random identities in stock. Each stock is spun from a fresh key of the kernel's: asking the kernel for
-// every identity, or only for the bytes of all of them, takes several times as long. A forked child has a
+// Random values of the kernel in stock: asking for each would cost ten times as much. A forked child has a
 // copy of its parent's stock and throws it away.
 class Stock
 {
@@ -100,41 +100,39 @@ public:
             refill();
             forks_ = forks;
         }
-        return UUID(values_[--left_]);
+        UUID::Words words = values_[--left_];
+        words[1] = (words[1] & 0xFFFF0FFFu) | 0x00004000u; // version 4
+        words[2] = (words[2] & 0x3FFFFFFFu) | 0x80000000u; // variant of RFC 4122
+        return UUID(words);
     }
 
 private:
     void refill()
     {
-        ChaCha20::State state;
-        std::copy(std::begin(ChaCha20::constants), std::end(ChaCha20::constants), state.begin());
-        takeKey(state.data() + 4, 12 * sizeof state[0]);
-        for (left_ = 0; left_ < values_.size(); state[ChaCha20::counter] += 4)
+        left_ = values_.size();
+        char* const begin = reinterpret_cast<char*>(values_.data());
+        for (std::size_t filled = 0; filled < sizeof values_;)
         {
-            ChaCha20::Lanes words[16];
-            ChaCha20::blocks(state, words);
-            for (const ChaCha20::Lanes& made : words)
-            {
-                constexpr ChaCha20::Lanes random{~0u, 0xFFFF0FFFu, 0x3FFFFFFFu, ~0u};
-                constexpr ChaCha20::Lanes version4{0, 0x00004000u, 0x80000000u, 0};
-                const ChaCha20::Lanes value = (made & random) | version4;
-                std::memcpy(&values_[left_++], &value, sizeof value);
-            }
+            const ssize_t got = ::getrandom(begin + filled, sizeof values_ - filled, 0);
+            if (got > 0)
+                filled += static_cast<std::size_t>(got);
+            else if (errno != EINTR)
+                return refillWithoutKernel();
         }
     }
 
-    // Key, counter and nonce: so short that the kernel gives all or nothing, uninterrupted.
-    static void takeKey(void* key, std::size_t sizeBytes)
+    // Where a sandbox forbids the call.
+    void refillWithoutKernel()
     {
-        if (::getrandom(key, sizeBytes, 0) == static_cast<ssize_t>(sizeBytes))
-            return;
-        // Where a sandbox forbids the call.
-        uuid_t bytes[3];
-        for (uuid_t& part : bytes)
-            uuid_generate_random(part);
-        std::memcpy(key, bytes, sizeBytes);
+        for (UUID::Words& value : values_)
+        {
+            uuid_t bytes;
+            uuid_generate_random(bytes);
+            std::memcpy(&value, bytes, sizeof value);
+        }
     }
 
+    // A page: the kernel gives larger pieces no faster.
     std::array<UUID::Words, 256> values_{};
     std::size_t left_ = 0;
     unsigned forks_ = 0;

@@ -34,8 +34,7 @@ public:
     LIBMW_API explicit UUID(const wchar_t* text) noexcept;
     LIBMW_API static UUID fromText(std::string_view text) noexcept;
 
-    // A new random value (version 4), from keys of the kernel's source of randomness; a forked child takes
-    // a key of its own.
+    // A new random value (version 4) from the kernel's source of randomness, also in a forked child.
     LIBMW_API static UUID generate();
 
     // Whether this is an identity at all: nil, and so what an invalid text gave, is not.
