@@ -13,6 +13,8 @@
 #include "libmw/Text.h"
 #include "misc/base/strxcmp.h"
 
+#include <functional>
+
 namespace
 {
 
@@ -74,8 +76,6 @@ void addLimits(bench::Registry& registry)
 void addValues(bench::Registry& registry)
 {
     static String forty(bench::texts::forty);
-    static String same(bench::texts::forty);
-    static String later(bench::texts::fortyLater);
 
     registry.ours("strings/copy 40 characters",
                   []
@@ -90,17 +90,11 @@ void addValues(bench::Registry& registry)
                       bench::keep(made);
                   });
     registry.ours("strings/equality of 40 characters",
-                  []
-                  {
-                      bench::keep(forty);
-                      bench::keepNumber(forty == same);
-                  });
+                  [pairs = bench::texts::Pairs<String>(bench::texts::forty, bench::texts::forty)]() mutable
+                  { pairs.next(std::equal_to<>()); });
     registry.ours("strings/order of 40 characters",
-                  []
-                  {
-                      bench::keep(forty);
-                      bench::keepNumber(forty < later);
-                  });
+                  [pairs = bench::texts::Pairs<String>(bench::texts::forty, bench::texts::fortyLater)]() mutable
+                  { pairs.next(std::less<>()); });
 }
 
 void addWork(bench::Registry& registry)

@@ -3,15 +3,49 @@
 // What the cases of strings are given, the same for all sides: texts as they come up in an editing
 // program, built once.
 
+#include "bench/harness/Keep.h"
+
 #include <array>
+#include <cstddef>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace bench::texts
 {
 
 inline constexpr const char* forty = "Interview with the director, take 17 A B";
 inline constexpr const char* fortyLater = "Interview with the director, take 17 A C"; // differs in the last
+
+// Pairs of equal content, compared in turn: how fast one comparison is depends on where its texts happen to
+// lie, and no side is to owe its row to that.
+template <class S>
+class Pairs
+{
+public:
+    Pairs(const char* first, const char* second)
+    {
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            first_.push_back(S(first));
+            second_.push_back(S(second));
+        }
+    }
+
+    template <class Compare>
+    void next(Compare compare)
+    {
+        at_ = (at_ + 1) % count;
+        keepNumber(compare(first_[at_], second_[at_]));
+    }
+
+private:
+    static constexpr std::size_t count = 32;
+
+    std::vector<S> first_;
+    std::vector<S> second_;
+    std::size_t at_ = 0;
+};
 
 inline constexpr char appendedCharacter = 'x';
 inline constexpr const char* appendedSixteen = "take 0017 cam A ";

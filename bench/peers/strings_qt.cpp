@@ -8,14 +8,14 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace
 {
 
 void addValues(bench::Registry& registry)
 {
     static QString forty = QString::fromUtf8(bench::texts::forty);
-    static QString same(forty.constData(), forty.size());
-    static QString later = QString::fromUtf8(bench::texts::fortyLater);
 
     registry.peer("strings/copy 40 characters", "QString",
                   []
@@ -30,17 +30,11 @@ void addValues(bench::Registry& registry)
                       bench::keep(made);
                   });
     registry.peer("strings/equality of 40 characters", "QString",
-                  []
-                  {
-                      bench::keep(forty);
-                      bench::keepNumber(forty == same);
-                  });
+                  [pairs = bench::texts::Pairs<QString>(bench::texts::forty, bench::texts::forty)]() mutable
+                  { pairs.next(std::equal_to<>()); });
     registry.peer("strings/order of 40 characters", "QString",
-                  []
-                  {
-                      bench::keep(forty);
-                      bench::keepNumber(forty < later);
-                  });
+                  [pairs = bench::texts::Pairs<QString>(bench::texts::forty, bench::texts::fortyLater)]() mutable
+                  { pairs.next(std::less<>()); });
 }
 
 void addWork(bench::Registry& registry)

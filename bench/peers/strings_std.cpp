@@ -4,6 +4,7 @@
 #include "bench/harness/Registry.h"
 #include "bench/strings.h"
 
+#include <functional>
 #include <vector>
 
 namespace
@@ -35,8 +36,6 @@ std::vector<std::string> split(const std::string& text, char separator)
 void addValues(bench::Registry& registry)
 {
     static std::string forty(bench::texts::forty);
-    static std::string same(bench::texts::forty);
-    static std::string later(bench::texts::fortyLater);
 
     registry.peer("strings/copy 40 characters", "std::string",
                   []
@@ -51,17 +50,11 @@ void addValues(bench::Registry& registry)
                       bench::keep(made);
                   });
     registry.peer("strings/equality of 40 characters", "std::string",
-                  []
-                  {
-                      bench::keep(forty);
-                      bench::keepNumber(forty == same);
-                  });
+                  [pairs = bench::texts::Pairs<std::string>(bench::texts::forty, bench::texts::forty)]() mutable
+                  { pairs.next(std::equal_to<>()); });
     registry.peer("strings/order of 40 characters", "std::string",
-                  []
-                  {
-                      bench::keep(forty);
-                      bench::keepNumber(forty < later);
-                  });
+                  [pairs = bench::texts::Pairs<std::string>(bench::texts::forty, bench::texts::fortyLater)]() mutable
+                  { pairs.next(std::less<>()); });
 }
 
 void addWork(bench::Registry& registry)
