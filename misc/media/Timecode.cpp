@@ -124,9 +124,9 @@ char* writeLongNumber(char* out, int value)
 }
 
 // At least two digits with `padded`.
-char* writeNumber(char* out, int value, bool padded)
+[[gnu::always_inline]] inline char* writeNumber(char* out, int value, bool padded)
 {
-    if (value >= 100)
+    if (value >= 100) [[unlikely]]
         return writeLongNumber(out, value);
     if (value >= 10 || padded)
         return writeTwoDigits(out, value);
