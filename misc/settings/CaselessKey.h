@@ -1,12 +1,11 @@
 #pragma once
 
 #include "Mw/CText.h"
+#include "Mw/WordHash.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 // Keys whose letters A to Z have no case, eight characters at a time: order, equality and hash. Any thread.
@@ -24,34 +23,15 @@ constexpr std::uint64_t folded(std::uint64_t word) noexcept
     return word | ((fromA & ~pastZ & ~word & each * 0x80) >> 2);
 }
 
-template <class Word>
-Word load(const char* text) noexcept
-{
-    Word word;
-    std::memcpy(&word, text, sizeof word);
-    return word;
-}
-
-// Up to seven characters as one word; texts of one length give the same word if they are the same.
-inline std::uint64_t shortWord(const char* text, std::size_t length) noexcept
-{
-    if (length >= 4)
-        return load<std::uint32_t>(text) | std::uint64_t(load<std::uint32_t>(text + length - 4)) << 32;
-    if (length == 0)
-        return 0;
-    const auto byteAt = [text](std::size_t at) { return std::uint64_t(static_cast<unsigned char>(text[at])); };
-    return byteAt(0) | byteAt(length / 2) << 8 | byteAt(length - 1) << 16;
-}
-
 inline bool isEqual(std::string_view a, std::string_view b) noexcept
 {
     const std::size_t length = a.size();
     if (length != b.size())
         return false;
     if (length < 8)
-        return folded(shortWord(a.data(), length)) == folded(shortWord(b.data(), length));
+        return folded(words::shortWord(a.data(), length)) == folded(words::shortWord(b.data(), length));
     const auto isEqualAt = [&](std::size_t at)
-    { return folded(load<std::uint64_t>(a.data() + at)) == folded(load<std::uint64_t>(b.data() + at)); };
+    { return folded(words::load<std::uint64_t>(a.data() + at)) == folded(words::load<std::uint64_t>(b.data() + at)); };
     for (std::size_t at = 0; at + 8 < length; at += 8)
         if (!isEqualAt(at))
             return false;
@@ -64,7 +44,8 @@ inline bool isBefore(std::string_view a, std::string_view b) noexcept
     const std::size_t common = std::min(a.size(), b.size());
     std::size_t at = 0;
     // The words that are equal are passed over; the characters of the one that isn't are looked at singly.
-    while (at + 8 <= common && folded(load<std::uint64_t>(a.data() + at)) == folded(load<std::uint64_t>(b.data() + at)))
+    while (at + 8 <= common &&
+           folded(words::load<std::uint64_t>(a.data() + at)) == folded(words::load<std::uint64_t>(b.data() + at)))
         at += 8;
     for (; at < common; ++at)
     {
@@ -76,27 +57,9 @@ inline bool isBefore(std::string_view a, std::string_view b) noexcept
     return a.size() < b.size();
 }
 
-// Differs from run to run, so that nobody can write a file whose keys all collide.
 inline std::uint64_t hashOf(std::string_view key) noexcept
 {
-    static const char place = 0;
-    constexpr std::uint64_t factor = 0x9E3779B97F4A7C15u;
-    std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&place) * factor ^ key.size();
-    const auto mix = [&hash](std::uint64_t word)
-    {
-        __extension__ using Product = unsigned __int128;
-        const Product product = Product(hash ^ folded(word)) * factor;
-        hash = static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64) ^ hash;
-    };
-    if (key.size() < 8)
-        mix(shortWord(key.data(), key.size()));
-    else
-    {
-        for (std::size_t at = 0; at + 8 < key.size(); at += 8)
-            mix(load<std::uint64_t>(key.data() + at));
-        mix(load<std::uint64_t>(key.data() + key.size() - 8));
-    }
-    return hash;
+    return words::hashOf(key, folded);
 }
 
 // For unordered containers that are asked with any kind of text.

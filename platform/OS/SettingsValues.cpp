@@ -1,13 +1,15 @@
 #include "OS/SettingsValues.h"
 
+#include "Mw/WordHash.h"
+
 #include <algorithm>
 #include <bit>
 #include <mutex>
 
 std::size_t SettingsValues::hashOf(std::string_view key, std::string_view section)
 {
-    const std::hash<std::string_view> hash;
-    return section.empty() ? hash(key) : hash(key) + 31 * hash(section);
+    using Mw::words::hashOf;
+    return section.empty() ? hashOf(key) : hashOf(key) + 31 * hashOf(section);
 }
 
 const SettingsValues::Entry* SettingsValues::Table::find(std::string_view key, std::string_view section) const
