@@ -1,4 +1,5 @@
 #include "misc/diagnostics/FatalError.h"
+#include "platform/Sanitized.h"
 
 #include "OS/FileMgr.h"
 #include "diagnostics/Support.h"
@@ -17,13 +18,7 @@
 namespace
 {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
+constexpr bool isSanitized = MW_SANITIZED != 0;
 
 // By a signal; a sanitizer reports it and fails.
 bool crashed(int status)

@@ -1,4 +1,5 @@
 #include "ThreadSupport.h"
+#include "platform/Sanitized.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -252,7 +253,7 @@ TEST(ThreadEvent, canBeDestroyedByTheWaiterAtOnce)
     stop = true;
 }
 
-#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // they make calls of their own
+#if !MW_SANITIZED // they make calls of their own
 
 // What the system answers from now on to one call, and to all others.
 void filterCalls(unsigned call, unsigned answer, unsigned answerToOthers)

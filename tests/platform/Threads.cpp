@@ -1,4 +1,5 @@
 #include "ThreadSupport.h"
+#include "platform/Sanitized.h"
 
 #include "Mw/Exception.h"
 #include "OS/ThreadExit.h"
@@ -212,7 +213,7 @@ TEST_F(Threads, canBeBoundToAProcessor)
     go->set();
 }
 
-#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+#if !MW_SANITIZED
 
 // Children without rights, so that the test means the same for every user.
 TEST_F(ThreadsDeathTest, takeTheNearestPriorityThatIsAllowed)
