@@ -71,6 +71,11 @@ inline const wchar_t* find(const wchar_t* text, const wchar_t* what) noexcept
     return std::wcsstr(text, what);
 }
 
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+// g++ 12 warns of the reads of longer texts where it has seen that a text is a short literal.
+#pragma GCC diagnostic ignored "-Warray-bounds"
+#endif
 // Copies `count` characters, which may overlap. Short texts, the most common, are copied without a call:
 // all is read before anything is written.
 template <class C>
@@ -98,6 +103,9 @@ inline void move(C* to, const C* from, std::size_t count) noexcept
     else if (sizeBytes == 1)
         *out = *in;
 }
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 template <class C>
 constexpr C toLower(C c) noexcept

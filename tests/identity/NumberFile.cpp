@@ -129,8 +129,12 @@ TEST_F(NumberFile, whoeverOverwritesAnotherProcessSaysSo)
     const auto check = [&](const Process& process, const Process& other)
     {
         for (int number = process.first + 1; number < process.first + writes; ++number)
+        {
             if (process.log.find("which becomes " + std::to_string(number + 1) + ".") != process.log.npos)
+            {
                 EXPECT_TRUE(other.tells(std::to_string(number))) << number;
+            }
+        }
     };
     check(processes[0], processes[1]);
     check(processes[1], processes[0]);
