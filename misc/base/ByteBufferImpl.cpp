@@ -35,7 +35,8 @@ std::uint64_t lengthAt(const unsigned char* in)
 // was restored.
 const char* restore(const unsigned char* stream, std::size_t sizeBytes, ByteBufferImpl& out)
 {
-    uLongf restoredBytes = out.capacity();
+    // With the spare byte behind the capacity zlib can tell a block that holds more from one that is cut.
+    uLongf restoredBytes = out.capacity() + 1;
     uLong usedBytes = sizeBytes;
     switch (::uncompress2(out.data(), &restoredBytes, stream, &usedBytes))
     {
@@ -48,6 +49,8 @@ const char* restore(const unsigned char* stream, std::size_t sizeBytes, ByteBuff
     default:
         return "Compressed block is damaged or cut";
     }
+    if (restoredBytes > out.capacity())
+        return "Compressed block holds more than it declares";
     if (restoredBytes != out.capacity())
         return "Compressed block holds less than it declares";
     if (usedBytes != sizeBytes)
@@ -59,8 +62,8 @@ const char* restore(const unsigned char* stream, std::size_t sizeBytes, ByteBuff
 } // namespace
 
 ByteBufferImpl::ByteBufferImpl(std::size_t capacityBytes)
-    : bytes_(static_cast<unsigned char*>(OS().allocator().allocate(std::max<std::size_t>(capacityBytes, 1)))),
-      capacity_(capacityBytes), length_(0)
+    : bytes_(static_cast<unsigned char*>(OS().allocator().allocate(capacityBytes + 1))), capacity_(capacityBytes),
+      length_(0)
 {
 }
 

@@ -91,8 +91,9 @@ bool StreamFile::fail(const LightweightString<char>& reason)
     return false;
 }
 
-bool StreamFile::open(const Path& path, iFile::eOpenBehaviour behaviour)
+bool StreamFile::open(const Path& given, iFile::eOpenBehaviour behaviour)
 {
+    const Path path = given; // may be our own, which close() clears
     close();
     iFileMgr& files = OS().fileMgr();
     target_ = files.resolve(path);
@@ -118,6 +119,12 @@ bool StreamFile::openSource(iFile::eOpenBehaviour behaviour)
         return fail(file->lastError());
     source_ = file;
     fileSize_ = file->size();
+    // A size that can't be told is no empty file, which the next flush would put in its place.
+    if (const LightweightString<char> reason = file->lastError(); fileSize_ == 0 && !reason.empty())
+    {
+        source_ = nullptr;
+        return fail(reason);
+    }
     return true;
 }
 

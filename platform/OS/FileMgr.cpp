@@ -3,6 +3,7 @@
 #include "OS/Debugger.h"
 #include "OS/OS.h"
 #include "OS/StreamingFile.h"
+#include "OS/ThreadId.h"
 
 #include <atomic>
 #include <cstdio>
@@ -108,24 +109,29 @@ LightweightString<wchar_t> nameBeside(iFileMgr& files, const LightweightString<w
     do
     {
         wchar_t suffix[64];
-        std::swprintf(suffix, 64, L".%llx-%x.TMP", static_cast<unsigned long long>(OS().debugger().getClock()),
-                      calls.fetch_add(1));
+        std::swprintf(suffix, 64, L".%llx-%x-%x.TMP", static_cast<unsigned long long>(OS().debugger().getClock()),
+                      ThreadId::current(), calls.fetch_add(1));
         name = path + suffix;
     } while (files.exists(name));
     return name;
 }
 
-// Writes a new file with `fill`, to the disk, and leaves it closed.
+// Writes a new file with `fill`, to the disk, and leaves it closed. On failure there is none.
 template <class Fill>
 bool writeNew(iFileMgr& files, const LightweightString<wchar_t>& path, unsigned mode, Fill fill,
               LightweightString<char>& reason)
 {
-    const Ptr<iFile> file = files.openFile(path, iFile::eWrite, iFile::eCreateNew);
-    const bool good =
-        file->isOpen() && (mode == 0 || file->setMode(mode)) && fill(*file) && file->flushToDisk() && file->close();
-    if (!good && reason.empty())
+    // Never more open than it will be, not even while it is written.
+    const Ptr<iFile> file = files.openFile(path, iFile::eWrite, iFile::eCreateNew, iFile::eShareAll, iFile::eNoHints,
+                                           mode != 0 ? mode : 0666);
+    const bool made = file->isOpen();
+    if (made && (mode == 0 || file->setMode(mode)) && fill(*file) && file->flushToDisk() && file->close())
+        return true;
+    if (reason.empty())
         reason = file->lastError();
-    return good;
+    if (made)
+        files.remove(path);
+    return false;
 }
 
 // Puts what `fill` writes in the place of a file; a mode of 0 means the old file's.
@@ -140,13 +146,18 @@ bool replaceBy(iFileMgr& files, const LightweightString<wchar_t>& path, unsigned
         return false;
     }
     if (mode == 0 && files.exists(target))
-        mode = files.openFile(target)->mode();
+    {
+        const Ptr<iFile> old = files.openFile(target);
+        mode = old->mode();
+        if (!old->isOpen()) // without its permissions the new one might be open to more people
+        {
+            reason = old->lastError();
+            return false;
+        }
+    }
     const LightweightString<wchar_t> beside = nameBeside(files, target);
     if (!writeNew(files, beside, mode, fill, reason))
-    {
-        files.remove(beside);
         return false;
-    }
     if (!files.rename(beside, target))
     {
         reason = files.lastError();

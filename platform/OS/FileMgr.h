@@ -101,9 +101,9 @@ OS_API LightweightString<wchar_t> joinPath(const LightweightString<wchar_t>& dir
 OS_API LightweightString<wchar_t> directoryOf(const LightweightString<wchar_t>& path);
 
 // Replaces a file whole, through OS().fileMgr(): written beside, flushed, renamed, its directory flushed.
-// At every moment a reader sees the old contents or the new ones. A symbolic link stays one, and its
-// target is replaced; the old file's permissions are kept. On failure the old file stands, nothing is
-// left beside it, and `error`, if given, says why.
+// At every moment a reader sees the old contents or the new. A symbolic link stays, and its target is replaced
+// with its permissions. On failure (`error`, if given, says why) the old file stands and nothing is left beside
+// it; only where the flush of the directory alone failed the new one stands, and may not survive a power cut.
 OS_API bool replaceFile(const LightweightString<wchar_t>& path, const void* data, std::size_t sizeBytes,
                         LightweightString<char>* error = nullptr);
 

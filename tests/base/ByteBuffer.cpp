@@ -45,12 +45,20 @@ TEST(ByteBuffer, storedFormIsLengthAndZlibStream)
     EXPECT_EQ(stored("aaaaaaaaaa").substr(0, 10), block.substr(0, 10));
 }
 
+TEST(ByteBuffer, blockThatDeclaresNothingMayHoldNothing)
+{
+    std::string block = stored("x");
+    block[0] = 0;
+    EXPECT_EQ(restored(block), "<Compressed block holds more than it declares>");
+}
+
 TEST(ByteBuffer, damagedOrCutBlockGivesNothing)
 {
     const std::string contents = "harbour at dawn, harbour at noon, harbour at night";
     const std::string block = stored(contents);
     for (std::size_t length = 0; length < block.size(); ++length)
         EXPECT_EQ(restored(block.substr(0, length)).front(), '<') << length;
+    EXPECT_EQ(restored(block.substr(0, block.size() - 1)), "<Compressed block is damaged or cut>");
     EXPECT_EQ(restored(block + "x"), "<Compressed block is followed by other bytes>");
     // A changed bit is found, or it is one that carries nothing.
     for (std::size_t bit = 0; bit < 8 * block.size(); ++bit)

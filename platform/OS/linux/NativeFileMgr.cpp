@@ -161,8 +161,15 @@ bool NativeFileMgr::ensureDirectory(const Wide& path)
         if (at != made.size() && made[at] != '/')
             continue;
         const char next = std::exchange(made[at], '\0');
-        if (::mkdir(made.c_str(), 0777) != 0 && errno != EEXIST && ::access(made.c_str(), F_OK) != 0)
-            return keep(-1);
+        if (::mkdir(made.c_str(), 0777) != 0 && errno != EEXIST)
+        {
+            const int reason = errno;
+            if (::access(made.c_str(), F_OK) != 0)
+            {
+                errno = reason;
+                return keep(-1);
+            }
+        }
         made[at] = next;
     }
     struct stat info;

@@ -305,8 +305,11 @@ SettingsDatabase::eOutcome SettingsDatabase::copyTo(const Wide& copy)
     sqlite3_backup* const backup = sqlite3_backup_init(target.get(), "main", connection_.get(), "main");
     if (backup == nullptr)
         return outcome(target, target.keep(sqlite3_extended_errcode(target.get())));
-    sqlite3_backup_step(backup, -1);
-    return outcome(target, target.keep(sqlite3_backup_finish(backup)));
+    // Finishing forgets that a step met a lock, and would call the part that was copied good.
+    const int stepped = sqlite3_backup_step(backup, -1);
+    const int finished = sqlite3_backup_finish(backup);
+    const bool whole = finished != SQLITE_OK || stepped == SQLITE_DONE;
+    return outcome(target, target.keep(whole ? finished : stepped));
 }
 
 SettingsDatabase::eOutcome SettingsDatabase::replaceDamaged()
