@@ -55,10 +55,10 @@ void declareWork(bench::Registry& registry)
     registry.declare({"strings/strxcmp of typical names",
                       "Compares eight pairs of names in natural order.",
                       {{2.4, "strverscmp"}, {0.2, "QCollator"}}});
-    registry.declare({"strings/fromUTF8 of ASCII", "Widens 1,000 bytes of ASCII.", {{1.0, "QString"}}});
+    registry.declare({"strings/fromUTF8 of ASCII", "Widens 1,024 bytes of ASCII.", {{1.0, "QString"}}});
     registry.declare(
         {"strings/fromUTF8 of mixed text", "Widens about 1,000 bytes of text in many scripts.", {{1.0, "QString"}}});
-    registry.declare({"strings/toUTF8 of ASCII", "Narrows 1,000 characters of ASCII.", {{1.0, "QString"}}});
+    registry.declare({"strings/toUTF8 of ASCII", "Narrows 1,024 characters of ASCII.", {{1.0, "QString"}}});
     registry.declare(
         {"strings/toUTF8 of mixed text", "Narrows text in many scripts to about 1,000 bytes.", {{1.0, "QString"}}});
     registry.declare({"strings/memory of 40 characters",

@@ -92,10 +92,10 @@ inline constexpr std::array<std::pair<const char*, const char*>, 8> namePairs{{
     {"Titles", "Titles end"},
 }};
 
-// 1,000 bytes of ASCII.
+// 1,024 bytes of ASCII.
 inline const std::string& ascii()
 {
-    static const std::string text = fourKilobytes().substr(0, 1000);
+    static const std::string text = fourKilobytes().substr(0, 1024);
     return text;
 }
 
