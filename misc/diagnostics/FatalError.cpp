@@ -4,7 +4,6 @@
 #include "Mw/Exception.h"
 #include "OS/Debugger.h"
 #include "OS/OS.h"
-#include "OS/ThreadExit.h"
 #include "OS/ThreadMgr.h"
 #include "libmw/Shutdown.h"
 #include "libmw/Splat.h"
@@ -45,12 +44,10 @@ bool runShutdownCallbacks()
         Shutdown::executeCallbacks(Shutdown::eExceptionExit);
         return true;
     }
-    catch (const ThreadExit&)
-    {
-        throw;
-    }
     catch (...)
     {
+        // A callback that asks to end its thread, too: letting that through would leave the process alive
+        // with its crash flag set.
         return false;
     }
 }
@@ -151,8 +148,11 @@ void pollForSplatInMainThreadContext() {}
 void getExitTimeStr(char* out)
 {
     const std::time_t now = std::time(nullptr);
-    char date[exitTimeStrSize];
-    std::snprintf(date, sizeof date, "%s", std::asctime(std::localtime(&now)));
+    // The forms with a buffer of the caller's: two threads may be here.
+    std::tm parts{};
+    char date[exitTimeStrSize] = "";
+    if (::localtime_r(&now, &parts) != nullptr)
+        ::asctime_r(&parts, date);
     if (char* const newLine = std::strrchr(date, '\n'))
         *newLine = ' ';
     const std::clock_t processorTime = std::clock() - startClock.load(std::memory_order_relaxed);

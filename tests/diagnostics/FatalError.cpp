@@ -2,6 +2,7 @@
 #include "platform/Sanitized.h"
 
 #include "OS/FileMgr.h"
+#include "OS/ThreadMgr.h"
 #include "diagnostics/Support.h"
 #include "libmw/Shutdown.h"
 #include "libmw/Splat.h"
@@ -64,16 +65,22 @@ void failInShutdown(Shutdown::eExitType)
     throw std::runtime_error("never ready");
 }
 
+void endThreadInShutdown(Shutdown::eExitType)
+{
+    std::fputc('E', stderr);
+    OS().threadMgr().exitCurrentThread();
+}
+
 void askInShutdown(Shutdown::eExitType type)
 {
     std::fprintf(stderr, "(type %d, flag %d, again %d)", type, get_crash_flag(), postExceptionShutdown());
 }
 
-void shutDown(bool withFailure)
+// `first`, which may be null, runs before the one that asks.
+void shutDown(Shutdown::Function first)
 {
     prepareToDie();
-    if (withFailure)
-        Shutdown::addCallback(failInShutdown, 10);
+    Shutdown::addCallback(first, 10);
     Shutdown::addCallback(askInShutdown, 20);
     postExceptionShutdown();
 }
@@ -92,8 +99,9 @@ TEST(FatalErrorDeath, splatCrashesOnceAndReturnsDuringAThreadsException)
 TEST(FatalErrorDeath, shutdownAfterAnExceptionTriesNineTimesUntilItSucceeds)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(shutDown(true), testing::ExitedWithCode(1), "^T\\(type 1, flag 1, again 2\\)T{8}$");
-    EXPECT_EXIT(shutDown(false), testing::ExitedWithCode(1), "^\\(type 1, flag 1, again 2\\)$");
+    EXPECT_EXIT(shutDown(failInShutdown), testing::ExitedWithCode(1), "^T\\(type 1, flag 1, again 2\\)T{8}$");
+    EXPECT_EXIT(shutDown(endThreadInShutdown), testing::ExitedWithCode(1), "^E\\(type 1, flag 1, again 2\\)E{8}$");
+    EXPECT_EXIT(shutDown(nullptr), testing::ExitedWithCode(1), "^\\(type 1, flag 1, again 2\\)$");
 }
 
 TEST(FatalError, sessionLengthHasThreeForms)
