@@ -1,0 +1,52 @@
+#include "OS/OS.h"
+
+#include <array>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+TEST(Atomics, exchangesGiveTheValueFound)
+{
+    int number = 5;
+    EXPECT_EQ(OS().atomics().compareExchange(&number, 7, 4), 5);
+    EXPECT_EQ(number, 5);
+    EXPECT_EQ(OS().atomics().compareExchange(&number, 7, 5), 5);
+    EXPECT_EQ(number, 7);
+
+    char a, b;
+    void* slot = &a;
+    EXPECT_EQ(OS().atomics().compareExchangePointer(&slot, nullptr, &b), &a);
+    EXPECT_EQ(slot, &a);
+    EXPECT_EQ(OS().atomics().compareExchangePointer(&slot, &b, &a), &a);
+    EXPECT_EQ(slot, &b);
+}
+
+TEST(Atomics, pairsChangeAsOne)
+{
+    if (!OS().atomics().hasPairExchange())
+        GTEST_SKIP() << "this processor has no 16-byte exchange";
+    // Pointer and counter move together: a torn exchange would let them part, a lost one would miss a count.
+    constexpr std::uint64_t rounds = 20000;
+    static std::array<char, rounds * 4 + 1> places;
+    PointerPair shared{places.data(), 0};
+    const auto advance = [&]
+    {
+        for (std::uint64_t i = 0; i < rounds; ++i)
+        {
+            PointerPair found{places.data(), 0};
+            PointerPair next;
+            do
+            {
+                EXPECT_EQ(found.pointer, places.data() + found.counter);
+                next = {static_cast<char*>(found.pointer) + 1, found.counter + 1};
+            } while (!OS().atomics().compareExchangePair(&shared, next, found));
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back(advance);
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(shared.counter, 4 * rounds);
+    EXPECT_EQ(shared.pointer, places.data() + 4 * rounds);
+}
