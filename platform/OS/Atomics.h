@@ -32,6 +32,18 @@ public:
     // Writes with release order.
     void store(int* value, int newValue) const noexcept { __atomic_store_n(value, newValue, __ATOMIC_RELEASE); }
 
+    // The same for pointers.
+    template <class T>
+    T* loadPointer(T* const* slot) const noexcept
+    {
+        return __atomic_load_n(slot, __ATOMIC_ACQUIRE);
+    }
+    template <class T>
+    void storePointer(T** slot, T* newValue) const noexcept
+    {
+        __atomic_store_n(slot, newValue, __ATOMIC_RELEASE);
+    }
+
     // Puts `value` into the slot and gives what was there.
     void* exchange(void** slot, void* value) const noexcept
     {
@@ -51,7 +63,16 @@ public:
         return expected;
     }
 
-    // The same for a pointer with a counter beside it. True if the exchange took place; otherwise
+    // Reads the counter and then the pointer, each with acquire order. They are no one moment's: the pointer
+    // may be newer than the counter. A pair exchange that expects the two then fails if whoever changes the
+    // pointer raises the counter with it.
+    PointerPair loadPair(const PointerPair* slot) const noexcept
+    {
+        const std::uint64_t counter = __atomic_load_n(&slot->counter, __ATOMIC_ACQUIRE);
+        return {loadPointer(&slot->pointer), counter};
+    }
+
+    // compareExchangePointer for a pointer with a counter beside it. True if the exchange took place; otherwise
     // `expected` holds the pair found. Only where `hasPairExchange()`.
     bool compareExchangePair(PointerPair* slot, PointerPair newValue, PointerPair& expected) const noexcept;
 
