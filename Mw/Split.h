@@ -77,8 +77,8 @@ void findSeparators(const S& s, P isSeparator, std::vector<int>& indices, unsign
 template <class S, class B>
 void convertIndicesToSubStrings(const S& s, const std::vector<int>& indices, B& builder, bool keepSeparator);
 
-// Appends the pieces to `out` and gives its size afterwards. With merged runs the piece after a run begins
-// behind the run's first separator.
+// Appends the pieces to `out`, which may hold the text itself, and gives its size afterwards. With merged
+// runs the piece after a run begins behind the run's first separator.
 template <class S, class P>
 unsigned splitIf(const S& s, P isSeparator, typename StringToVec<S>::VecT& out, unsigned flags = 0);
 
@@ -139,12 +139,13 @@ unsigned splitIf(const S& s, P isSeparator, typename StringToVec<S>::VecT& out, 
         out.push_back(s);
     else
     {
+        const S text = s; // which may stand in `out` and move with it
         // One piece more than separators at most. Grown by doubling, as push_back does, so that splitting
         // many texts into one vector stays linear.
         if (const std::size_t most = out.size() + indices.size() + 1; most > out.capacity())
             out.reserve(std::max(most, 2 * out.capacity()));
-        SplitOutputBuilder<S> builder(s, out);
-        convertIndicesToSubStrings(s, indices, builder, (flags & SplitKeepSeparator) != 0);
+        SplitOutputBuilder<S> builder(text, out);
+        convertIndicesToSubStrings(text, indices, builder, (flags & SplitKeepSeparator) != 0);
     }
     return static_cast<unsigned>(out.size());
 }

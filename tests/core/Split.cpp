@@ -68,6 +68,16 @@ TEST(Split, appendsToWhatIsThereAndSharesAnUnsplitText)
     EXPECT_EQ(out[1].c_str(), whole.c_str());
 }
 
+// The vector grows while its own element is split.
+TEST(Split, textMayStandInTheVectorItIsSplitInto)
+{
+    const String text = "a reel name that is long enough,b";
+    Pieces out{text};
+    out.shrink_to_fit();
+    EXPECT_EQ(Mw::splitIf(out[0], Mw::IsMatchingChar<char>(','), out), 3u);
+    EXPECT_EQ(out, (Pieces{text, "a reel name that is long enough", "b"}));
+}
+
 // Every text of up to seven characters over a small alphabet: the pieces that keep their separators put
 // the text together again, but for a separator at the start.
 TEST(Split, keptSeparatorsGiveTheTextBack)
