@@ -62,11 +62,13 @@ public:
     // Takes the contents of the other; this vector stays shared with its own handles.
     void copyFrom(const LightweightVector& other) { *items_ = *other.items_; }
 
-    // Appends the elements of the other, which may be the same vector.
+    // Appends the elements of the other, which may be the same vector. Room grows by doubling, as with
+    // push_back, so that many small ones stay linear.
     LightweightVector& operator+=(const LightweightVector& other)
     {
         const std::size_t added = other.items_->size();
-        items_->reserve(items_->size() + added);
+        if (const std::size_t needed = items_->size() + added; needed > items_->capacity())
+            items_->reserve(std::max(needed, 2 * items_->capacity()));
         for (std::size_t i = 0; i < added; ++i)
             items_->push_back((*other.items_)[i]);
         return *this;

@@ -104,6 +104,21 @@ TEST(LightweightVector, appendsItself)
     EXPECT_FALSE(a.contains(""));
 }
 
+// Room that fitted exactly would move all elements each time.
+TEST(LightweightVector, appendingManySmallOnesMovesFewElements)
+{
+    LightweightVector<int> all;
+    const LightweightVector<int> one = make({7});
+    int moves = 0;
+    for (int i = 0; i < 10'000; ++i)
+    {
+        const int* const before = all.empty() ? nullptr : &all.front();
+        all += one;
+        moves += before != &all.front() ? 1 : 0;
+    }
+    EXPECT_LT(moves, 40);
+}
+
 TEST(LightweightVector, equalityLooksAtSizeAndElements)
 {
     EXPECT_TRUE(make({1, 2}) == make({1, 2}));
