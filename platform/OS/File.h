@@ -121,10 +121,11 @@ public:
 class OS_API iStreamingFile : public iFile
 {
 public:
-    // Reads on from the cursor; as iFile::read.
+    // Reads on from the cursor; as iFile::read. A failure leaves the cursor where it was.
     virtual std::int64_t readNext(void* buffer, std::size_t sizeBytes) = 0;
 
-    // Puts the next line into `line`, without its LF or CRLF. False at the end of the file.
+    // Puts the next line into `line`, without its LF or CRLF. False, with an empty line, at the end of the
+    // file, and after a failure: atEnd() then is false, and the cursor stands where the line begins.
     virtual bool readLine(LightweightString<char>& line) = 0;
 
     // Writes at the cursor, through the buffer; as iFile::write.

@@ -38,10 +38,19 @@ bool StreamingFile::truncate(std::uint64_t sizeBytes)
     return file_->truncate(sizeBytes);
 }
 
+bool StreamingFile::lock(eLock kind, eLockWait wait)
+{
+    if (!flushBuffer() || !file_->lock(kind, wait))
+        return false;
+    forgetRead();
+    return true;
+}
+
 bool StreamingFile::close()
 {
     const bool flushed = flushBuffer();
-    buffer_.clear();
+    lost_ = flushed ? LightweightString<char>() : file_->lastError();
+    startAt(position());
     return file_->close() && flushed;
 }
 
@@ -70,8 +79,14 @@ std::int64_t StreamingFile::fill()
 
 void StreamingFile::forgetRead()
 {
-    bufferOffset_ += next_;
+    startAt(bufferOffset_ + next_);
+}
+
+void StreamingFile::startAt(std::uint64_t offset)
+{
+    bufferOffset_ = offset;
     next_ = 0;
+    writing_ = false;
     buffer_.clear();
 }
 
@@ -79,7 +94,9 @@ std::int64_t StreamingFile::readNext(void* buffer, std::size_t sizeBytes)
 {
     if (writing_ && !flushBuffer())
         return -1;
+    atEnd_ = false;
     char* const to = static_cast<char*>(buffer);
+    const std::uint64_t start = position();
     std::size_t done = 0;
     while (done < sizeBytes)
     {
@@ -87,7 +104,10 @@ std::int64_t StreamingFile::readNext(void* buffer, std::size_t sizeBytes)
         {
             const std::int64_t count = fill();
             if (count < 0)
+            {
+                startAt(start);
                 return -1;
+            }
             if (count == 0)
                 break;
         }
@@ -104,9 +124,23 @@ bool StreamingFile::readLine(LightweightString<char>& line)
     line = LightweightString<char>();
     if (writing_ && !flushBuffer())
         return false;
+    atEnd_ = false;
+    const std::uint64_t start = position();
     bool any = false;
-    while (next_ < buffer_.size() || fill() > 0)
+    for (;;)
     {
+        if (next_ == buffer_.size())
+        {
+            const std::int64_t count = fill();
+            if (count < 0)
+            {
+                startAt(start);
+                line = LightweightString<char>();
+                return false;
+            }
+            if (count == 0)
+                break;
+        }
         any = true;
         const char* const from = buffer_.data() + next_;
         const std::size_t left = buffer_.size() - next_;
@@ -156,9 +190,7 @@ bool StreamingFile::setPosition(std::uint64_t offset)
 {
     if (!flushBuffer())
         return false;
-    buffer_.clear();
-    next_ = 0;
-    bufferOffset_ = offset;
+    startAt(offset);
     atEnd_ = false;
     return true;
 }

@@ -15,8 +15,10 @@ public:
 
     LightweightString<wchar_t> path() override { return file_->path(); }
     std::int64_t read(void* buffer, std::size_t sizeBytes, std::uint64_t offset) override;
-    LightweightString<char> lastError() override { return file_->lastError(); }
-    bool lock(eLock kind, eLockWait wait) override { return file_->lock(kind, wait); }
+    // After close, why bytes that it handed on were lost, if they were.
+    LightweightString<char> lastError() override { return lost_.empty() ? file_->lastError() : lost_; }
+    // Forgets what was read ahead: whoever held the lock before may have changed it.
+    bool lock(eLock kind, eLockWait wait) override;
     bool unlock() override { return flushBuffer() && file_->unlock(); }
     std::int64_t write(const void* data, std::size_t sizeBytes, std::uint64_t offset) override;
     bool flushToDisk() override { return flushBuffer() && file_->flushToDisk(); }
@@ -44,6 +46,8 @@ private:
     // Puts the next bytes of the file into the empty buffer; 0 at the end, -1 on failure.
     std::int64_t fill();
     void forgetRead();
+    // Starts again at a place, with an empty buffer.
+    void startAt(std::uint64_t offset);
 
     Mw::Ptr<iFile> file_;
     // Either bytes that were read ahead, of which next_ are used up, or bytes that wait to be written.
@@ -52,4 +56,5 @@ private:
     bool writing_ = false;
     std::uint64_t bufferOffset_ = 0; // where the buffer's first byte stands in the file
     bool atEnd_ = false;
+    LightweightString<char> lost_;
 };

@@ -229,6 +229,43 @@ TEST_P(Files, streamingReadsLinesAndWritesThroughABuffer)
     EXPECT_FALSE(files.openStreamingFile(in(L"none"))->isOpen());
 }
 
+// A line and a block that cross the buffer's end, where the disk fails; then bytes that never reach it.
+TEST(StreamingFile, aFailureIsNotTheEndAndIsToldAfterClosing)
+{
+    MemoryFileMgr memory;
+    const std::string first(65'000, 'a'), second(5'000, 'b');
+    put(memory, L"/home/a", first + "\n" + second + "\n");
+    FailingFileMgr failing(memory, FailingFileMgr::eRead | FailingFileMgr::eWrite);
+    const Mw::Ptr<iStreamingFile> file = failing.openStreamingFile(L"/home/a", iFile::eReadWrite);
+    LightweightString<char> line;
+    std::string block(6'000, '\0');
+    failing.failAt(2);
+    EXPECT_TRUE(file->readLine(line));
+    EXPECT_FALSE(file->readLine(line));
+    EXPECT_TRUE(line.empty() && !file->atEnd() && !file->lastError().empty());
+    EXPECT_EQ(file->position(), first.size() + 1);
+    failing.failAt(1);
+    EXPECT_EQ(file->readNext(block.data(), 1), -1);
+    EXPECT_EQ(file->position(), first.size() + 1);
+    EXPECT_TRUE(file->readLine(line));
+    EXPECT_EQ(line, second.c_str());
+    EXPECT_FALSE(file->readLine(line));
+    EXPECT_TRUE(file->atEnd());
+
+    // What was read ahead is forgotten by a lock: another may have written meanwhile.
+    EXPECT_TRUE(file->setPosition(0) && file->readNext(block.data(), 1) == 1 && !file->atEnd());
+    iFileMgr& others = memory;
+    EXPECT_EQ(others.openFile(L"/home/a", iFile::eWrite, iFile::eOpenExisting)->write("XY", 2, 0), 2);
+    EXPECT_TRUE(file->lock(iFile::eLockExclusive, iFile::eTryLock));
+    EXPECT_EQ(file->readNext(block.data(), 1), 1);
+    EXPECT_EQ(block[0], 'Y');
+
+    failing.failAt(1);
+    EXPECT_EQ(file->writeNext("lost", 4), 4);
+    EXPECT_FALSE(file->close());
+    EXPECT_EQ(file->lastError(), "Simulated failure");
+}
+
 TEST(NativeFiles, namesSurviveTheWayToTheDiskAndBack)
 {
     const TempFolder temp;
