@@ -105,6 +105,36 @@ public:
     virtual void release(int units = 1) = 0;
 };
 
+// A queue of what was completed: whoever completes something posts it, and the threads that wait take what
+// was posted, in that order, each thing once. Any thread.
+class OS_API iIOCompletionPort : public iObject
+{
+public:
+    // What was completed, in the words of who posts it.
+    struct Completion
+    {
+        std::uintptr_t key = 0;  // of whom
+        std::int64_t result = 0; // bytes moved, or -1
+        Mw::Ptr<iObject> operation;
+    };
+    enum eWaitRC
+    {
+        eCompleted = 0,
+        eTimeout = 1,
+        eClosed = 2
+    };
+
+    // False once the port is closed: nothing was posted.
+    virtual bool post(const Completion& completion) = 0;
+
+    // Takes the next completion. Time is monotonic; a negative one means for ever, 0 looks and gives the
+    // answer at once. A closed port gives what was posted before, then eClosed.
+    virtual eWaitRC wait(Completion& completion, int timeoutMs = -1) = 0;
+
+    // Takes no more posts and lets all go on who wait for more than there is. More than once is once.
+    virtual void close() = 0;
+};
+
 // A recursive lock without a time limit. Where no interface is asked for, CriticalSection is the same lock
 // inline. Any thread.
 class OS_API iCriticalSection : public iObject

@@ -30,6 +30,7 @@ public:
     virtual Mw::Ptr<iMutex> createMutex() = 0;
     virtual Mw::Ptr<iSemaphore> createSemaphore(int units) = 0;
     virtual Mw::Ptr<iCriticalSection> createCriticalSection() = 0;
+    virtual Mw::Ptr<iIOCompletionPort> createIOCompletionPort() = 0;
 
     // Waits for one (or all) of the events, which this manager made, none of them null or listed twice; a
     // negative time means for ever. Gives the index of the first event found set, which alone is taken

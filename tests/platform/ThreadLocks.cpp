@@ -107,6 +107,43 @@ TEST(Semaphore, countsUnitsAndStopsAtItsLimit)
     EXPECT_TRUE(semaphore->acquire(0));
 }
 
+// Several post and several take; each completion goes to one of them, those of one poster in their order.
+TEST(IOCompletionPort, givesEachCompletionOnceAndEndsWhenClosed)
+{
+    const auto port = threads().createIOCompletionPort();
+    iIOCompletionPort::Completion completion;
+    EXPECT_EQ(port->wait(completion, 0), iIOCompletionPort::eTimeout);
+    EXPECT_EQ(port->wait(completion, 1), iIOCompletionPort::eTimeout);
+    constexpr int posters = 2, each = 3000;
+    std::atomic<int> taken{0};
+    {
+        Crowd takers(2,
+                     [&](int)
+                     {
+                         iIOCompletionPort::Completion mine;
+                         std::int64_t last[posters] = {-1, -1};
+                         while (port->wait(mine) == iIOCompletionPort::eCompleted)
+                         {
+                             EXPECT_GT(mine.result, std::exchange(last[mine.key], mine.result));
+                             ++taken;
+                         }
+                     });
+        {
+            Crowd crowd(posters,
+                        [&](int poster)
+                        {
+                            for (int i = 0; i < each; ++i)
+                                EXPECT_TRUE(port->post({static_cast<std::uintptr_t>(poster), i, {}}));
+                        });
+        }
+        port->close();
+        port->close();
+    }
+    EXPECT_EQ(taken, posters * each);
+    EXPECT_FALSE(port->post(completion));
+    EXPECT_EQ(port->wait(completion), iIOCompletionPort::eClosed);
+}
+
 TEST(Semaphore, givesEveryUnitToOneThread)
 {
     const auto semaphore = threads().createSemaphore(0);

@@ -4,6 +4,7 @@
 #include "OS/ThreadExit.h"
 #include "OS/ThreadMgr.h"
 #include "OS/linux/EventWaits.h"
+#include "OS/linux/NativeIOCompletionPort.h"
 #include "OS/linux/NativeSemaphore.h"
 #include "OS/linux/NativeThread.h"
 
@@ -62,6 +63,7 @@ public:
     Mw::Ptr<iMutex> createMutex() override { return Mw::makePtr<NativeMutex>(); }
     Mw::Ptr<iSemaphore> createSemaphore(int units) override { return Mw::makePtr<NativeSemaphore>(units); }
     Mw::Ptr<iCriticalSection> createCriticalSection() override { return Mw::makePtr<NativeCriticalSection>(); }
+    Mw::Ptr<iIOCompletionPort> createIOCompletionPort() override { return Mw::makePtr<NativeIOCompletionPort>(); }
 
     int waitForEvents(const std::vector<Mw::Ptr<iThreadEvent>>& events, bool all, int timeoutMs) override
     {
