@@ -28,7 +28,7 @@ class TextBlocks
 {
 public:
     static constexpr std::size_t headerBytes = 24;
-    static constexpr std::size_t largestBytes = 1024;      // of characters; longer texts are in no list
+    static constexpr std::size_t largestBytes = 8 * 1024;  // of characters; longer texts are in no list
     static constexpr std::size_t bytesPerList = 32 * 1024; // what a list holds at most
 
     // A block for a header and so many bytes of characters. A failure throws Mw::Exception::BadAlloc.
