@@ -1,0 +1,115 @@
+#include "misc/notify/NotifierBase.h"
+
+#include "libmw/TypeName.h"
+#include "misc/diagnostics/Console.h"
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace
+{
+
+std::atomic<bool> debugMode_{false};
+
+class CallbackGuard final : public Mw::Guard
+{
+public:
+    CallbackGuard(NotifierBase& notifier, CallbackInvokerBase& invoker) noexcept
+        : notifier_(&notifier), invoker_(&invoker)
+    {
+    }
+    // A callback that throws when it is destroyed ends the program here.
+    ~CallbackGuard() override { notifier_->deregisterNotification(invoker_); }
+
+private:
+    NotifierBase* notifier_;
+    CallbackInvokerBase* invoker_;
+};
+
+// Runs `body` in the notifier's lock.
+template <class Body>
+decltype(auto) inside(const NotifierBase& notifier, CriticalSection& section, Body body)
+{
+    const auto locked = [&]() -> decltype(auto)
+    {
+        const CriticalSection::Lock lock(section);
+        return body();
+    };
+    if (!NotifierRecorder::isOn()) [[likely]]
+        return locked();
+    const NotifierRecorder::Entry entry(notifier);
+    return locked();
+}
+
+} // namespace
+
+int CallbackInvokerBase::anyType()
+{
+    static const int any = NotifyMsgTypeDictionary::instance().intern("*");
+    return any;
+}
+
+NotifierBase::~NotifierBase()
+{
+    if (NotifierRecorder::isOn()) [[unlikely]]
+        NotifierRecorder::forget(this);
+}
+
+Mw::Ptr<Mw::Guard> NotifierBase::registerInternal(CallbackInvokerBase* invoker)
+{
+    std::unique_ptr<CallbackInvokerBase> owned(invoker);
+    Mw::Ptr<Mw::Guard> guard(new CallbackGuard(*this, *invoker));
+    owned.release();
+    inside(*this, lock_, [&] { clients_.append(invoker); });
+    return guard;
+}
+
+void NotifierBase::deregisterNotification(CallbackInvokerBase* invoker)
+{
+    inside(*this, lock_, [&] { clients_.remove(invoker); });
+}
+
+void NotifierBase::deregisterNotification(Mw::Ptr<Mw::Guard>& guard)
+{
+    const Mw::Ptr<Mw::Guard> released = std::move(guard);
+}
+
+bool NotifierBase::hasClientsLocked() const
+{
+    return inside(*this, lock_, [&] { return !clients_.empty(); });
+}
+
+LightweightString<char> NotifierBase::clientsText() const
+{
+    const auto& types = NotifyMsgTypeDictionary::instance();
+    LightweightString<char> text;
+    const CriticalSection::Lock lock(lock_);
+    unsigned number = 0;
+    for (const DLListRec* record = clients_.head(); record != nullptr; record = clients_.next(record))
+    {
+        const auto& client = static_cast<const CallbackInvokerBase&>(*record);
+        char place[64];
+        std::snprintf(place, sizeof place, " at %p\n", client.callbackAddress());
+        text += LightweightString<char>(std::to_string(++number).c_str()) + " " + types.msgTypeName(client.msgType()) +
+                " " + typeName(client.callbackType()) + place;
+    }
+    return text;
+}
+
+bool NotifierBase::debugMode() noexcept
+{
+    return debugMode_.load(std::memory_order_relaxed);
+}
+
+void NotifierBase::debugMode(bool on) noexcept
+{
+    debugMode_.store(on, std::memory_order_relaxed);
+}
+
+void NotifierBase::toggleNotifyDebug()
+{
+    debugMode(!debugMode());
+    herc_printf("Notify debugging: %s.\n", debugMode() ? "on" : "off");
+}
