@@ -66,18 +66,26 @@ public:
     Mw::Ptr<Mw::Guard> registerNotification(const Mw::Ptr<Callback>& callback,
                                             int type = NotifyMsgTypeDictionary::anyType);
 
+protected:
+    // As issueNotification, with the message that `make` gives under the lock, if there are clients.
+    template <class Make>
+    void issueMade(const Make& make, int type) const;
+
 private:
     struct Context
     {
-        Context(const T& msg, int type) : msg(msg), type(type) {}
+        template <class Make>
+        Context(const Make& make, int type) : msg(make()), type(type)
+        {
+        }
 
         T msg;
         int type;
     };
 
     // `before` is told of each callback that is about to be called.
-    template <class Before>
-    void callClients(const T& msg, int type, Before before) const;
+    template <class Make, class Before>
+    void callClients(const Make& make, int type, Before before) const;
     template <class Before>
     static void listCallback(DLListRec* record, const Context& context, Before& before);
 };
@@ -85,15 +93,22 @@ private:
 template <class T>
 void GenericNotifier<T>::issueNotification(const T& msg, int type) const
 {
-    if (!NotifierRecorder::isOn()) [[likely]]
-        return callClients(msg, type, [](const Callback&) {});
-    NotifierRecorder::Entry entry(*this);
-    callClients(msg, type, [&entry](const Callback& callback) { entry.calls(typeid(callback)); });
+    issueMade([&msg]() -> const T& { return msg; }, type);
 }
 
 template <class T>
-template <class Before>
-void GenericNotifier<T>::callClients(const T& msg, int type, Before before) const
+template <class Make>
+void GenericNotifier<T>::issueMade(const Make& make, int type) const
+{
+    if (!NotifierRecorder::isOn()) [[likely]]
+        return callClients(make, type, [](const Callback&) {});
+    NotifierRecorder::Entry entry(*this);
+    callClients(make, type, [&entry](const Callback& callback) { entry.calls(typeid(callback)); });
+}
+
+template <class T>
+template <class Make, class Before>
+void GenericNotifier<T>::callClients(const Make& make, int type, Before before) const
 {
     // Outlives the lock: what the copy holds may have much to destroy.
     std::optional<Context> context;
@@ -101,7 +116,7 @@ void GenericNotifier<T>::callClients(const T& msg, int type, Before before) cons
     DLListRec* record = issue.walk().first();
     if (record == nullptr)
         return;
-    context.emplace(msg, type);
+    context.emplace(make, type);
     for (; record != nullptr; record = issue.walk().next())
         listCallback(record, *context, before);
 }
