@@ -1,0 +1,13 @@
+#include "misc/notify/PrefServer.h"
+
+PrefServer::PrefServer(const PrefVal& preference) : ValServer<bool>(preference.get()), preference_(preference) {}
+
+bool PrefServer::updateAndNotify(const bool& newValue)
+{
+    bool candidate = newValue;
+    if (!validate(candidate) || !preference_.set(candidate))
+        return false;
+    store(candidate);
+    notifyValChanged();
+    return true;
+}
