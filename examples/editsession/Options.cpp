@@ -58,6 +58,18 @@ Text setAgain(Options& options, const Text&)
     return {};
 }
 
+// Two event numbers with a hyphen between them.
+Text setPlay(Options& options, const Text& value)
+{
+    const std::string_view range = value;
+    const std::size_t hyphen = std::min(range.find('-'), range.size());
+    options.play.first = numberIn(range.substr(0, hyphen), 6);
+    options.play.last = numberIn(range.substr(std::min(hyphen + 1, range.size())), 6);
+    if (options.play.first < 0 || options.play.last < 1)
+        return quoted(value) + " is no range of events, such as 2-8";
+    return {};
+}
+
 Text setHelp(Options& options, const Text&)
 {
     options.help = true;
@@ -79,6 +91,7 @@ constexpr Option knownOptions[] = {
     {"--non-drop-frame", false, setNonDropFrame},
     {"--default-list", true, setDefaultList},
     {"--again", false, setAgain},
+    {"--play", true, setPlay},
     {"--help", false, setHelp},
     {"-h", false, setHelp},
 };
@@ -177,6 +190,7 @@ const char* helpText()
            "  --gauge GAUGE       film of the footage: 16, 35, or as in edit lists F16, F35, F16R, F353; 35 unless\n"
            "                      given\n"
            "  --again             what is not given, the list included, is as in the run before\n"
+           "  --play FIRST-LAST   what a player's position and marks show while it plays these events\n"
            "  --default-list FILE the list to read if none is named\n"
            "  --help              this text\n"
            "\n"

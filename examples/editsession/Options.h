@@ -1,6 +1,7 @@
 #pragma once
 
 #include "examples/editsession/EditListReader.h"
+#include "examples/editsession/ListPlayer.h"
 #include "examples/editsession/Text.h"
 #include "misc/media/Film.h"
 #include "misc/media/FrameRate.h"
@@ -15,6 +16,7 @@ struct Options
     Text list;
     Text defaultList;   // what `list` is if no list is named
     bool again = false; // use the options used last
+    EventRange play;    // the events to play after the list is printed
     bool help = false;
 };
 

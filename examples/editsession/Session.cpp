@@ -32,7 +32,7 @@ ExitStatus Session::run()
     }
     EditList list = readList(text);
     nameEvents(list);
-    if (!show(EditListPrinter(list, options_.gauge).print()))
+    if (!show(EditListPrinter(list, options_.gauge).print()) || !play(list))
         return Failed;
     return refused_ == 0 ? AllRead : LinesRefused;
 }
@@ -51,6 +51,17 @@ void Session::nameEvents(EditList& list)
 {
     for (Event& event : list.events)
         event.cookie = newEventCookie();
+}
+
+bool Session::play(const EditList& list) const
+{
+    if (options_.play.last == 0)
+        return true;
+    const std::string seen = playList(list, options_.play);
+    if (!seen.empty())
+        return show("\n" + seen);
+    complain(formatted("--play: the list has no events from %d to %d", options_.play.first, options_.play.last));
+    return false;
 }
 
 void complain(const Text& message)

@@ -24,6 +24,7 @@ public:
 private:
     EditList readList(const std::string& text);
     static void nameEvents(EditList& list);
+    bool play(const EditList& list) const;
 
     const Options options_;
     unsigned refused_ = 0;
