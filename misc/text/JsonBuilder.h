@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Mw/LightweightString.h"
+#include "Mw/StdAllocator.h"
+#include "OS/Export.h"
+#include "misc/base/TextFile.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace JSON
+{
+
+// Writes JSON line by line: one line for each attribute, opening and closing, with commas where they belong. What
+// it writes, JSON::parse reads back as the same tree. One thread at a time.
+//
+// Names are escaped where they need it. A null name stands for none, as in an array: the value is written alone.
+class MISC_API Builder
+{
+public:
+    using Lines = std::vector<LightweightString<wchar_t>, StdAllocator<LightweightString<wchar_t>>>;
+
+    // Open a container, with a name unless that is null or empty, and close the innermost one.
+    void startChild(const wchar_t* name);
+    void endChild();
+    void startArray(const wchar_t* name);
+    void endArray();
+
+    // Numbers are in fixed notation, in the fewest digits that read back as the same value of their type; one that
+    // isn't finite is null.
+    void add(const wchar_t* name, int value);
+    void add(const wchar_t* name, long value);
+    void add(const wchar_t* name, float value);
+    void add(const wchar_t* name, double value);
+    void add(const wchar_t* name, bool value);
+
+    // Without `escape` name and text are written as they stand, for callers that escaped them. A null text is
+    // null; where there is no name the reader takes no null, and an empty text stands for it.
+    void add(const wchar_t* name, const LightweightString<wchar_t>& value, bool escape = true);
+    void add(const wchar_t* name, const wchar_t* value, bool escape = true);
+
+    // The lines so far, without indentation.
+    Lines getOutput() const;
+
+    // Appends the lines as UTF-8, `indentSize` blanks further in for each container that is open, the outermost
+    // behind `outerIndent` blanks.
+    void printTo(TextFile& file, unsigned char indentSize = 4, unsigned char outerIndent = 0) const;
+
+    // Whether the text holds a tab, line feed, carriage return, quote or backslash, and the text with those escaped;
+    // itself where there are none.
+    static bool needsEscaping(const LightweightString<wchar_t>& text) noexcept;
+    static LightweightString<wchar_t> makePrintable(const LightweightString<wchar_t>& text);
+
+private:
+    using View = std::wstring_view;
+
+    void open(const wchar_t* name, wchar_t bracket);
+    void close(wchar_t bracket);
+    void addSeparator();
+    void beginItem(const wchar_t* name, bool escape = true);
+    void endLine();
+    void append(View text) { output_.append(text); }
+    void appendPrintable(View text);
+    void appendNull(const wchar_t* name);
+    void appendText(const wchar_t* name, View text, bool escape);
+    template <class Number>
+    void addNumber(const wchar_t* name, Number value);
+
+    // The lines one behind the other, and where each ends.
+    std::basic_string<wchar_t, std::char_traits<wchar_t>, StdAllocator<wchar_t>> output_;
+    std::vector<std::size_t, StdAllocator<std::size_t>> lineEnds_;
+    // Of each open container, outermost first, whether an item went before; the last is kept apart.
+    std::vector<bool> open_;
+    bool hasItems_ = false;
+};
+
+} // namespace JSON
