@@ -315,7 +315,7 @@ private:
             if (++p_ == end_)
                 break;
             unescaped_.push_back(unescaped(*p_));
-            isAscii = isAscii && static_cast<signed char>(*p_) >= 0;
+            isAscii = isAscii && isAsciiByte(*p_);
             const char* const rest = ++p_;
             p_ = findTextEnd(rest, end_, isAscii);
             unescaped_.append(rest, p_);

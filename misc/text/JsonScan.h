@@ -2,10 +2,7 @@
 
 #include <bit>
 #include <cstddef>
-
-#if defined(__x86_64__)
-#include <emmintrin.h>
-#endif
+#include <cstring>
 
 // What the reader looks for in long runs of bytes, 16 at a time where the processor can. Nothing at or past `end`
 // is read.
@@ -22,30 +19,44 @@ inline bool endsText(char c) noexcept
     return c == '"' || c == '\\';
 }
 
+inline bool isAsciiByte(char c) noexcept
+{
+    return static_cast<signed char>(c) >= 0;
+}
+
 #if defined(__x86_64__)
 
-constexpr std::ptrdiff_t scanBytes = 16;
+// A vector of the compiler's, which needs no header of the system.
+using Bytes [[gnu::vector_size(16)]] = char;
+constexpr std::ptrdiff_t bytesAtOnce = sizeof(Bytes);
 
-inline __m128i bytesAt(const char* p) noexcept
+inline Bytes bytesAt(const char* p) noexcept
 {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    Bytes bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    return bytes;
 }
 
-inline unsigned bitsWhere(__m128i bytes, char c) noexcept
+// One bit for each byte, its highest. Comparisons set all bits of a byte or none.
+template <class Vector>
+unsigned highBits(Vector bytes) noexcept
 {
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c))));
+    return static_cast<unsigned>(__builtin_ia32_pmovmskb128(reinterpret_cast<Bytes>(bytes)));
 }
+
+#endif
 
 inline const char* skipBlanks(const char* p, const char* end) noexcept
 {
-    for (; end - p >= scanBytes; p += scanBytes)
+#if defined(__x86_64__)
+    for (; end - p >= bytesAtOnce; p += bytesAtOnce)
     {
-        const __m128i bytes = bytesAt(p);
-        const unsigned others = 0xFFFF & ~(bitsWhere(bytes, ' ') | bitsWhere(bytes, '\n') | bitsWhere(bytes, '\t') |
-                                           bitsWhere(bytes, '\r'));
-        if (others != 0)
-            return p + std::countr_zero(others);
+        const Bytes bytes = bytesAt(p);
+        const unsigned blanks = highBits((bytes == ' ') | (bytes == '\n') | (bytes == '\t') | (bytes == '\r'));
+        if (blanks != 0xFFFF)
+            return p + std::countr_one(blanks);
     }
+#endif
     while (p != end && isBlank(*p))
         ++p;
     return p;
@@ -54,40 +65,21 @@ inline const char* skipBlanks(const char* p, const char* end) noexcept
 // The first quote or backslash, or the end. `isAscii` becomes false if there is another byte than ASCII before it.
 inline const char* findTextEnd(const char* p, const char* end, bool& isAscii) noexcept
 {
-    for (; end - p >= scanBytes; p += scanBytes)
+#if defined(__x86_64__)
+    for (; end - p >= bytesAtOnce; p += bytesAtOnce)
     {
-        const __m128i bytes = bytesAt(p);
-        const auto others = static_cast<unsigned>(_mm_movemask_epi8(bytes));
-        const unsigned ends = bitsWhere(bytes, '"') | bitsWhere(bytes, '\\');
+        const Bytes bytes = bytesAt(p);
+        const unsigned others = highBits(bytes);
+        const unsigned ends = highBits((bytes == '"') | (bytes == '\\'));
+        const unsigned before = ends ^ (ends - 1); // all bits where nothing ends
+        isAscii = isAscii && (others & before) == 0;
         if (ends != 0)
-        {
-            const unsigned before = ends ^ (ends - 1);
-            isAscii = isAscii && (others & before) == 0;
             return p + std::countr_zero(ends);
-        }
-        isAscii = isAscii && others == 0;
     }
-    for (; p != end && !endsText(*p); ++p)
-        isAscii = isAscii && static_cast<signed char>(*p) >= 0;
-    return p;
-}
-
-#else
-
-inline const char* skipBlanks(const char* p, const char* end) noexcept
-{
-    while (p != end && isBlank(*p))
-        ++p;
-    return p;
-}
-
-inline const char* findTextEnd(const char* p, const char* end, bool& isAscii) noexcept
-{
-    for (; p != end && !endsText(*p); ++p)
-        isAscii = isAscii && static_cast<signed char>(*p) >= 0;
-    return p;
-}
-
 #endif
+    for (; p != end && !endsText(*p); ++p)
+        isAscii = isAscii && isAsciiByte(*p);
+    return p;
+}
 
 } // namespace JSON
