@@ -30,14 +30,12 @@ PStream& operator<<(PStream& stream, const char* text)
 
 PStream& operator<<(PStream& stream, const LightweightString<char>& text)
 {
-    stream.writeBinary(text);
+    stream.file()->write(text.c_str(), static_cast<unsigned>(text.text().size()) + 1);
     return stream;
 }
 
 PStream& operator>>(PStream& stream, LightweightString<char>& text)
 {
-    GrowString read;
-    stream.file()->readBinary(read, false);
-    text = read.view();
+    text = stream.file()->readText();
     return stream;
 }

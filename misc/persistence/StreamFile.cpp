@@ -226,7 +226,7 @@ void StreamFile::discardBeside()
     beside_.reset();
 }
 
-void StreamFile::setPosition(std::uint64_t position)
+void StreamFile::moveWindow(std::uint64_t position)
 {
     position = std::min(position, size());
     if (position < windowStart_ || position > windowStart_ + cacheEnd_)
@@ -334,7 +334,7 @@ void StreamFile::takeWhole()
     setPosition(place);
 }
 
-unsigned StreamFile::write(const void* bytes, unsigned lengthBytes)
+unsigned StreamFile::writeInParts(const void* bytes, unsigned lengthBytes)
 {
     const auto* from = static_cast<const unsigned char*>(bytes);
     for (std::size_t left = lengthBytes; left != 0;)
@@ -359,9 +359,15 @@ bool StreamFile::readBinary(GrowString& text, bool counted)
     if (counted)
     {
         get(length);
-        take(text, available(length));
+        text.append(take(available(length)));
         return true;
     }
+    text.append(readText());
+    return true;
+}
+
+std::string_view StreamFile::readText()
+{
     std::size_t scanned = 0;
     for (std::size_t there = available(1); there != scanned; there = available(scanned + 1))
     {
@@ -369,20 +375,21 @@ bool StreamFile::readBinary(GrowString& text, bool counted)
         const unsigned char* const from = cache_ + cachePos_;
         if (const void* const zero = std::memchr(from + scanned, 0, there - scanned))
         {
-            take(text, static_cast<std::size_t>(static_cast<const unsigned char*>(zero) - from));
+            const std::string_view text =
+                take(static_cast<std::size_t>(static_cast<const unsigned char*>(zero) - from));
             ++cachePos_;
-            return true;
+            return text;
         }
         scanned = there;
     }
-    take(text, scanned);
-    return true;
+    return take(scanned);
 }
 
-void StreamFile::take(GrowString& text, std::size_t count)
+std::string_view StreamFile::take(std::size_t count) noexcept
 {
-    text.append(std::string_view(reinterpret_cast<const char*>(cache_ + cachePos_), count));
+    const std::string_view bytes = cached().substr(0, count);
     cachePos_ += count;
+    return bytes;
 }
 
 bool StreamFile::readBinary(unsigned char* out, unsigned lengthBytes, bool raw)

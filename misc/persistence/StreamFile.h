@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 // What a stream stores in its own width, little-endian.
 template <class T>
@@ -63,7 +64,13 @@ public:
 
     // In bytes from the start. A place past the end means the end.
     std::uint64_t position() const noexcept { return windowStart_ + cachePos_; }
-    void setPosition(std::uint64_t position);
+    void setPosition(std::uint64_t position)
+    {
+        if (position - windowStart_ <= cacheEnd_) [[likely]]
+            cachePos_ = static_cast<std::size_t>(position - windowStart_);
+        else
+            moveWindow(position);
+    }
     // In bytes.
     std::uint64_t size() const noexcept { return std::max(fileSize_, windowStart_ + cacheEnd_); }
     bool eof() const noexcept { return cachePos_ == cacheEnd_ && windowStart_ + cacheEnd_ >= fileSize_; }
@@ -86,11 +93,31 @@ public:
     template <StreamPrimitive T>
     void put(T value);
     // Writes bytes; gives their number.
-    unsigned write(const void* bytes, unsigned lengthBytes);
+    unsigned write(const void* bytes, unsigned lengthBytes)
+    {
+        if (cachePos_ + lengthBytes > writableEnd_) [[unlikely]]
+            return writeInParts(bytes, lengthBytes);
+        if (lengthBytes != 0)
+            std::memcpy(cache_ + cachePos_, bytes, lengthBytes);
+        cachePos_ += lengthBytes;
+        cacheEnd_ = std::max(cacheEnd_, cachePos_);
+        return lengthBytes;
+    }
 
     // Reads one value. False, with the value unchanged, if the end of the file cuts it.
     template <StreamPrimitive T>
     bool get(T& value);
+
+    // Reads the text up to the next zero, which is passed, or to the end. Both this and `cached` give bytes
+    // as they lie in the cache, valid until the next call that reads, moves or writes.
+    std::string_view readText();
+
+    // The bytes from the position on as far as the cache has them; `passCached` moves by part of them.
+    std::string_view cached() const noexcept
+    {
+        return {reinterpret_cast<const char*>(cache_) + cachePos_, cacheEnd_ - cachePos_};
+    }
+    void passCached(std::size_t lengthBytes) noexcept { cachePos_ += lengthBytes; }
 
     // Appends a text: a counted one, or the one up to the next zero, which is passed. False if there is
     // no cache, that is, neither an open file nor anything written.
@@ -106,6 +133,8 @@ private:
     std::size_t available(std::uint64_t count);
     // Reads on at the end of the window up to `end`, a place in the file.
     void extendWindow(std::uint64_t end);
+    void moveWindow(std::uint64_t position);
+    unsigned writeInParts(const void* bytes, unsigned lengthBytes);
     // Begins another window, or moves its start towards the position.
     void dropWindow(std::uint64_t start);
     void dropPassed(std::size_t keptBytes);
@@ -116,8 +145,8 @@ private:
     // Brings the whole file into the cache and lets go of it.
     void takeWhole();
     void reserve(std::size_t capacity);
-    // Appends so many bytes from the cache, which holds them.
-    void take(GrowString& text, std::size_t count);
+    // Passes so many bytes of the cache, which holds them.
+    std::string_view take(std::size_t count) noexcept;
     template <StreamPrimitive T>
     static T littleEndian(T value) noexcept;
 

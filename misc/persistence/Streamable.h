@@ -105,6 +105,8 @@ public:
     const LightweightString<char>& STRM_unpackedHierarchyName() const noexcept { return unpackedHierarchyName_; }
     // All ones before anything was read.
     unsigned STRM_unpackedHierarchyChunkSize() const noexcept { return unpackedHierarchyChunkSize_; }
+    // Bytes of the layers that follow the one read last; 0 behind the last.
+    unsigned STRM_followingChunkSize() const noexcept { return followingChunkSize_; }
 
     // The format of the layer that was read or written last. `pack` sets others than 1.0 for its layer.
     unsigned char majorRev() const noexcept { return majorRev_; }

@@ -1,0 +1,163 @@
+#pragma once
+
+#include "misc/diagnostics/Log.h"
+#include "misc/persistence/StreamObjectManager.h"
+#include "misc/persistence/StreamableLayer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+// Persistent classes and their stored bytes, put together without the code that is tested.
+namespace stored
+{
+
+class Clip : public StreamableLayer<Clip, Streamable>
+{
+public:
+    static constexpr StreamLayerNames layerNames = {"C", "Clip"};
+    void pack(PStream& stream) const { stream << start << name; }
+    void unpack(PStream& stream) { stream >> start >> name; }
+
+    int start = 0;
+    LightweightString<char> name;
+};
+
+// What its layer does is the test's affair.
+class Title : public StreamableLayer<Title, Clip>
+{
+public:
+    static constexpr StreamLayerNames layerNames = {"T", "Title"};
+    void pack(PStream& stream) const { stream << text; }
+    void unpack(PStream& stream)
+    {
+        stream >> text;
+        if (onUnpack)
+            onUnpack(*this, stream);
+    }
+
+    LightweightString<char> text;
+    static inline std::function<void(Title&, PStream&)> onUnpack;
+};
+
+// Objects of any class within an object.
+class Bin : public StreamableLayer<Bin, Streamable>
+{
+public:
+    static constexpr StreamLayerNames layerNames = {"B", "Bin"};
+    void pack(PStream& stream) const
+    {
+        stream << static_cast<unsigned>(objects.size());
+        for (const Mw::Ptr<Streamable>& object : objects)
+            stream << *object;
+    }
+    void unpack(PStream& stream)
+    {
+        unsigned count = 0;
+        for (stream >> count; count != 0 && !stream.failed(); --count)
+            objects.push_back(theSOManager().readObject(stream));
+    }
+
+    std::vector<Mw::Ptr<Streamable>> objects;
+};
+
+struct Layer
+{
+    std::string name;
+    std::string body;
+    unsigned majorRev = 1;
+    unsigned minorRev = 0;
+};
+
+inline std::string bytesOf(unsigned value, unsigned count)
+{
+    std::string bytes;
+    for (; count != 0; --count, value >>= 8)
+        bytes += static_cast<char>(value);
+    return bytes;
+}
+
+// A number of the older format: `width` bytes, or as many of ones and then twice as many.
+inline std::string escaped(unsigned value, unsigned width)
+{
+    const unsigned escape = (1u << 8 * width) - 1;
+    return value < escape ? bytesOf(value, width) : bytesOf(escape, width) + bytesOf(value, 2 * width);
+}
+
+inline std::string records(unsigned version, const std::vector<Layer>& layers)
+{
+    std::string bytes;
+    for (auto layer = layers.rbegin(); layer != layers.rend(); ++layer)
+    {
+        const auto size = static_cast<unsigned>(layer->body.size());
+        const auto hierarchy = static_cast<unsigned>(layer->body.size() + bytes.size());
+        const auto rev = [version](unsigned value) { return version == 1 ? escaped(value, 1) : bytesOf(value, 1); };
+        const auto chunk = [version](unsigned value) { return version == 1 ? escaped(value, 2) : bytesOf(value, 4); };
+        bytes = layer->name + '\0' + rev(layer->majorRev) + rev(layer->minorRev) + chunk(size) + chunk(hierarchy) +
+            layer->body + bytes;
+    }
+    return bytes;
+}
+
+inline std::string object(unsigned version, const std::string& hierarchy, std::vector<Layer> layers)
+{
+    layers.insert(layers.begin(), {"$", hierarchy + '\0', version, 0});
+    return records(version, layers);
+}
+
+inline Layer clipLayer(int start, const std::string& name)
+{
+    return {"C", bytesOf(static_cast<unsigned>(start), 4) + name + '\0'};
+}
+
+// A stream in memory, and what is said meanwhile.
+class StoredObjects : public testing::Test
+{
+protected:
+    void SetUp() override { SetLogOutput(log_); }
+    void TearDown() override
+    {
+        SetLogOutput(nullptr);
+        std::fclose(log_);
+        Title::onUnpack = nullptr;
+    }
+
+    // Begins a stream with these bytes, in the version that every reading begins with.
+    void put(const std::string& bytes)
+    {
+        file_.close();
+        file_.write(bytes.data(), static_cast<unsigned>(bytes.size()));
+        file_.setPosition(0);
+        stream_.clear();
+        stream_.version(1);
+    }
+    std::string written()
+    {
+        file_.setPosition(0);
+        return std::string(file_.cached());
+    }
+    std::string packed(const Streamable& object)
+    {
+        put("");
+        stream_ << object;
+        return written();
+    }
+    // What was printed since the last time.
+    std::string said()
+    {
+        std::string text(static_cast<std::size_t>(std::ftell(log_)), '\0');
+        std::rewind(log_);
+        text.resize(std::fread(text.data(), 1, text.size(), log_));
+        std::rewind(log_);
+        return text;
+    }
+
+    std::FILE* log_ = std::tmpfile();
+    StreamFile file_;
+    PStream stream_{&file_};
+};
+
+} // namespace stored
