@@ -1,6 +1,5 @@
 #include "OS/FileMgr.h"
 #include "OS/testing/FailingFileMgr.h"
-#include "OS/testing/TestClock.h"
 #include "platform/SettingsStore.h"
 #include "platform/SqliteFaults.h"
 
@@ -92,12 +91,49 @@ TEST_F(SettingsDamage, isSetAsideForTheLastGoodCopyOrElseTheDefaults)
 
 TEST_F(SettingsDamage, ofTheCopyTooIsSetAside)
 {
-    setBytes(file(), "no database");
-    setBytes(beside(".last-good"), "nor this one");
-    put("a", "3");
-    EXPECT_EQ(stored("a"), "3");
-    EXPECT_EQ(bytes(beside(".damaged-1")), "no database");
-    EXPECT_EQ(bytes(beside(".last-good.damaged-1")), "nor this one");
+    for (const std::string copy : {"nor this one", ""})
+    {
+        renew();
+        setBytes(file(), "no database");
+        setBytes(beside(".last-good"), copy);
+        put("a", "3");
+        EXPECT_EQ(stored("a"), "3");
+        EXPECT_EQ(bytes(beside(".damaged-1")), "no database");
+        EXPECT_TRUE(std::filesystem::exists(beside(".last-good.damaged-1")));
+        EXPECT_EQ(bytes(beside(".last-good.damaged-1")), copy);
+    }
+}
+
+TEST_F(SettingsDamage, isLeftWhileTheCopyOrTheLockCannotBeHad)
+{
+    HastyClock clock;
+    const OSReplacement<iDebugger> replaced(clock);
+    for (const bool lockIsDamaged : {false, true})
+    {
+        renew();
+        setBytes(file(), "no database");
+        sqlite3* other = nullptr;
+        if (lockIsDamaged)
+            setBytes(beside(".lock"), "no lock");
+        else
+        {
+            sqlite3_open(beside(".last-good").c_str(), &other);
+            sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+        }
+        theMessages.clear();
+        const Mw::Ptr<iSettings> store = open();
+        EXPECT_EQ(store->setValue("a", "3", ""), iSettings::eKeptInMemory);
+        EXPECT_EQ(theMessages.size(), 1u);
+        EXPECT_EQ(theMessages.back().find(".lock\" is no lock file") != std::string::npos, lockIsDamaged);
+        sqlite3_close(other);
+        EXPECT_EQ(bytes(file()), "no database");
+        EXPECT_TRUE(bytes(beside(".last-good")) == copy_);
+    }
+    std::filesystem::remove_all(file().parent_path());
+    std::filesystem::create_directories(file().parent_path());
+    setBytes(beside(".lock"), "no lock");
+    EXPECT_EQ(open()->setValue("a", "1", ""), iSettings::eKeptInMemory);
+    EXPECT_FALSE(std::filesystem::exists(file()));
 }
 
 TEST_F(SettingsDamage, isMetByAStoreThatIsInUse)

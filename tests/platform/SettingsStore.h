@@ -1,7 +1,9 @@
 #pragma once
 
+#include "OS/ForkCount.h"
 #include "OS/OS.h"
 #include "OS/Settings.h"
+#include "OS/testing/TestClock.h"
 #include "platform/TempFolder.h"
 
 #include <filesystem>
@@ -9,6 +11,17 @@
 #include <string>
 #include <sys/wait.h>
 #include <vector>
+
+// Time passes whenever it is looked at.
+class HastyClock : public TestClock
+{
+public:
+    double getPreciseTimeMs() override
+    {
+        advance(1'000);
+        return getTimeMs();
+    }
+};
 
 // The words of the tests of the settings store: a folder with one store, and what was said meanwhile.
 class SettingsStore : public testing::Test
@@ -39,7 +52,8 @@ protected:
     }
     std::filesystem::path beside(const char* ending) const { return file().string() + ending; }
 
-    // What the test's process does in a child, which ends by itself or by a signal: its wait status.
+    // What the test's process does in a child, which ends by itself or by a signal: its wait status. The child
+    // passes for a process of its own, which is sound while its parent has no store open.
     template <class Work>
     static int inChild(Work work)
     {
@@ -54,6 +68,7 @@ protected:
         const pid_t child = ::fork();
         if (child == 0)
         {
+            theForkCount = 0;
             work();
             ::_exit(testing::Test::HasFailure() ? 1 : 0);
         }

@@ -16,7 +16,8 @@ public:
     {
         eFailOnce,
         eFailFromThenOn,
-        eKill // in the middle of the call: half of a write is done
+        eBusyFromThenOn, // no lock can be had; other calls pass and don't count
+        eKill            // in the middle of the call: half of a write is done
     };
 
     SqliteFaults() : real_(sqlite3_vfs_find(nullptr)), layer_(*real_)
@@ -58,24 +59,24 @@ private:
     // The file's own layer for one call.
     static sqlite3_file* real(sqlite3_file* file) { return reinterpret_cast<File*>(file)->real(); }
 
-    bool fails(bool isRead)
+    bool fails(bool isRead, bool isLock)
     {
-        if (isRead && !reads_)
+        if ((isRead && !reads_) || (action_ == eBusyFromThenOn && !isLock))
             return false;
         const int call = ++calls_;
-        return at_ != 0 && (call == at_ || (call > at_ && action_ == eFailFromThenOn));
+        return at_ != 0 && (call == at_ || (call > at_ && action_ != eFailOnce));
     }
 
     // Runs the call, or what happens instead of it.
     template <class Call>
     static int pass(Call call, int failure, bool isRead)
     {
-        current_->failed_ = current_->fails(isRead);
+        current_->failed_ = current_->fails(isRead, failure == SQLITE_IOERR_LOCK);
         if (!current_->failed_)
             return call();
         if (current_->action_ == eKill)
             ::kill(::getpid(), SIGKILL);
-        return failure;
+        return current_->action_ == eBusyFromThenOn ? SQLITE_BUSY : failure;
     }
 
     static int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)

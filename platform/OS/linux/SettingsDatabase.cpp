@@ -171,8 +171,8 @@ SettingsDatabase::eOutcome SettingsDatabase::create()
     if (const eOutcome made = makeDirectory(); made != eDone)
         return made;
     const FilesLock lock(path_, waitUntilMs_);
-    if (lock.code() != SQLITE_OK)
-        return outcome(lock.connection(), lock.code(), eOpening);
+    if (const eOutcome locked = outcome(lock); locked != eDone)
+        return locked;
     return open(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
 }
 
@@ -316,8 +316,8 @@ SettingsDatabase::eOutcome SettingsDatabase::replaceDamaged()
 {
     close();
     const FilesLock lock(path_, waitUntilMs_);
-    if (lock.code() != SQLITE_OK)
-        return outcome(lock.connection(), lock.code(), eOpening);
+    if (const eOutcome locked = outcome(lock); locked != eDone)
+        return locked;
     SqliteConnection damaged;
     if (const int code = damaged.open(nativePath_, SQLITE_OPEN_READWRITE); code != SQLITE_OK)
         return damaged.systemError() == ENOENT ? eDone : outcome(damaged, code, eOpening);
@@ -329,12 +329,16 @@ SettingsDatabase::eOutcome SettingsDatabase::replaceDamaged()
         return state;
 
     Wide copy = path_ + L".last-good";
-    const bool isThere = OS().fileMgr().exists(copy);
-    const bool isGood = isThere && isGoodCopy(copy);
-    if (isThere && !isGood && !OS().fileMgr().rename(copy, setAsideName(copy)))
-        return fail(eUnusable, OS().fileMgr().lastError());
-    if (!isGood)
+    if (!OS().fileMgr().exists(copy))
         copy.clear();
+    else if (const eOutcome found = examineCopy(copy); found == eDamaged)
+    {
+        if (!OS().fileMgr().rename(copy, setAsideName(copy)))
+            return fail(eUnusable, OS().fileMgr().lastError());
+        copy.clear();
+    }
+    else if (found != eDone)
+        return found; // it may be good, and readable another time
 
     const Wide aside = setAsideName(path_);
     if (const eOutcome put = putInPlace(copy, aside); put != eDone)
@@ -364,10 +368,20 @@ SettingsDatabase::eOutcome SettingsDatabase::putInPlace(const Wide& replacement,
     return fail(eUnusable, files.lastError());
 }
 
-bool SettingsDatabase::isGoodCopy(const Wide& copy)
+// eDone if it is good, eDamaged if it is not, and anything else if that can't be told now.
+SettingsDatabase::eOutcome SettingsDatabase::examineCopy(const Wide& copy)
 {
     SqliteConnection connection;
-    return connection.open(nativePath(copy), SQLITE_OPEN_READWRITE) == SQLITE_OK && quickCheck(connection) == SQLITE_OK;
+    connection.waitUntil(waitUntilMs_);
+    std::int64_t application = 0;
+    int code = connection.open(nativePath(copy), SQLITE_OPEN_READWRITE);
+    if (code == SQLITE_OK)
+        code = quickCheck(connection);
+    if (code == SQLITE_OK)
+        code = connection.number("PRAGMA application_id", application);
+    const eOutcome found = outcome(connection, code, eOpening);
+    // An empty file is a whole database, too.
+    return found == eDone && application != theApplicationId ? fail(eDamaged, "It holds no settings") : found;
 }
 
 SettingsDatabase::Wide SettingsDatabase::setAsideName(const Wide& path) const
@@ -406,6 +420,13 @@ SettingsDatabase::eOutcome SettingsDatabase::outcome(const SqliteConnection& con
     default:
         return fail(eFailed, reason);
     }
+}
+
+// A lock file with contents that are none of ours: replacing the store would not mend it.
+SettingsDatabase::eOutcome SettingsDatabase::outcome(const FilesLock& lock)
+{
+    const eOutcome locked = outcome(lock.connection(), lock.code(), eOpening);
+    return locked == eDamaged ? fail(eUnusable, quoted(path_ + L".lock") + " is no lock file: " + error_) : locked;
 }
 
 SettingsDatabase::eOutcome SettingsDatabase::fail(eOutcome outcome, const Text& reason)

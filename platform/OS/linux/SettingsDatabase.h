@@ -73,11 +73,12 @@ private:
     eOutcome keepCopy(Text& noCopyFor);
     eOutcome copyTo(const Wide& copy);
     eOutcome putInPlace(const Wide& replacement, const Wide& aside);
-    bool isGoodCopy(const Wide& copy);
+    eOutcome examineCopy(const Wide& copy);
     Wide setAsideName(const Wide& path) const;
 
     // What a result code comes to; keeps the reason.
     eOutcome outcome(const SqliteConnection& connection, int code, eStage stage = eUsing);
+    eOutcome outcome(const FilesLock& lock);
     eOutcome fail(eOutcome outcome, const Text& reason);
 
     const Wide path_;

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <limits>
+#include <mutex>
 #include <string>
 #include <unistd.h>
 
@@ -19,6 +20,8 @@ namespace
 constexpr double checkAfterMs = 50;
 constexpr double coarseClockLagMs = 10;
 constexpr int waitForOthersMs = 30'000;
+
+constexpr const char* forked = "The process was forked, and has executed no program since";
 
 // How often a store that is damaged, or replaced by another process, is opened anew in one operation.
 constexpr int attempts = 4;
@@ -30,10 +33,17 @@ double nowMs()
 
 // Values in memory over a database. `lock_` guards the database; readers take it only when a check is
 // due, and only if it is free, so no reader waits for a writer.
+//
+// A forked process keeps away from the disk: what SQLite knows of its parent's locks is not true of it. A
+// store that it inherited may have been in use and is left alone; one of its own is in memory.
 class SqliteSettings : public iSettings
 {
 public:
-    explicit SqliteSettings(const LightweightString<wchar_t>& path) : path_(nativePath(path)), database_(path) {}
+    explicit SqliteSettings(const LightweightString<wchar_t>& path) : path_(nativePath(path)), database_(path)
+    {
+        if (isInMemory_)
+            error_ = forked;
+    }
     ~SqliteSettings() override
     {
         if (isInherited())
@@ -73,7 +83,7 @@ private:
     class Turn;
 
     bool isInherited() const { return forks_ != forkCount(); }
-    void refuseInherited();
+    void sayForked();
     bool isReadable();
     void checkIfDue(double lastMs);
     void check();
@@ -85,21 +95,24 @@ private:
     int write(const std::vector<Change>& changes);
     bool holdsAll(const std::vector<Change>& changes) const;
     void leaveStore();
+    void keepError(const Text& error);
     void takeNotice();
 
     const Text path_;
     const unsigned forks_ = forkCount();
     std::atomic<double> lastCheckMs_{-std::numeric_limits<double>::infinity()};
     std::atomic<bool> isLoaded_{false};
-    std::atomic<bool> saidInherited_{false};
+    std::atomic<bool> saidForked_{false};
     SettingsValues values_;
 
     RecursiveLock lock_;
     Database database_;
-    bool isInMemory_ = false;
+    bool isInMemory_ = forks_ != 0;
     bool saidUnreadable_ = false;
-    Text error_;
     std::vector<Text> notices_;
+
+    std::mutex errorLock_; // held for no longer than a copy
+    Text error_;
 };
 
 // The lock for a scope. What was to be said is said after it, since whoever hears it may read settings.
@@ -132,7 +145,7 @@ bool SqliteSettings::isReadable()
 {
     if (isInherited()) [[unlikely]]
     {
-        refuseInherited();
+        sayForked();
         return false;
     }
     const double lastMs = lastCheckMs_.load(std::memory_order_acquire);
@@ -151,13 +164,13 @@ void SqliteSettings::checkIfDue(double lastMs)
 }
 
 // Only system calls that are safe after a fork: another thread may have held any lock, the log's too.
-void SqliteSettings::refuseInherited()
+void SqliteSettings::sayForked()
 {
-    if (saidInherited_.exchange(true))
+    if (saidForked_.exchange(true))
         return;
-    for (const std::string_view part :
-         {std::string_view("A forked process uses no settings until it executes a program: "), std::string_view(path_),
-          std::string_view("\n")})
+    for (const std::string_view part : {std::string_view("A forked process uses no stored settings until it executes a"
+                                                         " program: "),
+                                        std::string_view(path_), std::string_view("\n")})
         if (::write(STDERR_FILENO, part.data(), part.size()) < 0)
             return;
 }
@@ -176,13 +189,16 @@ int SqliteSettings::apply(const std::vector<Change>& changes)
 {
     if (isInherited())
     {
-        refuseInherited();
+        sayForked();
         return eForked;
     }
     const double until = nowMs() + waitForOthersMs;
     const Turn turn(*this, waitForOthersMs);
     if (!turn.isMine())
+    {
+        keepError("Another thread held the store for 30 seconds");
         return eBusy;
+    }
     database_.waitUntil(until);
     return write(changes);
 }
@@ -190,9 +206,15 @@ int SqliteSettings::apply(const std::vector<Change>& changes)
 LightweightString<char> SqliteSettings::lastError()
 {
     if (isInherited())
-        return "The process was forked from the one that opened the store";
-    const Turn turn(*this, 0);
-    return turn.isMine() ? error_ : "The store is in use";
+        return forked;
+    const std::lock_guard lock(errorLock_);
+    return error_;
+}
+
+void SqliteSettings::keepError(const Text& error)
+{
+    const std::lock_guard lock(errorLock_);
+    error_ = error;
 }
 
 // Damage is repaired, and a file that was replaced opened anew, in between.
@@ -217,6 +239,9 @@ SqliteSettings::Database::eOutcome SqliteSettings::refresh()
 {
     if (isInMemory_)
     {
+        if (forks_ != 0)
+            sayForked();
+        isLoaded_.store(true, std::memory_order_release);
         lastCheckMs_.store(nowMs(), std::memory_order_release);
         return Database::eDone;
     }
@@ -231,8 +256,8 @@ SqliteSettings::Database::eOutcome SqliteSettings::refresh()
     if (outcome == Database::eFailed && !std::exchange(saidUnreadable_, true))
         notices_.push_back(Text("The settings in \"") + path_ +
                            "\" can't be read; those that were read before stay in use: " + database_.error());
-    if (outcome != Database::eBusy)
-        lastCheckMs_.store(nowMs(), std::memory_order_release);
+    // Also where others were at the file: who reads while they commit does not ask each time.
+    lastCheckMs_.store(nowMs(), std::memory_order_release);
     return outcome;
 }
 
@@ -260,7 +285,7 @@ int SqliteSettings::write(const std::vector<Change>& changes)
     }
     if (outcome == Database::eDone)
         return eStored;
-    error_ = database_.error();
+    keepError(database_.error());
     if (outcome == Database::eBusy)
         return eBusy;
     database_.refresh(values_); // as far as the disk can tell what has become of the change
@@ -276,11 +301,11 @@ void SqliteSettings::leaveStore()
 {
     isInMemory_ = true;
     database_.close();
-    error_ = database_.error();
+    keepError(database_.error());
     isLoaded_.store(true, std::memory_order_release);
     lastCheckMs_.store(nowMs(), std::memory_order_release);
     notices_.push_back(Text("The settings store \"") + path_ +
-                       "\" can't be used; this run keeps its settings in memory: " + error_);
+                       "\" can't be used; this run keeps its settings in memory: " + database_.error());
 }
 
 void SqliteSettings::takeNotice()
