@@ -31,6 +31,8 @@ std::uint64_t lengthAt(const unsigned char* in)
     return length;
 }
 
+constexpr const char* noMemory = "No memory to restore a compressed block";
+
 // What is wrong with a stream of `sizeBytes` that is to give exactly what `out` has room for; null if it
 // was restored.
 const char* restore(const unsigned char* stream, std::size_t sizeBytes, ByteBufferImpl& out)
@@ -45,7 +47,7 @@ const char* restore(const unsigned char* stream, std::size_t sizeBytes, ByteBuff
     case Z_BUF_ERROR:
         return "Compressed block holds more than it declares";
     case Z_MEM_ERROR:
-        return "No memory to restore a compressed block";
+        return noMemory;
     default:
         return "Compressed block is damaged or cut";
     }
@@ -101,8 +103,15 @@ ByteBuffer ByteBufferImpl::restored(const void* block, std::size_t sizeBytes, Li
         wrong = "Compressed block declares more than it can hold";
     else
     {
-        buffer = ByteBuffer(new ByteBufferImpl(lengthAt(bytes)));
-        wrong = restore(bytes + headerBytes, sizeBytes - headerBytes, *buffer);
+        try
+        {
+            buffer = ByteBuffer(new ByteBufferImpl(lengthAt(bytes)));
+            wrong = restore(bytes + headerBytes, sizeBytes - headerBytes, *buffer);
+        }
+        catch (const Mw::Exception::BadAlloc&)
+        {
+            wrong = noMemory;
+        }
     }
     if (error != nullptr)
         *error = wrong;

@@ -35,7 +35,7 @@ public:
 
     // What was stored in compressed form. A block that is damaged, cut, followed by other bytes, or that
     // holds more or less than it declares gives null, and `error`, if given, says what is wrong. Nothing
-    // is allocated for a size that so few bytes can't hold.
+    // is allocated for a size that so few bytes can't hold; one that there is no memory for gives null, too.
     static Mw::Ptr<ByteBufferImpl> restored(const void* block, std::size_t sizeBytes,
                                             LightweightString<char>* error = nullptr);
 

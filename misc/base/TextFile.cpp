@@ -3,6 +3,8 @@
 #include "OS/FileMgr.h"
 #include "OS/OS.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -13,18 +15,16 @@ bool readWhole(const LightweightString<wchar_t>& path, std::basic_string<char>& 
                LightweightString<char>& error)
 {
     const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
-    if (file->isOpen())
-    {
-        contents.resize(file->size());
-        const std::int64_t count = file->read(contents.data(), contents.size(), 0);
-        if (count >= 0)
-        {
-            contents.resize(static_cast<std::size_t>(count));
-            return true;
-        }
-    }
+    const std::uint64_t size = file->isOpen() ? file->size() : 0;
     error = file->lastError();
-    return false;
+    // A size that can't be told is no empty file.
+    if (!error.empty())
+        return false;
+    contents.resize(size);
+    const std::int64_t count = file->read(contents.data(), contents.size(), 0);
+    contents.resize(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
+    error = count < 0 ? file->lastError() : LightweightString<char>();
+    return count >= 0;
 }
 
 } // namespace

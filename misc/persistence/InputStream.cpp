@@ -56,7 +56,10 @@ bool SimpleFileInputStream::open(const LightweightString<wchar_t>& path)
         OS().fileMgr().openFile(path, iFile::eRead, iFile::eOpenExisting, iFile::eShareAll, iFile::eSequential);
     if (!file->isOpen())
         return false;
-    const ByteBuffer block(new ByteBufferImpl(file->size()));
+    const std::uint64_t size = file->size();
+    if (size == 0 && !file->lastError().empty())
+        return false;
+    const ByteBuffer block(new ByteBufferImpl(size));
     const std::int64_t count = file->read(block->data(), block->capacity(), 0);
     if (count < 0)
         return false;

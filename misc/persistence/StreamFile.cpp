@@ -6,6 +6,8 @@
 #include "libmw/Text.h"
 #include "misc/diagnostics/Log.h"
 
+#include <atomic>
+
 namespace
 {
 
@@ -44,7 +46,23 @@ Path besideName(const Path& target)
 // Whether the name leads to this very file, and not to one that took its place.
 bool isNamed(iFile& file, const Path& name)
 {
-    return OS().fileMgr().openFile(name)->identity() == file.identity();
+    const Mw::Ptr<iFile> named = OS().fileMgr().openFile(name);
+    return named->isOpen() && named->identity() == file.identity();
+}
+
+// False if another holds the lock. Where the disk knows none, writers can't be told apart, and each goes on.
+bool lockIfPossible(iFile& file)
+{
+    static std::atomic<bool> said{false};
+    if (file.lock(iFile::eLockExclusive, iFile::eTryLock))
+        return true;
+    if (file.supportsLocks())
+        return false;
+    if (!said.exchange(true))
+        LogString(("StreamFile : the disk knows no file locks, two writers of one file are not told apart: " +
+                   toUTF8(file.path()) + "\n")
+                      .c_str());
+    return true;
 }
 
 // A file for locking it: what a writer left may have the permissions of a file that is only read.
@@ -64,7 +82,7 @@ bool removeAbandoned(const Path& name, LightweightString<char>& reason)
         reason = left->lastError();
         return !files.exists(name);
     }
-    if (!left->lock(iFile::eLockExclusive, iFile::eTryLock))
+    if (!lockIfPossible(*left))
     {
         reason = otherWriter;
         return false;
@@ -109,10 +127,16 @@ bool StreamFile::open(const Path& given, iFile::eOpenBehaviour behaviour)
 bool StreamFile::openSource(iFile::eOpenBehaviour behaviour)
 {
     iFileMgr& files = OS().fileMgr();
-    if (behaviour == iFile::eOpenAlways && !files.exists(target_))
+    if (behaviour == iFile::eOpenAlways)
     {
-        changed_ = true;
-        return true;
+        const std::optional<iFileMgr::Status> there = files.status(target_);
+        if (!there)
+            return fail(files.lastError());
+        if (!there->exists)
+        {
+            changed_ = mustBeNew_ = true;
+            return true;
+        }
     }
     const Mw::Ptr<iFile> file = files.openFile(target_);
     if (!file->isOpen())
@@ -133,15 +157,9 @@ bool StreamFile::openToCreate(iFile::eOpenBehaviour behaviour)
     iFileMgr& files = OS().fileMgr();
     if (files.isDirectory(target_))
         return fail("is a directory");
-    if (!openBeside())
-        return false;
-    if (behaviour == iFile::eCreateNew && files.exists(target_))
-    {
-        discardBeside();
-        return fail("the file exists");
-    }
-    changed_ = true;
-    return true;
+    mustBeNew_ = behaviour == iFile::eCreateNew;
+    changed_ = openBeside();
+    return changed_;
 }
 
 void StreamFile::close()
@@ -154,7 +172,7 @@ void StreamFile::close()
     path_.clear();
     target_.clear();
     source_.reset();
-    changed_ = failed_ = false;
+    changed_ = mustBeNew_ = failed_ = false;
     error_.clear();
 }
 
@@ -166,7 +184,7 @@ bool StreamFile::flush()
         return true;
     if (!failed_ && (beside_ || openBeside()) && writeBeside() && putInPlace())
     {
-        changed_ = false;
+        changed_ = mustBeNew_ = false;
         return true;
     }
     failed_ = true;
@@ -179,14 +197,23 @@ bool StreamFile::openBeside()
 {
     iFileMgr& files = OS().fileMgr();
     const Path name = besideName(target_);
+    const std::optional<iFileMgr::Status> old = files.status(target_);
+    if (!old)
+        return fail(files.lastError());
+    // Never open to more people than the file that it will be; we must be able to look at it.
+    const unsigned mode = old->exists ? old->mode | 0600u : 0666u;
     for (int attempt = 0; attempt < besideAttempts; ++attempt)
     {
-        const Mw::Ptr<iFile> file = files.openFile(name, iFile::eReadWrite, iFile::eCreateNew);
+        const Mw::Ptr<iFile> file =
+            files.openFile(name, iFile::eReadWrite, iFile::eCreateNew, iFile::eShareAll, iFile::eNoHints, mode);
         // Before it was locked, another writer may have taken it for one that was left.
-        if (file->isOpen() && file->lock(iFile::eLockExclusive, iFile::eTryLock) && isNamed(*file, name))
+        if (file->isOpen() && lockIfPossible(*file) && isNamed(*file, name))
         {
             beside_ = file;
-            return true;
+            if (takeMode())
+                return true;
+            discardBeside();
+            return false;
         }
         if (!file->isOpen() && !files.exists(name))
             return fail(file->lastError());
@@ -197,12 +224,20 @@ bool StreamFile::openBeside()
     return fail(otherWriter);
 }
 
+bool StreamFile::takeMode()
+{
+    const std::optional<iFileMgr::Status> old = OS().fileMgr().status(target_);
+    if (!old)
+        return fail(OS().fileMgr().lastError());
+    if (old->exists && mustBeNew_)
+        return fail("the file exists");
+    return !old->exists || beside_->setMode(old->mode) || fail(beside_->lastError());
+}
+
 bool StreamFile::writeBeside()
 {
-    iFileMgr& files = OS().fileMgr();
-    const unsigned mode = files.exists(target_) ? files.openFile(target_)->mode() : 0;
-    if (mode != 0 && !beside_->setMode(mode))
-        return fail(beside_->lastError());
+    if (!takeMode())
+        return false;
     writeBehind();
     return !failed_ && (beside_->flushToDisk() || fail(beside_->lastError()));
 }
@@ -211,6 +246,8 @@ bool StreamFile::putInPlace()
 {
     iFileMgr& files = OS().fileMgr();
     // The lock is held up to here, so that the name beside is no other writer's.
+    if (!beside_->supportsLocks() && !isNamed(*beside_, besideName(target_)))
+        return fail(otherWriter);
     if (!files.rename(besideName(target_), target_))
         return fail(files.lastError());
     beside_->unlock();
@@ -222,7 +259,8 @@ void StreamFile::discardBeside()
 {
     if (!beside_)
         return;
-    OS().fileMgr().remove(besideName(target_));
+    if (beside_->supportsLocks() || isNamed(*beside_, besideName(target_)))
+        OS().fileMgr().remove(besideName(target_));
     beside_.reset();
 }
 

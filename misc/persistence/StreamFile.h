@@ -30,7 +30,8 @@ concept StreamPrimitive = std::same_as<T, char> || std::same_as<T, unsigned char
 //
 // PATH.TMP is locked from `open` with eCreateNew or eCreateAlways, else during `flush`, until it is in the
 // file's place or this object ends: so of two writers the second fails. What a writer that died left there
-// is removed. Symbolic links stay, and their target is replaced with its permissions.
+// is removed. Symbolic links stay, and their target is replaced with its permissions, which PATH.TMP has
+// from the start.
 //
 // Stored bytes never lead outside the cache. A number that the end of the file cuts keeps its value, a
 // text or a block is what is there, and the position is then the end. One thread at a time.
@@ -45,7 +46,8 @@ public:
     StreamFile& operator=(const StreamFile&) = delete;
 
     // Closes what was open and opens the file. False, with the reason in `lastError`, if there is none
-    // to open or one where there should be none, if it can't be read, or if another writer is at it.
+    // to open or one where there should be none, if it can't be read, or if another writer is at it. A
+    // file that was not there is not replaced if it is there by the time of `flush`.
     bool open(const LightweightString<wchar_t>& path, iFile::eOpenBehaviour behaviour);
     // Lets go of the file and of what was not flushed: an empty stream in memory.
     void close();
@@ -120,7 +122,8 @@ public:
     void passCached(std::size_t lengthBytes) noexcept { cachePos_ += lengthBytes; }
 
     // Appends a text: a counted one, or the one up to the next zero, which is passed. False if there is
-    // no cache, that is, neither an open file nor anything written.
+    // no cache, that is, neither an open file nor anything written. A text that a GrowString can't hold
+    // throws, as told there.
     bool readBinary(GrowString& text, bool counted);
     // Copies `lengthBytes` bytes. If not `raw`, a length word stands before them and must agree, else an
     // assertion is printed, and the position is behind that word. False then, and if the file ends
@@ -154,6 +157,7 @@ private:
     bool openToCreate(iFile::eOpenBehaviour behaviour);
     // The TMP file: made and locked, written to the disk, renamed. Each leaves the reason of a failure.
     bool openBeside();
+    bool takeMode();
     bool writeBeside();
     bool putInPlace();
     void discardBeside();
@@ -175,6 +179,7 @@ private:
     Mw::Ptr<iFile> source_;             // the file that is read
     Mw::Ptr<iFile> beside_;             // the TMP file that is written
     bool changed_ = false;              // the file under the path is not what this stream is
+    bool mustBeNew_ = false;            // there must be no file under the path that this stream has not read
     bool failed_ = false;               // a part could not be read or written, so that it never will be
     LightweightString<char> error_;
 };

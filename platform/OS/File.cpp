@@ -5,6 +5,11 @@ std::uint64_t iFile::recalculateSize()
     return size();
 }
 
+bool iFile::supportsLocks()
+{
+    return true;
+}
+
 unsigned iFile::getCaps()
 {
     return eNoCaps;

@@ -81,6 +81,9 @@ public:
     virtual bool lock(eLock kind, eLockWait wait) = 0;
     virtual bool unlock() = 0;
 
+    // False once `lock` has failed because the disk knows no locks.
+    virtual bool supportsLocks();
+
     // Gives the bytes written, or -1 on failure, when any part of them may have been written. Writing
     // past the end fills the gap with zeros.
     virtual std::int64_t write(const void* data, std::size_t sizeBytes, std::uint64_t offset) = 0;

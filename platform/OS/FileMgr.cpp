@@ -118,14 +118,14 @@ LightweightString<wchar_t> nameBeside(iFileMgr& files, const LightweightString<w
 
 // Writes a new file with `fill`, to the disk, and leaves it closed. On failure there is none.
 template <class Fill>
-bool writeNew(iFileMgr& files, const LightweightString<wchar_t>& path, unsigned mode, Fill fill,
+bool writeNew(iFileMgr& files, const LightweightString<wchar_t>& path, std::optional<unsigned> mode, Fill fill,
               LightweightString<char>& reason)
 {
     // Never more open than it will be, not even while it is written.
-    const Ptr<iFile> file = files.openFile(path, iFile::eWrite, iFile::eCreateNew, iFile::eShareAll, iFile::eNoHints,
-                                           mode != 0 ? mode : 0666);
+    const Ptr<iFile> file =
+        files.openFile(path, iFile::eWrite, iFile::eCreateNew, iFile::eShareAll, iFile::eNoHints, mode.value_or(0666));
     const bool made = file->isOpen();
-    if (made && (mode == 0 || file->setMode(mode)) && fill(*file) && file->flushToDisk() && file->close())
+    if (made && (!mode || file->setMode(*mode)) && fill(*file) && file->flushToDisk() && file->close())
         return true;
     if (reason.empty())
         reason = file->lastError();
@@ -134,9 +134,9 @@ bool writeNew(iFileMgr& files, const LightweightString<wchar_t>& path, unsigned 
     return false;
 }
 
-// Puts what `fill` writes in the place of a file; a mode of 0 means the old file's.
+// Puts what `fill` writes in the place of a file, whose permissions it takes unless others are given.
 template <class Fill>
-bool replaceBy(iFileMgr& files, const LightweightString<wchar_t>& path, unsigned mode, Fill fill,
+bool replaceBy(iFileMgr& files, const LightweightString<wchar_t>& path, std::optional<unsigned> mode, Fill fill,
                LightweightString<char>& reason)
 {
     const LightweightString<wchar_t> target = files.resolve(path);
@@ -145,15 +145,16 @@ bool replaceBy(iFileMgr& files, const LightweightString<wchar_t>& path, unsigned
         reason = files.lastError();
         return false;
     }
-    if (mode == 0 && files.exists(target))
+    if (!mode)
     {
-        const Ptr<iFile> old = files.openFile(target);
-        mode = old->mode();
-        if (!old->isOpen()) // without its permissions the new one might be open to more people
+        const std::optional<iFileMgr::Status> old = files.status(target);
+        if (!old) // without its permissions the new one might be open to more people
         {
-            reason = old->lastError();
+            reason = files.lastError();
             return false;
         }
+        if (old->exists)
+            mode = old->mode;
     }
     const LightweightString<wchar_t> beside = nameBeside(files, target);
     if (!writeNew(files, beside, mode, fill, reason))
@@ -196,7 +197,7 @@ bool replaceFile(const LightweightString<wchar_t>& path, const void* data, std::
     const auto fill = [&](iFile& file)
     { return file.write(data, sizeBytes, 0) == static_cast<std::int64_t>(sizeBytes); };
     LightweightString<char> reason;
-    const bool good = replaceBy(OS().fileMgr(), path, 0, fill, reason);
+    const bool good = replaceBy(OS().fileMgr(), path, std::nullopt, fill, reason);
     if (error != nullptr)
         *error = reason;
     return good;
@@ -211,5 +212,7 @@ bool iFileMgr::copy(const LightweightString<wchar_t>& from, const LightweightStr
         return fail(source->lastError().c_str());
     LightweightString<char> reason;
     const auto fill = [&](iFile& file) { return Mw::copyContents(*source, file, reason); };
-    return Mw::replaceBy(*this, to, source->mode(), fill, reason) || fail(reason.c_str());
+    const unsigned mode = source->mode();
+    return Mw::replaceBy(*this, to, mode != 0 ? std::optional(mode) : std::nullopt, fill, reason) ||
+           fail(reason.c_str());
 }

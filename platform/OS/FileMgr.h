@@ -4,6 +4,7 @@
 #include "Mw/Ptr.h"
 #include "OS/File.h"
 
+#include <optional>
 #include <vector>
 
 // Files and folders: OS().fileMgr(). Any thread.
@@ -17,6 +18,13 @@ public:
     {
         LightweightString<wchar_t> name; // without its folder
         bool isDirectory = false;
+    };
+
+    struct Status
+    {
+        bool exists = false; // the others say nothing if not
+        bool isDirectory = false;
+        unsigned mode = 0; // permission bits, such as 0644
     };
 
     virtual ~iFileMgr();
@@ -40,10 +48,16 @@ public:
 
     virtual wchar_t pathSeparator() = 0;
 
+    // What the path leads to, without opening it. That there is nothing is an answer, too; none is given
+    // where it can't be told.
+    virtual std::optional<Status> status(const LightweightString<wchar_t>& path) = 0;
+
+    // False also where it can't be told.
     virtual bool exists(const LightweightString<wchar_t>& path) = 0;
     virtual bool isDirectory(const LightweightString<wchar_t>& path) = 0;
 
-    // Makes the directory with its parents where they are missing. True if it exists afterwards.
+    // Makes the directory with its parents where they are missing; the new names are on the disk then. True
+    // if it exists afterwards.
     virtual bool ensureDirectory(const LightweightString<wchar_t>& path) = 0;
 
     // Puts `from` in the place of `to` in one step: at every moment `to` is the old file or the new one.

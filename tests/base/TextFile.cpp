@@ -80,7 +80,7 @@ TEST_F(TextFileTest, whatCantBeLoadedLeavesTheLinesAndSaysWhy)
 
 TEST_F(TextFileTest, everyFailingCallLeavesTheOldFileOrTheNewOne)
 {
-    FailingFileMgr failing(disk_);
+    FailingFileMgr failing(disk_, FailingFileMgr::eAllCalls);
     OSReplacement<iFileMgr> replaced(failing);
     TextFile old, changed;
     old.appendLine("old");
@@ -93,7 +93,17 @@ TEST_F(TextFileTest, everyFailingCallLeavesTheOldFileOrTheNewOne)
         failing.failAt(call);
         saved = changed.save(path_);
         disk_.loseUnflushed();
+        failing.failAt(0);
         EXPECT_TRUE(onDisk() == "new\n" || (!saved && onDisk() == "old\n")) << call;
+        ASSERT_LT(call, 100);
+    }
+    bool loaded = false;
+    for (int call = 1; !loaded; ++call)
+    {
+        failing.failAt(call);
+        TextFile read = old;
+        loaded = read.load(path_);
+        EXPECT_EQ(textOf(read), loaded ? "new|" : "old|") << call;
         ASSERT_LT(call, 100);
     }
 }

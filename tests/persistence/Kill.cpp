@@ -15,8 +15,10 @@ namespace
 
 using Path = LightweightString<wchar_t>;
 
-// A file that says which generation it is from, over and over.
-constexpr int copies = 5000;
+// Files that say which generation they are from, over and over. That of the stream is more than is kept back
+// from the file beside.
+constexpr int copies = 100'000;
+constexpr int lines = 5'000;
 
 bool save(const Path& path, unsigned generation)
 {
@@ -26,7 +28,7 @@ bool save(const Path& path, unsigned generation)
     for (int i = 0; i < copies; ++i)
         file.setUnsignedLong(generation);
     TextFile text;
-    for (int i = 0; i < copies; ++i)
+    for (int i = 0; i < lines; ++i)
         text.appendLine(std::to_string(generation));
     return file.flush() && text.save(path + L".txt");
 }
@@ -47,7 +49,7 @@ long generationOf(const Path& path)
 long generationOfText(const Path& path)
 {
     TextFile text;
-    if (!text.load(path) || text.numLines() != copies)
+    if (!text.load(path) || text.numLines() != lines)
         return -1;
     for (unsigned i = 1; i < text.numLines(); ++i)
         if (text[i] != text[0])
@@ -84,7 +86,7 @@ TEST(Kill, writerKilledAtAnyMomentLeavesFilesThatRead)
         for (auto saves = random() % 2; saves != 0; --saves)
             ASSERT_EQ(::read(told[0], &promised, sizeof promised), static_cast<ssize_t>(sizeof promised));
         // The moment of the kill: in any step of a save or between two.
-        ::usleep(static_cast<useconds_t>(random() % 12000));
+        ::usleep(static_cast<useconds_t>(random() % 20000));
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);
         while (::read(told[0], &promised, sizeof promised) > 0)

@@ -410,6 +410,6 @@ TEST(MemoryFiles, onlyWhatWasFlushedIsThereAfterAStop)
     EXPECT_TRUE(memory.ensureDirectory(L"/home/folder"));
     EXPECT_TRUE(memory.rename(L"/home/a", L"/home/b"));
     memory.loseUnflushed();
-    EXPECT_EQ(listed(memory, L"/home", L"*"), L"a ");
+    EXPECT_EQ(listed(memory, L"/home", L"*"), L"a folder/ ");
     EXPECT_EQ(get(memory, L"/home/a"), "kept");
 }

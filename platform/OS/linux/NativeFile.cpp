@@ -165,7 +165,10 @@ LightweightString<char> NativeFile::lastError()
 bool NativeFile::lock(eLock kind, eLockWait wait)
 {
     const int operation = (kind == eLockExclusive ? LOCK_EX : LOCK_SH) | (wait == eTryLock ? LOCK_NB : 0);
-    return keep(retryInterrupted([&] { return ::flock(descriptor_, operation); }));
+    if (keep(retryInterrupted([&] { return ::flock(descriptor_, operation); })))
+        return true;
+    supportsLocks_ = error_ != ENOLCK && error_ != EOPNOTSUPP && error_ != ENOSYS;
+    return false;
 }
 
 bool NativeFile::unlock()

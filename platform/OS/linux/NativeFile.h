@@ -17,6 +17,7 @@ public:
     LightweightString<char> lastError() override;
     bool lock(eLock kind, eLockWait wait) override;
     bool unlock() override;
+    bool supportsLocks() override { return supportsLocks_; }
     std::int64_t write(const void* data, std::size_t sizeBytes, std::uint64_t offset) override;
     bool flushToDisk() override;
     bool truncate(std::uint64_t sizeBytes) override;
@@ -38,6 +39,7 @@ private:
     LightweightString<wchar_t> path_;
     int descriptor_ = -1;
     bool seeks_ = false;
+    std::atomic<bool> supportsLocks_{true};
     std::atomic<int> error_{0};
     std::atomic<int> flushError_{0};
 };

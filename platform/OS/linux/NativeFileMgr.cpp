@@ -86,6 +86,17 @@ public:
 
     wchar_t pathSeparator() override { return L'/'; }
 
+    std::optional<Status> status(const Wide& path) override
+    {
+        struct stat info;
+        if (::stat(nativePath(path).c_str(), &info) == 0)
+            return Status{true, S_ISDIR(info.st_mode), info.st_mode & 07777u};
+        if (errno == ENOENT || errno == ENOTDIR)
+            return Status{};
+        keep(-1);
+        return std::nullopt;
+    }
+
     bool exists(const Wide& path) override
     {
         struct stat info;
@@ -107,15 +118,7 @@ public:
 
     bool remove(const Wide& path) override { return keep(std::remove(nativePath(path).c_str())); }
 
-    bool syncDirectory(const Wide& path) override
-    {
-        const int directory = ::open(nativePath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        if (!keep(directory))
-            return false;
-        const bool good = keep(::fsync(directory));
-        ::close(directory);
-        return good;
-    }
+    bool syncDirectory(const Wide& path) override { return sync(nativePath(path).c_str()); }
 
     bool list(const Wide& directory, const Wide& pattern, std::vector<Entry>& entries) override;
 
@@ -140,6 +143,25 @@ public:
     Wide findConfigurationFile(const Wide& name) override;
 
 private:
+    static bool sync(const char* directory)
+    {
+        const int descriptor = ::open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (!keep(descriptor))
+            return false;
+        const bool good = keep(::fsync(descriptor));
+        ::close(descriptor);
+        return good;
+    }
+
+    // Puts the name of a directory that was made on the disk. One that this user may not read can't be
+    // flushed, and is no reason to go without.
+    static bool syncParent(const std::string& made)
+    {
+        const std::size_t slash = made.find_last_of('/');
+        const std::string parent = slash == made.npos ? "." : made.substr(0, std::max<std::size_t>(slash, 1));
+        return sync(parent.c_str()) || errno == EACCES;
+    }
+
     // Keeps the system's reason if a call gave less than 0.
     static bool keep(int result)
     {
@@ -161,7 +183,12 @@ bool NativeFileMgr::ensureDirectory(const Wide& path)
         if (at != made.size() && made[at] != '/')
             continue;
         const char next = std::exchange(made[at], '\0');
-        if (::mkdir(made.c_str(), 0777) != 0 && errno != EEXIST)
+        if (::mkdir(made.c_str(), 0777) == 0)
+        {
+            if (!syncParent(made.c_str()))
+                return false;
+        }
+        else if (errno != EEXIST)
         {
             const int reason = errno;
             if (::access(made.c_str(), F_OK) != 0)

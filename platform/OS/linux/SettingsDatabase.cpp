@@ -168,26 +168,12 @@ SettingsDatabase::eOutcome SettingsDatabase::openExisting(bool& isThere)
 
 SettingsDatabase::eOutcome SettingsDatabase::create()
 {
-    if (const eOutcome made = makeDirectory(); made != eDone)
-        return made;
+    if (!OS().fileMgr().ensureDirectory(Mw::directoryOf(path_)))
+        return fail(eUnusable, OS().fileMgr().lastError());
     const FilesLock lock(path_, waitUntilMs_);
     if (const eOutcome locked = outcome(lock); locked != eDone)
         return locked;
     return open(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-}
-
-// SQLite flushes the directory of the files that it makes, but not those that the directory is in.
-SettingsDatabase::eOutcome SettingsDatabase::makeDirectory()
-{
-    iFileMgr& files = OS().fileMgr();
-    const Wide directory = Mw::directoryOf(path_);
-    std::vector<Wide> parents;
-    for (Wide missing = directory; !files.exists(missing) && missing != Mw::directoryOf(missing);)
-        parents.push_back(missing = Mw::directoryOf(missing));
-    bool done = files.ensureDirectory(directory);
-    for (const Wide& parent : parents)
-        done = done && files.syncDirectory(parent);
-    return done ? eDone : fail(eUnusable, files.lastError());
 }
 
 SettingsDatabase::eOutcome SettingsDatabase::open(int flags)

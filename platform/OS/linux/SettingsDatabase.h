@@ -64,7 +64,6 @@ private:
 
     eOutcome openExisting(bool& isThere);
     eOutcome create();
-    eOutcome makeDirectory();
     eOutcome open(int flags);
     eOutcome readIfChanged(SettingsValues& fresh, bool& changed);
     eOutcome readAll(SettingsValues& fresh);

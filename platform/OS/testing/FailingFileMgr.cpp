@@ -38,6 +38,17 @@ public:
         return ForwardingFile::close() && !failing;
     }
 
+    std::uint64_t size() override { return note(FailingFileMgr::eSize) ? 0 : ForwardingFile::size(); }
+
+    unsigned mode() override { return note(FailingFileMgr::eMode) ? 0 : ForwardingFile::mode(); }
+
+    bool lock(eLock kind, eLockWait wait) override
+    {
+        return !note(FailingFileMgr::eLock) && !manager_.isWithoutLocks() && ForwardingFile::lock(kind, wait);
+    }
+
+    bool supportsLocks() override { return !manager_.isWithoutLocks() && ForwardingFile::supportsLocks(); }
+
     bool setMode(unsigned mode) override { return !note(FailingFileMgr::eSetMode) && ForwardingFile::setMode(mode); }
 
     LightweightString<char> lastError() override
@@ -93,11 +104,21 @@ Mw::Ptr<iFile> FailingFileMgr::openFile(const Path& path, iFile::eAccess access,
                                         iFile::eSharing sharing, unsigned hints, unsigned mode)
 {
     // An empty path opens nothing and makes nothing.
-    if (access != iFile::eRead && fails(eOpenToWrite))
+    if (fails(access == iFile::eRead ? eOpenToRead : eOpenToWrite))
         return Mw::Ptr<iFile>(new UnopenedFile(
             ForwardingFileMgr::openFile(Path(), iFile::eRead, iFile::eOpenExisting, sharing, hints, mode)));
     return Mw::Ptr<iFile>(
         new FailingFile(ForwardingFileMgr::openFile(path, access, behaviour, sharing, hints, mode), *this));
+}
+
+std::optional<iFileMgr::Status> FailingFileMgr::status(const Path& path)
+{
+    return fails(eMode) ? std::nullopt : ForwardingFileMgr::status(path);
+}
+
+bool FailingFileMgr::exists(const Path& path)
+{
+    return !fails(eExists) && ForwardingFileMgr::exists(path);
 }
 
 bool FailingFileMgr::ensureDirectory(const Path& path)

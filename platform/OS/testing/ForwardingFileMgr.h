@@ -18,6 +18,7 @@ public:
     LightweightString<char> lastError() override { return target_->lastError(); }
     bool lock(eLock kind, eLockWait wait) override { return target_->lock(kind, wait); }
     bool unlock() override { return target_->unlock(); }
+    bool supportsLocks() override { return target_->supportsLocks(); }
     std::int64_t write(const void* data, std::size_t sizeBytes, std::uint64_t offset) override
     {
         return target_->write(data, sizeBytes, offset);
@@ -57,6 +58,7 @@ public:
     Path getApplicationName() override { return target_.getApplicationName(); }
     void setApplicationName(const Path& name) override { target_.setApplicationName(name); }
     wchar_t pathSeparator() override { return target_.pathSeparator(); }
+    std::optional<Status> status(const Path& path) override { return target_.status(path); }
     bool exists(const Path& path) override { return target_.exists(path); }
     bool isDirectory(const Path& path) override { return target_.isDirectory(path); }
     bool ensureDirectory(const Path& path) override { return target_.ensureDirectory(path); }

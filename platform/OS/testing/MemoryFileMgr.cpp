@@ -364,6 +364,13 @@ void MemoryFileMgr::setApplicationName(const Path& name)
     disk_->applicationName = name.empty() ? Path(L"application") : name;
 }
 
+std::optional<iFileMgr::Status> MemoryFileMgr::status(const Path& path)
+{
+    const std::lock_guard lock(disk_->mutex);
+    const std::shared_ptr<Disk::Node> node = disk_->find(disk_->absolute(path));
+    return node != nullptr ? Status{true, node->isDirectory, node->mode} : Status{};
+}
+
 bool MemoryFileMgr::exists(const Path& path)
 {
     const std::lock_guard lock(disk_->mutex);
@@ -387,7 +394,7 @@ bool MemoryFileMgr::ensureDirectory(const Path& path)
         {
             const Path part = whole.substr(0, end);
             if (disk_->find(part) == nullptr)
-                disk_->make(part, true, 0755);
+                disk_->flushedNames[part] = disk_->make(part, true, 0755);
             else if (!disk_->isDirectory(part))
                 return fail("Not a directory");
         }

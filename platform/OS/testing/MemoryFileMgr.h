@@ -25,6 +25,7 @@ public:
     Path getApplicationName() override;
     void setApplicationName(const Path& name) override;
     wchar_t pathSeparator() override { return L'/'; }
+    std::optional<Status> status(const Path& path) override;
     bool exists(const Path& path) override;
     bool isDirectory(const Path& path) override;
     bool ensureDirectory(const Path& path) override;
