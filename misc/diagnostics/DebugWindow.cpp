@@ -8,6 +8,7 @@
 #include "misc/settings/config.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace
 {
@@ -18,7 +19,7 @@ constexpr PrefVal outputDebugStringsPref("Output debug strings", false);
 constexpr int largestGrid = 4096;
 
 // The console stands below preferences and starts without its own; it is told when that first matters.
-bool isDebugOutputLoaded = false;
+std::atomic<bool> isDebugOutputLoaded{false};
 
 void loadDebugOutput()
 {
@@ -26,32 +27,49 @@ void loadDebugOutput()
     isDebugOutputLoaded = true;
 }
 
-ConsoleGeometry configuredGeometry()
+// What settings and preferences say of the window. They are read before the console's lock is taken, since
+// they have locks of their own.
+struct WindowSettings
 {
+    ConsoleGeometry geometry;
+    bool onTop;
+    bool visible;
+};
+
+WindowSettings configuredWindow()
+{
+    loadDebugOutput();
     ConsoleGeometry geometry;
     geometry.width = std::min(config_int("herc_width", geometry.width), largestGrid);
     geometry.height = std::min(config_int("herc_height", geometry.height), largestGrid);
-    return geometry;
+    return {geometry, config_int("console_on_top", 0) != 0, showDebugWindowPref.get()};
+}
+
+void makeWindow(const WindowSettings& settings, const Mw::Ptr<iStatusWindow::iEventHandler>& handler)
+{
+    const Mw::Ptr<iStatusWindow> window =
+        OS().windowing().createStatusWindow(herc_create_contents(settings.geometry), handler);
+    window->setOnTop(settings.onTop);
+    window->setVisible(settings.visible);
+    herc_set_window(window);
+    herc_set_on(settings.visible);
 }
 
 } // namespace
 
 void createDebugWindow(Mw::Ptr<iStatusWindow::iEventHandler> handler)
 {
-    loadDebugOutput();
-    const bool visible = showDebugWindowPref.get();
-    const Mw::Ptr<iStatusWindow> window =
-        OS().windowing().createStatusWindow(herc_create_contents(configuredGeometry()), handler);
-    window->setOnTop(config_int("console_on_top", 0) != 0);
-    window->setVisible(visible);
-    herc_set_window(window);
-    herc_set_on(visible);
+    makeWindow(configuredWindow(), handler);
 }
 
 void herc_init(Mw::Ptr<iStatusWindow::iEventHandler> handler)
 {
+    if (herc_window())
+        return;
+    const WindowSettings settings = configuredWindow();
+    const CriticalSection::Lock hold(getLock());
     if (!herc_window())
-        createDebugWindow(handler);
+        makeWindow(settings, handler);
 }
 
 void herc_shutdown()

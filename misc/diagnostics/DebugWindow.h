@@ -5,7 +5,8 @@
 #include "OS/Windowing.h"
 
 // The window of the debug console. It stands above the console, which works without it: what settings and
-// preferences say of the window (its size, whether it shows) is read here. One thread at a time.
+// preferences say of the window (its size, whether it shows) is read here. One thread at a time, apart
+// from herc_init, which any thread may call.
 
 // Makes contents and window, in place of those before, of "herc_width" columns and "herc_height" rows (1 to
 // 4096), on top of other windows if "console_on_top" isn't 0. It shows, and the console is on, if the
@@ -13,7 +14,7 @@
 // it.
 MISC_API void createDebugWindow(Mw::Ptr<iStatusWindow::iEventHandler> handler);
 
-// The same, unless there is a window already.
+// The same, unless there is a window already. Threads that come together make one window.
 MISC_API void herc_init(Mw::Ptr<iStatusWindow::iEventHandler> handler);
 
 // Lets go of the window.
