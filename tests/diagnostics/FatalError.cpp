@@ -6,6 +6,8 @@
 #include "diagnostics/Support.h"
 #include "libmw/Shutdown.h"
 #include "libmw/Splat.h"
+#include "libmw/Text.h"
+#include "misc/diagnostics/Console.h"
 #include "misc/diagnostics/QaSplat.h"
 #include "misc/diagnostics/SystemWatchdog.h"
 #include "misc/threads/ServiceLock.h"
@@ -36,10 +38,24 @@ void prepareToDie()
     SetLogOutput(stderr);
 }
 
+// A line that the program wrote on its console, which has one row for it.
+Mw::Ptr<iStatusWindow::iContents> screen;
+std::string consoleLine()
+{
+    return toUTF8(screen->row(0)).c_str();
+}
+void openConsole(int columns)
+{
+    screen = herc_create_contents({columns, 2, 0});
+    herc_set_on(true);
+}
+
 void splat()
 {
     prepareToDie();
-    addSplatCallback([](const char* message) { std::fprintf(stderr, "told of <%s>\n", message); });
+    openConsole(14);
+    addSplatCallback([](const char* message)
+                     { std::fprintf(stderr, "told of <%s>, <%s>\n", message, consoleLine().c_str()); });
     oma_splat("no way on");
     std::_Exit(0);
 }
@@ -73,13 +89,15 @@ void endThreadInShutdown(Shutdown::eExitType)
 
 void askInShutdown(Shutdown::eExitType type)
 {
-    std::fprintf(stderr, "(type %d, flag %d, again %d)", type, get_crash_flag(), postExceptionShutdown());
+    std::fprintf(stderr, "(type %d, flag %d, again %d, %s)", type, get_crash_flag(), postExceptionShutdown(),
+                 consoleLine().c_str());
 }
 
 // `first`, which may be null, runs before the one that asks.
 void shutDown(Shutdown::Function first)
 {
     prepareToDie();
+    openConsole(32);
     Shutdown::addCallback(first, 10);
     Shutdown::addCallback(askInShutdown, 20);
     postExceptionShutdown();
@@ -91,7 +109,8 @@ TEST(FatalErrorDeath, splatCrashesOnceAndReturnsDuringAThreadsException)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(splat(), crashed,
-                "^\n\\*{33}\nOMA_SPLAT: no way on\nTime: .* \\(Session : [0-9]+ seconds\\)\n\ntold of <no way on>\n");
+                "^\n\\*{33}\nOMA_SPLAT: no way on\nTime: .* \\(Session : [0-9]+ seconds\\)\n\ntold of <no way on>, "
+                "<OMA: no way on>\n");
     EXPECT_EXIT(splatOnTwoThreads(), testing::ExitedWithCode(1), "^[^#]*OMA_SPLAT: first\n[^#]*$");
     EXPECT_EXIT(splatDuringAThreadsException(), testing::ExitedWithCode(1), "^$");
 }
@@ -99,9 +118,12 @@ TEST(FatalErrorDeath, splatCrashesOnceAndReturnsDuringAThreadsException)
 TEST(FatalErrorDeath, shutdownAfterAnExceptionTriesNineTimesUntilItSucceeds)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(shutDown(failInShutdown), testing::ExitedWithCode(1), "^T\\(type 1, flag 1, again 2\\)T{8}$");
-    EXPECT_EXIT(shutDown(endThreadInShutdown), testing::ExitedWithCode(1), "^E\\(type 1, flag 1, again 2\\)E{8}$");
-    EXPECT_EXIT(shutDown(nullptr), testing::ExitedWithCode(1), "^\\(type 1, flag 1, again 2\\)$");
+    EXPECT_EXIT(shutDown(failInShutdown), testing::ExitedWithCode(1),
+                "^T\\(type 1, flag 1, again 2, about to set crash flag and exit\\)T{8}$");
+    EXPECT_EXIT(shutDown(endThreadInShutdown), testing::ExitedWithCode(1),
+                "^E\\(type 1, flag 1, again 2, about to set crash flag and exit\\)E{8}$");
+    EXPECT_EXIT(shutDown(nullptr), testing::ExitedWithCode(1),
+                "^\\(type 1, flag 1, again 2, about to set crash flag and exit\\)$");
 }
 
 TEST(FatalError, sessionLengthHasThreeForms)

@@ -7,9 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <set>
 #include <string>
+#include <sys/mman.h>
 #include <thread>
 #include <vector>
 
@@ -53,6 +56,40 @@ TEST(StackTrace, namesFunctionFileAndLineFromTheInnermostOut)
         mainSeen |= line.startsWith("main at ");
     EXPECT_TRUE(mainSeen);
 }
+
+#if defined(__x86_64__)
+
+namespace
+{
+
+Mw::StackTrace taken;
+
+void take()
+{
+    OS().debugger().getStackTrace(taken);
+}
+
+} // namespace
+
+// Through code that no module holds: a page that calls the function it is given.
+TEST(StackTrace, showsTheAddressWhereNothingIsKnown)
+{
+    const unsigned char code[] = {0x48, 0x83, 0xEC, 0x08, 0xFF, 0xD7, 0x48, 0x83, 0xC4, 0x08, 0xC3};
+    constexpr std::size_t returnOffset = 6;
+    void* const page = ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(page, MAP_FAILED);
+    std::memcpy(page, code, sizeof code);
+    ASSERT_EQ(::mprotect(page, 4096, PROT_READ | PROT_EXEC), 0);
+    reinterpret_cast<void (*)(void (*)())>(page)(take);
+
+    char address[32];
+    std::snprintf(address, sizeof address, "0x%zx", reinterpret_cast<std::size_t>(page) + returnOffset - 1);
+    EXPECT_EQ(std::count(taken.begin(), taken.end(), address), 1);
+    taken.clear();
+    ::munmap(page, 4096);
+}
+
+#endif
 
 TEST(StackTrace, canBeTakenByManyThreadsAtOnce)
 {
