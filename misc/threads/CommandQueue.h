@@ -1,0 +1,229 @@
+#pragma once
+
+#include "misc/threads/Decoupler.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <list>
+#include <utility>
+#include <vector>
+
+// Queues of commands that wait to be run.
+
+namespace MwCmdProcessors
+{
+
+// What a queued command is run with.
+template <class C, class Ctx>
+struct CommandContextPair
+{
+    C cmd;
+    Ctx context;
+};
+
+// Commands with priorities, run on demand by whoever calls one of the execute operations. The same command may
+// stand in the queue twice. The queue owns the commands that wait.
+//
+// With ThreadSafe, any thread, several at once: each command is run by one of them. A command runs with no lock
+// held, so it may insert into its own queue, run it and empty it. With NoLocking, one thread at a time.
+template <class Safety, class Ctx>
+class Queue
+{
+public:
+    using Command = MwDC::Cmd<Ctx, Safety>;
+
+    struct QueueItem
+    {
+        Command cmd;
+        unsigned priority; // a smaller number is more urgent
+
+        // Whether the first is less urgent.
+        struct priority_greater
+        {
+            bool operator()(const QueueItem& a, const QueueItem& b) const noexcept { return a.priority > b.priority; }
+        };
+    };
+
+    // A sorted queue keeps its commands in the order of their priorities, those of one priority in the order of
+    // arrival. Any other is first-in-first-out, and a priority is no more than stored.
+    explicit Queue(bool sorted) noexcept : sorted_(sorted) {}
+    virtual ~Queue() { flushAll(); }
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    void insert(Command cmd, unsigned priority)
+    {
+        Items one;
+        one.push_back({std::move(cmd), priority});
+        const BareEntry entry(safety_);
+        items_.splice(sorted_ ? placeFor(one.begin()) : items_.end(), one);
+    }
+
+    // Runs the head, if there is one.
+    void executeHead(Ctx& ctx)
+    {
+        Command cmd;
+        if (take(cmd, Side::head, anyPriority))
+            cmd.execute(ctx);
+    }
+
+    // Runs from the head until the queue is empty: what is inserted meanwhile is run as well.
+    void executeAll(Ctx& ctx) { executeWhile(Side::head, anyPriority, ctx); }
+
+    // For sorted queues: runs from the head on what is as urgent as this priority, or more.
+    void executePriorityAtLeast(unsigned priority, Ctx& ctx) { executeWhile(Side::head, atLeast(priority), ctx); }
+
+    // For sorted queues: runs what is less urgent, from the tail backwards.
+    void executePriorityLessThan(unsigned priority, Ctx& ctx) { executeWhile(Side::tail, lessThan(priority), ctx); }
+
+    // The same with a context of their own.
+    void executeHead()
+    {
+        withContext([this](Ctx& ctx) { executeHead(ctx); });
+    }
+    void executeAll()
+    {
+        withContext([this](Ctx& ctx) { executeAll(ctx); });
+    }
+    void executePriorityAtLeast(unsigned priority)
+    {
+        withContext([=, this](Ctx& ctx) { executePriorityAtLeast(priority, ctx); });
+    }
+    void executePriorityLessThan(unsigned priority)
+    {
+        withContext([=, this](Ctx& ctx) { executePriorityLessThan(priority, ctx); });
+    }
+
+    // Drop, without running it, what the operations above would run of what stands in the queue at one moment.
+    void flushHead()
+    {
+        bool first = true;
+        flushWhile(Side::head, [&first](unsigned) { return std::exchange(first, false); });
+    }
+    void flushAll() { flushWhile(Side::head, anyPriority); }
+    void flushPriorityAtLeast(unsigned priority) { flushWhile(Side::head, atLeast(priority)); }
+    void flushPriorityLessThan(unsigned priority) { flushWhile(Side::tail, lessThan(priority)); }
+
+    bool isEmpty() const { return size() == 0; }
+    std::size_t size() const
+    {
+        const BareEntry entry(safety_);
+        return items_.size();
+    }
+
+private:
+    using Items = std::list<QueueItem, Mw::PooledStdAllocator<QueueItem>>;
+    using Place = typename Items::iterator;
+    using BareEntry = MwDC::ThreadSafetyTraits::BareEntry<Safety>;
+    using Entry = MwDC::ThreadSafetyTraits::Entry<Safety>;
+
+    enum class Side
+    {
+        head,
+        tail
+    };
+
+    static bool anyPriority(unsigned) noexcept { return true; }
+    static auto atLeast(unsigned limit) noexcept
+    {
+        return [limit](unsigned priority) { return priority <= limit; };
+    }
+    static auto lessThan(unsigned limit) noexcept
+    {
+        return [limit](unsigned priority) { return priority > limit; };
+    }
+
+    template <class Operation>
+    static void withContext(Operation operation)
+    {
+        Ctx ctx{};
+        operation(ctx);
+    }
+
+    template <class Wanted>
+    void executeWhile(Side side, Wanted wanted, Ctx& ctx)
+    {
+        for (Command cmd; take(cmd, side, wanted);)
+            cmd.execute(ctx);
+    }
+
+    // Takes one command out, if the one on that side is wanted. What `cmd` held goes first, with no lock held.
+    template <class Wanted>
+    bool take(Command& cmd, Side side, Wanted wanted)
+    {
+        cmd = Command();
+        const Entry entry(safety_);
+        if (items_.empty() || !wanted(at(side)->priority))
+            return false;
+        const Place place = at(side);
+        cmd = std::move(place->cmd);
+        leaveRun(place, side);
+        items_.erase(place);
+        return true;
+    }
+
+    // The commands themselves go when the lock is free again: their destructors are their makers' business.
+    template <class Wanted>
+    void flushWhile(Side side, Wanted wanted)
+    {
+        Items flushed;
+        const BareEntry entry(safety_);
+        while (!items_.empty() && wanted(at(side)->priority))
+        {
+            const Place place = at(side);
+            leaveRun(place, side);
+            flushed.splice(flushed.end(), items_, place);
+        }
+    }
+
+    Place at(Side side) noexcept { return side == Side::head ? items_.begin() : std::prev(items_.end()); }
+
+    // Where a new item of a sorted queue belongs: in front of the first one that is less urgent. The item is
+    // entered as the last of its run.
+    Place placeFor(Place item)
+    {
+        const auto run =
+            std::partition_point(lastOfRuns_.begin(), lastOfRuns_.end(),
+                                 [item](Place last) { return typename QueueItem::priority_greater()(*last, *item); });
+        if (run == lastOfRuns_.end())
+        {
+            lastOfRuns_.push_back(item);
+            return items_.begin();
+        }
+        const Place place = std::next(*run);
+        if ((*run)->priority == item->priority)
+            *run = item;
+        else
+            lastOfRuns_.insert(run, item);
+        return place;
+    }
+
+    // Forgets an item that leaves the queue at one side.
+    void leaveRun(Place item, Side side)
+    {
+        if (!sorted_)
+            return;
+        if (side == Side::head)
+        {
+            if (lastOfRuns_.back() == item)
+                lastOfRuns_.pop_back();
+        }
+        else if (item == items_.begin() || std::prev(item)->priority != item->priority)
+            lastOfRuns_.erase(lastOfRuns_.begin());
+        else
+            lastOfRuns_.front() = std::prev(item);
+    }
+
+    mutable Safety safety_{true};
+    Items items_;
+    // Of a sorted queue: the last item of each priority, the least urgent first. An insert need not walk the
+    // items, and the run that is used up by running from the head is the last of the array.
+    std::vector<Place> lastOfRuns_;
+    const bool sorted_;
+};
+
+extern template class MISC_API Queue<MwDC::ThreadSafetyTraits::ThreadSafe, MwDC::NoCtx>;
+extern template class MISC_API Queue<MwDC::ThreadSafetyTraits::NoLocking, MwDC::NoCtx>;
+
+} // namespace MwCmdProcessors
