@@ -7,6 +7,9 @@
 class IdentifiedBase
 {
 public:
+    IdentifiedBase() = default;
+    explicit IdentifiedBase(const IdStamp& id) noexcept : id_(id) {}
+
     const IdStamp& id() const noexcept { return id_; }
     void id(const IdStamp& id) noexcept { id_ = id; }
 

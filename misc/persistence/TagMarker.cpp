@@ -1,0 +1,220 @@
+#include "misc/persistence/TagMarker.h"
+
+#include "Mw/Assert.h"
+#include "libmw/Text.h"
+#include "misc/persistence/StreamObjectManager.h"
+#include "misc/persistence/SwapReport.h"
+#include "misc/persistence/SwapRewrite.h"
+#include "misc/persistence/TagMarkerTable.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+
+using Text = LightweightString<char>;
+
+// Enough for the headers of most objects, and so for all of a small one.
+constexpr std::uint32_t leastReadBytes = 512;
+
+IdStamp freeStamp(const TagMarkerTable& table)
+{
+    IdStamp stamp;
+    while (table.find(stamp))
+        stamp = IdStamp();
+    return stamp;
+}
+
+} // namespace
+
+TagMarker::TagMarker(TagMarkerTable& table, const IdStamp& id) : IdentifiedBase(id), table_(&table) {}
+
+TagMarker::TagMarker(TagMarkerTable& table, const Mw::Ptr<Taggable>& object)
+    : IdentifiedBase(freeStamp(table)), table_(&table)
+{
+    instance(object);
+}
+
+TagMarker::~TagMarker() = default;
+
+void TagMarker::lock() const
+{
+    TagMarkerTable::getTablesLock().enter();
+}
+
+void TagMarker::unlock() const
+{
+    TagMarkerTable::getTablesLock().leave();
+}
+
+bool TagMarker::isDisplaced() const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return length_ != 0 && !object_;
+}
+
+Mw::Ptr<Taggable> TagMarker::held() const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return object_;
+}
+
+void TagMarker::instance(const Mw::Ptr<Taggable>& object)
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    // The old object goes when this marker has the new one.
+    const Mw::Ptr<Taggable> old = std::exchange(object_, object);
+    if (!object_)
+        return;
+    object_->id_ = id();
+    keepType();
+}
+
+void TagMarker::keepType()
+{
+    const TagTypeId ttid = object_->tagTypeId();
+    if (ttid_ != ttid)
+        ttid_ = table_ != nullptr ? table_->shared(ttid) : ttid;
+}
+
+Mw::Ptr<Taggable> TagMarker::demand()
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    if (object_ || length_ == 0)
+        return object_;
+    const Mw::Ptr<Taggable> object = isRead_ ? nullptr : read();
+    if (!object)
+    {
+        reportSwap(" Object demand failure.\n");
+        return {};
+    }
+    object_ = object;
+    keepType();
+    MW_ASSERT(ttid_.id() != "");
+    MW_ASSERT(ttid_.id() != "Taggable.FXGraphNodeBase.EffectInstance.PlugInEffect");
+    return object_;
+}
+
+Mw::Ptr<Taggable> TagMarker::read()
+{
+    StreamFile* const file = table_->fileToRead();
+    if (file == nullptr)
+        return {};
+    // An object may ask for others while it is read, and for one that is being read already.
+    isRead_ = true;
+    const TagMarkerTable::Reading reading(table_);
+    const std::uint64_t before = file->position();
+    file->setPosition(position_);
+    file->cacheForward(std::uint64_t{position_} + std::max(length_, leastReadBytes));
+    PStream stream(file);
+    Mw::Ptr<Taggable> object = Mw::dynamicCast<Taggable>(theSOManager().readObject(stream));
+    const bool whole = !stream.failed() && file->position() == std::uint64_t{position_} + length_;
+    file->setPosition(before);
+    isRead_ = false;
+    if (!object || !whole || (object->id().valid() && object->id() != id()))
+        return {};
+    object->id_ = id();
+    return object;
+}
+
+bool TagMarker::pack(PStream& stream) const
+{
+    // Written only if need be: others may look at it.
+    if (object_->id_ != id())
+        object_->id_ = id();
+    stream << *object_;
+    return !stream.failed();
+}
+
+bool TagMarker::modified() const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return object_ && (length_ == 0 || table_ == nullptr || !SwapComparison(*table_).isStored(*this));
+}
+
+bool TagMarker::flush()
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return !modified() || (table_ != nullptr && slot_ != noSlot && table_->flush());
+}
+
+bool TagMarker::displace()
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    if (!object_)
+        return true;
+    if (!flush())
+        return false;
+    leaveMemory();
+    return true;
+}
+
+void TagMarker::leaveMemory()
+{
+    const Mw::Ptr<Taggable> object = object_;
+    object->displaceNotify();
+    object_.reset();
+}
+
+bool TagMarker::purge()
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    if (!object_ || object_.useCount() != 1 || modified())
+        return false;
+    leaveMemory();
+    return true;
+}
+
+void TagMarker::drop()
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    const Mw::Ptr<Taggable> object = std::move(object_);
+}
+
+void TagMarker::destroy()
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    if (const Mw::Ptr<Taggable> object = demand())
+    {
+        object->preDestroyNotify();
+        object->destroyNotify();
+    }
+    if (table_ != nullptr && slot_ != noSlot)
+        table_->destroyMarker(Mw::Ptr<TagMarker>(this));
+    else
+        detach();
+}
+
+void TagMarker::detach()
+{
+    table_ = nullptr;
+    position_ = length_ = 0;
+    const Mw::Ptr<Taggable> object = std::move(object_);
+}
+
+Text TagMarker::objectInfo(bool withObject) const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    Text text = id().asString();
+    text += ' ';
+    text += ttid_.id();
+    text += length_ != 0 ? " at " : " not stored";
+    if (length_ != 0)
+    {
+        text += position_;
+        text += ", ";
+        text += length_;
+        text += " bytes";
+    }
+    if (object_)
+        text += ", in memory";
+    text += '\n';
+    if (withObject && object_)
+    {
+        GrowString printed;
+        object_->asString(printed);
+        text += printed.view();
+    }
+    return text;
+}

@@ -1,0 +1,660 @@
+#include "misc/persistence/TagMarkerTable.h"
+
+#include "Mw/Assert.h"
+#include "Mw/Exception.h"
+#include "OS/FileMgr.h"
+#include "OS/OS.h"
+#include "libmw/Text.h"
+#include "misc/persistence/StreamObjectManager.h"
+#include "misc/persistence/SwapReport.h"
+#include "misc/persistence/SwapRewrite.h"
+#include "misc/settings/Directories.h"
+
+#include <algorithm>
+#include <exception>
+#include <limits>
+#include <utility>
+
+namespace
+{
+
+using Text = LightweightString<char>;
+using Path = LightweightString<wchar_t>;
+
+// The one lock, ready before any static constructor.
+constinit CriticalSection tablesLock("TagMarkerTable");
+
+// What this thread reads: the innermost table, and how many objects within each other.
+thread_local TagMarkerTable* tableBeingRead = nullptr;
+thread_local int readingDepth = 0;
+
+constexpr std::uint64_t largestFileBytes = std::numeric_limits<std::uint32_t>::max();
+constexpr const char* location = "misc/tag";
+
+Text lineNumber(int line)
+{
+    Text text;
+    return text += line;
+}
+
+void tellInvalid(const char* function, const Text& type, int line)
+{
+    reportSwap("TagMarkerTable::" + Text(function) + ", invalid taggable candidate (" + type + ") at line " +
+               lineNumber(line) + ", file " + location);
+}
+
+Text typeOf(const Mw::Ptr<Streamable>& object)
+{
+    return object ? object->className() : Text("of no registered class");
+}
+
+Path withDot(const Path& extension)
+{
+    return extension.empty() || extension[0] == L'.' ? extension : L"." + extension;
+}
+
+} // namespace
+
+// While one stands, slots stay where they are.
+class TagMarkerTable::Walk
+{
+public:
+    explicit Walk(TagMarkerTable& table) : table_(table) { ++table_.walks_; }
+    ~Walk()
+    {
+        --table_.walks_;
+        table_.closeGaps();
+    }
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+
+private:
+    TagMarkerTable& table_;
+};
+
+TagMarkerTable::Reading::Reading(TagMarkerTable* table) noexcept : before_(std::exchange(tableBeingRead, table))
+{
+    ++readingDepth;
+}
+
+TagMarkerTable::Reading::~Reading()
+{
+    tableBeingRead = before_;
+    --readingDepth;
+}
+
+CriticalSection& TagMarkerTable::getTablesLock() noexcept
+{
+    return tablesLock;
+}
+
+TagMarkerTable* TagMarkerTable::beingRead() noexcept
+{
+    return tableBeingRead;
+}
+
+TagMarkerTable::TagMarkerTable(const Path& directory, const Cookie& cookie, const Path& extension)
+    : cookie_(cookie), directory_(directory), extension_(withDot(extension))
+{
+}
+
+TagMarkerTable::~TagMarkerTable()
+{
+    init();
+}
+
+void TagMarkerTable::init()
+{
+    const CriticalSection::Lock locked(*lock_);
+    file_ = nullptr;
+    completed_.reset();
+    closed_ = createNew_ = keepsUnread_ = false;
+    storedBytes_ = 0;
+    uncovered_.clear();
+    unread_ = {};
+    destroyed_.clear();
+    // Objects that go may have handles to others, and ask for them.
+    idMap_.clear();
+    gaps_ = 0;
+    for (const Mw::Ptr<TagMarker>& marker : std::exchange(markers_, {}))
+        if (marker)
+        {
+            marker->slot_ = TagMarker::noSlot;
+            marker->detach();
+        }
+}
+
+Path TagMarkerTable::fileName() const
+{
+    const CriticalSection::Lock locked(*lock_);
+    return Mw::joinPath(directory_, cookie_.asWString() + extension_);
+}
+
+void TagMarkerTable::extension(const Path& extension)
+{
+    const CriticalSection::Lock locked(*lock_);
+    extension_ = withDot(extension);
+}
+
+void TagMarkerTable::pId(const Cookie& cookie)
+{
+    const CriticalSection::Lock locked(*lock_);
+    cookie_ = cookie;
+}
+
+unsigned TagMarkerTable::size() const
+{
+    const CriticalSection::Lock locked(*lock_);
+    return static_cast<unsigned>(markers_.size()) - gaps_;
+}
+
+Mw::Ptr<TagMarker> TagMarkerTable::find(const IdStamp& id) const
+{
+    const CriticalSection::Lock locked(*lock_);
+    const auto found = idMap_.find(id);
+    return found != idMap_.end() ? found->second : nullptr;
+}
+
+std::vector<Mw::Ptr<TagMarker>> TagMarkerTable::markers() const
+{
+    const CriticalSection::Lock locked(*lock_);
+    std::vector<Mw::Ptr<TagMarker>> all;
+    all.reserve(size());
+    for (const Mw::Ptr<TagMarker>& marker : markers_)
+        if (marker)
+            all.push_back(marker);
+    return all;
+}
+
+TagTypeId TagMarkerTable::shared(const TagTypeId& id)
+{
+    return *types_.insert(id).first;
+}
+
+void TagMarkerTable::append(const Mw::Ptr<TagMarker>& marker)
+{
+    marker->table_ = this;
+    marker->slot_ = static_cast<std::uint32_t>(markers_.size());
+    markers_.push_back(marker);
+    // Stamps mostly grow, and so do those of a file.
+    idMap_.try_emplace(idMap_.end(), marker->id(), marker);
+}
+
+void TagMarkerTable::remove(const Mw::Ptr<TagMarker>& marker)
+{
+    if (const auto entry = idMap_.find(marker->id()); entry != idMap_.end() && entry->second == marker)
+        idMap_.erase(entry);
+    if (marker->length_ != 0)
+        destroyed_.push_back(marker->id());
+    const Mw::Ptr<TagMarker> kept = std::move(markers_[marker->slot_]);
+    kept->slot_ = TagMarker::noSlot;
+    ++gaps_;
+    closeGaps();
+}
+
+void TagMarkerTable::closeGaps()
+{
+    if (walks_ != 0 || gaps_ <= markers_.size() / 2)
+        return;
+    markers_.erase(std::remove(markers_.begin(), markers_.end(), nullptr), markers_.end());
+    gaps_ = 0;
+    for (std::uint32_t slot = 0; slot < markers_.size(); ++slot)
+        markers_[slot]->slot_ = slot;
+}
+
+void TagMarkerTable::buildIdMap()
+{
+    const CriticalSection::Lock locked(*lock_);
+    idMap_.clear();
+    for (const Mw::Ptr<TagMarker>& marker : markers_)
+        if (marker)
+            idMap_.try_emplace(idMap_.end(), marker->id(), marker);
+}
+
+Mw::Ptr<TagMarker> TagMarkerTable::intern(const Mw::Ptr<Taggable>& object)
+{
+    const CriticalSection::Lock locked(*lock_);
+    return intern(Mw::Ptr<TagMarker>(new TagMarker(*this, object)));
+}
+
+Mw::Ptr<TagMarker> TagMarkerTable::intern(const Mw::Ptr<TagMarker>& marker)
+{
+    const CriticalSection::Lock locked(*lock_);
+    if (!marker || (marker->table_ == this && marker->slot_ != TagMarker::noSlot))
+        return marker;
+    if (marker->slot_ != TagMarker::noSlot && !marker->table_->extract(marker))
+        return {};
+    append(marker);
+    return marker;
+}
+
+bool TagMarkerTable::extract(const Mw::Ptr<TagMarker>& marker)
+{
+    const CriticalSection::Lock locked(*lock_);
+    if (!marker || marker->table_ != this || marker->slot_ == TagMarker::noSlot)
+        return false;
+    if (marker->length_ != 0 && !marker->demand())
+        return false;
+    remove(marker);
+    marker->table_ = nullptr;
+    marker->position_ = marker->length_ = 0;
+    return true;
+}
+
+bool TagMarkerTable::destroyMarker(const IdStamp& id)
+{
+    const CriticalSection::Lock locked(*lock_);
+    return destroyMarker(find(id));
+}
+
+bool TagMarkerTable::destroyMarker(const Mw::Ptr<TagMarker>& given)
+{
+    const CriticalSection::Lock locked(*lock_);
+    const Mw::Ptr<TagMarker> marker = given; // may be the table's own
+    if (!marker || marker->table_ != this || marker->slot_ == TagMarker::noSlot)
+        return false;
+    remove(marker);
+    marker->detach();
+    return true;
+}
+
+Mw::Ptr<TagMarker> TagMarkerTable::markerForHandle(const IdStamp& id)
+{
+    const CriticalSection::Lock locked(*lock_);
+    if (const auto found = idMap_.find(id); found != idMap_.end())
+        return found->second;
+    if (!opening_)
+        return Mw::Ptr<TagMarker>(new TagMarker(id));
+    Mw::Ptr<TagMarker>& awaited = awaited_[id];
+    if (!awaited)
+        awaited = Mw::Ptr<TagMarker>(new TagMarker(id));
+    return awaited;
+}
+
+void TagMarkerTable::openSwap(Mw::Ptr<TagMarkerTable>& result, const Path& directory, const Cookie& cookie,
+                              bool& failed, iFile::eOpenBehaviour behaviour, const Path& extension)
+{
+    const CriticalSection::Lock locked(tablesLock);
+    const bool isEdit = cookie.type() == Cookie::invalidType && behaviour == iFile::eOpenExisting;
+    const Mw::Ptr<TagMarkerTable> table(
+        new TagMarkerTable(directory, cookie, isEdit ? getEditFilenameExt() : extension));
+    result = table;
+    failed = false;
+    const char* reason = nullptr;
+    try
+    {
+        failed = !table->openFile(behaviour);
+        if (!failed && table->completed_)
+            failed = !table->internAll();
+        return;
+    }
+    catch (const Mw::Exception::Base& e)
+    {
+        reason = e.message_;
+    }
+    catch (const std::exception& e)
+    {
+        reason = e.what();
+    }
+    failed = true;
+    table->init();
+    reportSwap("TagMarkerTable::openSwap failed to open file:" + toUTF8(table->fileName()) + "\n");
+    reportSwap(Text(reason) + "\n");
+}
+
+bool TagMarkerTable::openFile(iFile::eOpenBehaviour behaviour)
+{
+    const Path name = fileName();
+    if (behaviour != iFile::eOpenExisting && (behaviour != iFile::eOpenAlways || !OS().fileMgr().exists(name)))
+    {
+        // Made by the first flush.
+        createNew_ = behaviour == iFile::eCreateNew;
+        return true;
+    }
+    completed_ = std::make_unique<StreamFile>();
+    if (completed_->open(name, iFile::eOpenExisting))
+    {
+        file_ = completed_.get();
+        return true;
+    }
+    completed_.reset();
+    reportSwap("TagMarkerTable::openSwap failed to open file:" + toUTF8(name) + "\n");
+    return false;
+}
+
+template <class Take>
+bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector<Span>& uncovered, Span& unread,
+                             Take take)
+{
+    const Reading reading(this);
+    const std::uint64_t size = file.size();
+    PStream stream(&file);
+    Span place;
+    for (; !file.eof(); place.position += place.length)
+    {
+        const Mw::Ptr<Streamable> object = theSOManager().readObject(stream);
+        place.length = file.position() - place.position;
+        if (!stream.failed() && place.length == 0)
+            stream.append("an object without a header");
+        if (!stream.failed() && file.position() > largestFileBytes)
+            stream.append("the file is longer than 4 GiB");
+        if (stream.failed())
+            break;
+        const Mw::Ptr<Taggable> taggable = Mw::dynamicCast<Taggable>(object);
+        if (!taggable)
+            tellInvalid(function, typeOf(object), __LINE__);
+        if (!taggable || !take(taggable, place))
+            uncovered.push_back(place);
+    }
+    if (!file.lastError().empty())
+        stream.append(file.lastError());
+    if (!stream.failed())
+        return true;
+    unread = {place.position, size - place.position};
+    reportSwap("TagMarkerTable::" + Text(function) + " stream error:" + stream.asString() + "\n");
+    return false;
+}
+
+bool TagMarkerTable::internAll()
+{
+    storedBytes_ = completed_->size();
+    opening_ = true;
+    const bool whole = readAll(*completed_, "openSwap", uncovered_, unread_,
+                               [&](const Mw::Ptr<Taggable>& object, const Span& place)
+                               {
+                                   internRead(object, place);
+                                   return true;
+                               });
+    opening_ = false;
+    awaited_.clear();
+    keepsUnread_ = !whole;
+    return whole;
+}
+
+void TagMarkerTable::internRead(const Mw::Ptr<Taggable>& object, const Span& place)
+{
+    Mw::Ptr<TagMarker> marker;
+    if (!object->id().valid())
+        marker = Mw::Ptr<TagMarker>(new TagMarker(*this, object));
+    else if (const auto awaited = awaited_.empty() ? awaited_.end() : awaited_.find(object->id());
+             awaited != awaited_.end())
+    {
+        marker = std::move(awaited->second);
+        awaited_.erase(awaited);
+    }
+    else
+        marker = Mw::Ptr<TagMarker>(new TagMarker(*this, object->id()));
+    marker->table_ = this;
+    marker->object_ = object;
+    marker->keepType();
+    marker->position_ = static_cast<std::uint32_t>(place.position);
+    marker->length_ = static_cast<std::uint32_t>(place.length);
+    append(marker);
+    if (idMap_.size() != markers_.size() - gaps_ && find(marker->id()) != marker)
+        reportSwap("TagMarkerTable::openSwap, a further object with the id " + marker->id().asString() +
+                   ", which the first one keeps\n");
+}
+
+bool TagMarkerTable::reOpen()
+{
+    const CriticalSection::Lock locked(*lock_);
+    MW_ASSERT_AT(file_ == NULL, location);
+    if (!findPlaces())
+        return false;
+    file_ = completed_.get();
+    closed_ = false;
+    return true;
+}
+
+bool TagMarkerTable::findPlaces()
+{
+    struct Found
+    {
+        TagMarker* marker;
+        Span place;
+    };
+    std::multimap<IdStamp, TagMarker*> expected;
+    for (const Mw::Ptr<TagMarker>& marker : markers_)
+        if (marker)
+            expected.emplace(marker->id(), marker.get());
+    std::vector<IdStamp> destroyed = destroyed_;
+    std::sort(destroyed.begin(), destroyed.end());
+    std::vector<Found> found;
+    std::vector<Span> uncovered;
+    Span unread;
+    auto file = std::make_unique<StreamFile>();
+    if (!file->open(fileName(), iFile::eOpenExisting))
+        return false;
+    readAll(*file, "reOpen", uncovered, unread,
+            [&](const Mw::Ptr<Taggable>& object, const Span& place)
+            {
+                const auto marker = expected.find(object->id());
+                if (marker == expected.end())
+                {
+                    const bool isDestroyed = std::binary_search(destroyed.begin(), destroyed.end(), object->id());
+                    if (!isDestroyed)
+                        tellInvalid("reOpen()", object->tagTypeId().id(), __LINE__);
+                    return isDestroyed;
+                }
+                found.push_back({marker->second, place});
+                expected.erase(marker);
+                return true;
+            });
+    const auto isLost = [](const auto& entry) { return entry.second->length_ != 0 && !entry.second->object_; };
+    if (const auto lost = std::find_if(expected.begin(), expected.end(), isLost); lost != expected.end())
+    {
+        reportSwap("TagMarkerTable::reOpen(), the file lacks the object " + lost->first.asString() + "\n");
+        return false;
+    }
+    for (const auto& [id, marker] : expected)
+        marker->length_ = 0;
+    for (const Found& one : found)
+    {
+        one.marker->position_ = static_cast<std::uint32_t>(one.place.position);
+        one.marker->length_ = static_cast<std::uint32_t>(one.place.length);
+    }
+    uncovered_ = std::move(uncovered);
+    unread_ = unread;
+    keepsUnread_ = keepsUnread_ || unread.length != 0;
+    storedBytes_ = file->size();
+    completed_ = std::move(file);
+    return true;
+}
+
+StreamFile* TagMarkerTable::openCompleted()
+{
+    const bool mayMove = walks_ == 0 && readingDepth == 0;
+    if (completed_ && !completed_->lastError().empty() && mayMove)
+    {
+        file_ = nullptr;
+        completed_.reset();
+    }
+    if (!completed_ && storedBytes_ != 0 && mayMove)
+        findPlaces();
+    return completed_.get();
+}
+
+StreamFile* TagMarkerTable::fileToRead()
+{
+    if (closed_)
+        return nullptr;
+    file_ = openCompleted();
+    return file_;
+}
+
+template <class Sink>
+bool TagMarkerTable::forEachStored(Sink& sink)
+{
+    const Walk walk(*this);
+    auto bytes = uncovered_.cbegin();
+    for (std::size_t slot = 0; slot < markers_.size(); ++slot)
+    {
+        TagMarker* const marker = markers_[slot].get();
+        if (marker == nullptr || (marker->length_ == 0 && !marker->object_))
+            continue;
+        // What no marker covers keeps its place; new objects stand behind it.
+        for (; bytes != uncovered_.cend() && (marker->length_ == 0 || bytes->position < marker->position_); ++bytes)
+            if (!sink.carry(*bytes))
+                return false;
+        const Mw::Ptr<TagMarker> kept = marker->object_ ? markers_[slot] : nullptr;
+        if (!(kept ? sink.write(*marker) : sink.carry(*marker)))
+            return false;
+    }
+    for (; bytes != uncovered_.cend(); ++bytes)
+        if (!sink.carry(*bytes))
+            return false;
+    return sink.finish(unread_);
+}
+
+bool TagMarkerTable::modified()
+{
+    const CriticalSection::Lock locked(*lock_);
+    SwapComparison comparison(*this);
+    const bool differs = !forEachStored(comparison);
+    closeIfClosed();
+    return differs;
+}
+
+void TagMarkerTable::closeIfClosed()
+{
+    if (closed_)
+        completed_.reset();
+}
+
+bool TagMarkerTable::flush(const Path& given)
+{
+    const CriticalSection::Lock locked(*lock_);
+    if (readOnly_)
+        return false;
+    iFileMgr& files = OS().fileMgr();
+    const Path own = fileName();
+    const bool isOwn = given.empty() || given == own || files.resolve(given) == files.resolve(own);
+    const Path name = isOwn ? own : given;
+    const Rewritten result = rewrite(name, isOwn);
+    if (result == eNotOpened && debugMode_)
+        herc_printf("Failed to open swap file %s in TagMarkerTable::flush()", toUTF8(name).c_str());
+    return result == eRewritten;
+}
+
+TagMarkerTable::Rewritten TagMarkerTable::rewrite(const Path& name, bool own)
+{
+    if (own && keepsUnread_ && !keepUnread(name))
+        return eNotWritten;
+    openCompleted();
+    auto out = std::make_unique<StreamFile>();
+    if (!out->open(name, own && createNew_ ? iFile::eCreateNew : iFile::eCreateAlways))
+        return eNotOpened;
+    if (debugMode_)
+        herc_printf("Flushing %s\n", toUTF8(name).c_str());
+    SwapRewrite pieces(*this, *out);
+    if (!forEachStored(pieces))
+    {
+        reportSwap("TagMarkerTable::flush, " + toUTF8(name) + " is left as it was: " + pieces.error() + "\n");
+        closeIfClosed();
+        return eNotWritten;
+    }
+    const bool written = out->flush();
+    if (written && own)
+    {
+        pieces.commit();
+        file_ = nullptr;
+        completed_ = std::move(out);
+        keepsUnread_ = createNew_ = false;
+        destroyed_.clear();
+    }
+    closeIfClosed();
+    return written ? eRewritten : eNotWritten;
+}
+
+bool TagMarkerTable::keepUnread(const Path& name)
+{
+    iFileMgr& files = OS().fileMgr();
+    for (long n = 1;; ++n)
+        if (const Path kept = name + L".unread-" + Mw::WStringFromInteger(n); !files.exists(kept))
+        {
+            if (files.copy(name, kept))
+                return true;
+            reportSwap("TagMarkerTable::flush, " + toUTF8(name) + " can't be kept as " + toUTF8(kept) + ": " +
+                       files.lastError() + "\n");
+            return false;
+        }
+}
+
+bool TagMarkerTable::store(Rewritten& result)
+{
+    result = eRewritten;
+    const bool mustWrite = modified() || (storedBytes_ == 0 && !completed_);
+    if (mustWrite)
+        result = readOnly_ ? eNotWritten : rewrite(fileName(), true);
+    return result == eRewritten;
+}
+
+bool TagMarkerTable::displaceAll()
+{
+    const CriticalSection::Lock locked(*lock_);
+    Rewritten result;
+    return displaceAll(result);
+}
+
+bool TagMarkerTable::displaceAll(Rewritten& result)
+{
+    const bool isStored = store(result);
+    const Walk walk(*this);
+    bool all = true;
+    for (std::size_t slot = 0; slot < markers_.size(); ++slot)
+        if (const Mw::Ptr<TagMarker> marker = markers_[slot]; marker && marker->object_)
+        {
+            const bool leaves = isStored || !marker->modified();
+            if (leaves)
+                marker->leaveMemory();
+            all = all && leaves;
+        }
+    return all;
+}
+
+unsigned TagMarkerTable::purge()
+{
+    const CriticalSection::Lock locked(*lock_);
+    unsigned purged = 0;
+    for (const Mw::Ptr<TagMarker>& marker : markers())
+        purged += marker->purge();
+    return purged;
+}
+
+bool TagMarkerTable::loadAll()
+{
+    const CriticalSection::Lock locked(*lock_);
+    bool all = true;
+    for (const Mw::Ptr<TagMarker>& marker : markers())
+        all = (marker->demand() || !marker->isPersistant()) && all;
+    return all;
+}
+
+bool TagMarkerTable::closeSwap(bool write)
+{
+    const CriticalSection::Lock locked(*lock_);
+    if (readOnly_ || closed_)
+        return true;
+    if (debugMode_)
+        reportSwap("Closing Swap " + toUTF8(directory_) + " " + cookie_.asString(true) + toUTF8(extension_) + "\n");
+    Rewritten result = eRewritten;
+    const bool stored = !write || displaceAll(result);
+    if (result == eNotOpened)
+        herc_printf("Failed to open swap file %s in TagMarkerTable::flush()", toUTF8(fileName()).c_str());
+    file_ = nullptr;
+    completed_.reset();
+    closed_ = true;
+    return stored;
+}
+
+Text TagMarkerTable::asString() const
+{
+    const CriticalSection::Lock locked(*lock_);
+    Text text = toUTF8(fileName());
+    text += ", ";
+    text += size();
+    text += closed_ ? " objects, closed\n" : " objects\n";
+    for (const Mw::Ptr<TagMarker>& marker : markers())
+        text += marker->objectInfo(false);
+    return text;
+}

@@ -1,0 +1,218 @@
+#pragma once
+
+#include "Mw/LightweightString.h"
+#include "Mw/Ptr.h"
+#include "OS/Export.h"
+#include "OS/File.h"
+#include "libmw/CriticalSection.h"
+#include "misc/identity/Cookie.h"
+#include "misc/persistence/StreamFile.h"
+#include "misc/persistence/TagMarker.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
+
+// A large set of stored objects in one file, of which those in memory are a part. The table owns its markers and
+// the file; an object is held by its marker and whoever works with it. docs/formats.md draws the file.
+//
+//     Mw::Ptr<TagMarkerTable> table;
+//     bool failed;
+//     TagMarkerTable::openSwap(table, directory, cookie, failed, iFile::eOpenAlways, L"odb");
+//     const Mw::Ptr<TagMarker> marker = table->intern(Mw::Ptr<Taggable>(new Shot));
+//     table->flush();        // all is on the disk
+//     table->displaceAll();  // nothing is in memory
+//     marker->demand();      // this one is
+//
+// The file is replaced whole: it is what it was after the last flush that succeeded, whenever the process ends.
+// A flush writes the objects in memory and carries the bytes of the others over, and so it does with what the
+// table couldn't read: objects of classes that nobody registered, and all that follows an error. A flush that
+// fails changes neither the file nor a marker.
+//
+// Nothing is thrown: a failure is a line on the console and a result. Any thread: all tables share one lock.
+class MISC_API TagMarkerTable : public iObject
+{
+public:
+    using Path = LightweightString<wchar_t>;
+
+    // A table without objects. A file that is there already is not looked at; the first flush replaces it.
+    TagMarkerTable(const Path& directory, const Cookie& cookie, const Path& extension);
+    // Closes the file without writing. The markers lose their objects.
+    ~TagMarkerTable() override;
+    TagMarkerTable(const TagMarkerTable&) = delete;
+    TagMarkerTable& operator=(const TagMarkerTable&) = delete;
+
+    // Makes a table of what is stored under the name. Its objects are in memory. If the file is to be made and
+    // can't be opened, or isn't there, the table is empty. `failed` tells that the file could not be opened, the
+    // table then having none, or not be read to its end: what was read is in the table, and the first flush
+    // keeps the old file as NAME.unread-1 (or -2, ...) and carries the rest over.
+    static void openSwap(Mw::Ptr<TagMarkerTable>& result, const Path& directory, const Cookie& cookie, bool& failed,
+                         iFile::eOpenBehaviour behaviour, const Path& extension);
+
+    // Makes this the empty table that it was at first, with the name and the flags that it has.
+    void init();
+
+    // The file's name: the directory, the cookie's text, the extension, which is "" or begins with ".".
+    Path fileName() const;
+    const Path& extension() const noexcept { return extension_; }
+    void extension(const Path& extension);
+    const Cookie& pId() const noexcept { return cookie_; }
+    // The next flush writes to the name with this cookie.
+    void pId(const Cookie& cookie);
+
+    // A read-only table writes nothing. In debug mode a table tells the console what it does.
+    bool readOnly() const noexcept { return readOnly_; }
+    void readOnly(bool readOnly) noexcept { readOnly_ = readOnly; }
+    bool debugMode() const noexcept { return debugMode_; }
+    void debugMode(bool debugMode) noexcept { debugMode_ = debugMode; }
+
+    // Number of markers.
+    unsigned size() const;
+    // The marker with this id, the first of several; null if there is none.
+    Mw::Ptr<TagMarker> find(const IdStamp& id) const;
+    // The markers in order of interning.
+    std::vector<Mw::Ptr<TagMarker>> markers() const;
+
+    // A new marker for the object, with a new stamp, behind the others.
+    Mw::Ptr<TagMarker> intern(const Mw::Ptr<Taggable>& object);
+    // Puts a marker behind the others and gives it back. It leaves the table that it was in; in this one already,
+    // it keeps its place. Null, and a marker whose object its table can't bring along, changes nothing. An id
+    // that the table has keeps leading to the marker that it led to.
+    Mw::Ptr<TagMarker> intern(const Mw::Ptr<TagMarker>& marker);
+    // Takes a marker out, with its object in memory. False if it isn't in this table or can't be read.
+    bool extract(const Mw::Ptr<TagMarker>& marker);
+
+    // Takes a marker and its object out; the next flush leaves the object out of the file. The others keep their
+    // order. False, with nothing changed, if the table doesn't have it. n calls for n markers take n log n.
+    bool destroyMarker(const IdStamp& id);
+    bool destroyMarker(const Mw::Ptr<TagMarker>& marker);
+
+    // Replaces the file by what the table holds, on the disk when this returns. Under another name that is a
+    // copy, and the table goes on with its own file. False if the file could not be written, and for a
+    // read-only table.
+    bool flush(const Path& name = Path());
+    // Stores what has changed and lets go of all objects, those excepted that can't be stored: then false.
+    bool displaceAll();
+    // Lets go of the objects that nobody else has and that need not be written first; gives their number.
+    unsigned purge();
+    // Brings all objects into memory. False if one can't be read.
+    bool loadAll();
+    // Closes the file, with `write` after displaceAll. Does nothing if the table is closed or read-only. False
+    // if something could not be stored: that stays in memory, and flush can try again.
+    bool closeSwap(bool write);
+    // Opens the file again for reading and finds the place of each marker's object in it. False if it can't be
+    // opened or lacks an object that is not in memory; the markers are then what they were.
+    bool reOpen();
+
+    // Whether a flush would change what is stored.
+    bool modified();
+
+    // Builds the index of ids anew from the markers; nobody needs to, as all operations keep it.
+    void buildIdMap();
+
+    // The file while it is open: from openSwap or reOpen to a flush or closeSwap. Reading an object opens it too.
+    StreamFile* swapFile() const noexcept { return file_; }
+
+    // One line for the table and one for each marker.
+    LightweightString<char> asString() const;
+
+    void lock() const { lock_->enter(); }
+    void unlock() const { lock_->leave(); }
+    // The one lock of all tables.
+    static CriticalSection& getTablesLock() noexcept;
+
+    // The table that this thread is reading an object of, null if none.
+    static TagMarkerTable* beingRead() noexcept;
+    // The marker that a stored handle names: that of this table, or one that waits for its object if the table
+    // is still being read, or else one without a table.
+    Mw::Ptr<TagMarker> markerForHandle(const IdStamp& id);
+
+private:
+    friend class TagMarker;
+    friend class SwapRewrite;
+    friend class SwapComparison;
+    class Walk;
+
+    // Bytes of the file.
+    struct Span
+    {
+        std::uint64_t position = 0;
+        std::uint64_t length = 0;
+    };
+    // While one stands, the thread reads objects of the table.
+    class Reading
+    {
+    public:
+        explicit Reading(TagMarkerTable* table) noexcept;
+        ~Reading();
+        Reading(const Reading&) = delete;
+        Reading& operator=(const Reading&) = delete;
+
+    private:
+        TagMarkerTable* const before_;
+    };
+    enum Rewritten
+    {
+        eRewritten,
+        eNotOpened,
+        eNotWritten
+    };
+
+    static CriticalSection* allocLock() noexcept { return &getTablesLock(); }
+
+    bool openFile(iFile::eOpenBehaviour behaviour);
+    bool internAll();
+    void internRead(const Mw::Ptr<Taggable>& object, const Span& place);
+    // Reads a file from its start, object by object, and hands each Taggable to `take`, which says whether it is
+    // the table's. False, with a line, if it can't be read to its end.
+    template <class Take>
+    bool readAll(StreamFile& file, const char* function, std::vector<Span>& uncovered, Span& unread, Take take);
+    // Opens the file and finds the place of each object in it; changes nothing if it lacks one that is needed.
+    bool findPlaces();
+    // The file of the last completed flush, opened again if need be; null if it can't be had.
+    StreamFile* openCompleted();
+    // The same for reading an object: makes it the swap file.
+    StreamFile* fileToRead();
+    // A closed table holds no file open.
+    void closeIfClosed();
+
+    void append(const Mw::Ptr<TagMarker>& marker);
+    void remove(const Mw::Ptr<TagMarker>& marker);
+    void closeGaps();
+    TagTypeId shared(const TagTypeId& id);
+
+    // Hands the pieces of the next file to a SwapRewrite or SwapComparison. False at the first that gives false.
+    template <class Sink>
+    bool forEachStored(Sink& sink);
+    Rewritten rewrite(const Path& name, bool own);
+    bool keepUnread(const Path& name);
+    // Rewrites the file if it would change.
+    bool store(Rewritten& result);
+    bool displaceAll(Rewritten& result);
+
+    CriticalSection* const lock_ = allocLock();
+    std::vector<Mw::Ptr<TagMarker>> markers_; // null where one was destroyed
+    unsigned gaps_ = 0;
+    unsigned walks_ = 0;         // at this moment: gaps stay open
+    StreamFile* file_ = nullptr; // completed_ while it is open to the outside
+    std::unique_ptr<StreamFile> completed_;
+    bool debugMode_ = false;
+    bool readOnly_ = false;
+    Cookie cookie_;
+    Path directory_;
+    Path extension_;
+    bool closed_ = false;
+    std::map<IdStamp, Mw::Ptr<TagMarker>> idMap_;
+
+    std::uint64_t storedBytes_ = 0; // of the last completed file
+    std::vector<Span> uncovered_;   // in the order of the file
+    Span unread_;                   // its end, from an object on that could not be read
+    bool keepsUnread_ = false;      // a copy of the file is to be made before it is replaced
+    bool createNew_ = false;        // a file that is there must not be replaced
+    std::set<TagTypeId> types_;
+    std::map<IdStamp, Mw::Ptr<TagMarker>> awaited_; // by handles that were read before their objects
+    bool opening_ = false;
+    std::vector<IdStamp> destroyed_; // since the last flush, of stored objects
+};
