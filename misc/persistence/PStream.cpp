@@ -36,6 +36,10 @@ PStream& operator<<(PStream& stream, const LightweightString<char>& text)
 
 PStream& operator>>(PStream& stream, LightweightString<char>& text)
 {
-    text = stream.file()->readText();
+    const std::string_view read = stream.file()->readText();
+    if (text.empty())
+        text = LightweightString<char>(read);
+    else
+        text = read;
     return stream;
 }

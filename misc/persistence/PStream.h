@@ -3,6 +3,8 @@
 #include "misc/base/GrowString.h"
 #include "misc/persistence/StreamFile.h"
 
+#include <array>
+
 // The stream that persistent objects are packed to and unpacked from. It is its own error text: the stream
 // is in error exactly while the text is not empty, and nothing is thrown. The bytes are those of a
 // StreamFile, which is not owned and must live as long. One thread at a time.
@@ -59,6 +61,32 @@ template <StreamPrimitive T>
 inline PStream& operator>>(PStream& stream, T& value)
 {
     stream.file()->get(value);
+    return stream;
+}
+
+// Numbers in a row, as if one by one.
+template <StreamPrimitive T, std::size_t count>
+inline PStream& operator<<(PStream& stream, const std::array<T, count>& values)
+{
+    if constexpr (std::endian::native == std::endian::little)
+        stream.file()->write(values.data(), sizeof values);
+    else
+        for (const T value : values)
+            stream << value;
+    return stream;
+}
+template <StreamPrimitive T, std::size_t count>
+inline PStream& operator>>(PStream& stream, std::array<T, count>& values)
+{
+    const std::string_view cached = stream.file()->cached();
+    if (std::endian::native == std::endian::little && cached.size() >= sizeof values) [[likely]]
+    {
+        std::memcpy(values.data(), cached.data(), sizeof values);
+        stream.file()->passCached(sizeof values);
+    }
+    else
+        for (T& value : values)
+            stream >> value;
     return stream;
 }
 

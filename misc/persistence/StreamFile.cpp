@@ -406,6 +406,12 @@ bool StreamFile::readBinary(GrowString& text, bool counted)
 
 std::string_view StreamFile::readText()
 {
+    if (const std::size_t length = cached().find('\0'); length != std::string_view::npos)
+    {
+        const std::string_view text = take(length);
+        ++cachePos_;
+        return text;
+    }
     std::size_t scanned = 0;
     for (std::size_t there = available(1); there != scanned; there = available(scanned + 1))
     {

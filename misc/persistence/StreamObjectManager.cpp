@@ -9,6 +9,7 @@
 #include "misc/persistence/StreamableLayer.h"
 
 #include <atomic>
+#include <bit>
 #include <cstdio>
 
 namespace
@@ -60,11 +61,6 @@ void StreamObjectManager::init()
     theManager.store(this, std::memory_order_release);
 }
 
-std::size_t StreamObjectManager::HashedName::operator()(std::string_view name) const noexcept
-{
-    return Mw::words::hashOf(name);
-}
-
 void StreamObjectManager::registerClass(const LightweightString<char>& shortName,
                                         const LightweightString<char>& fullName, StreamBuilder builder)
 {
@@ -74,11 +70,16 @@ void StreamObjectManager::registerClass(const LightweightString<char>& shortName
 
 void StreamObjectManager::insert(const LightweightString<char>& name, StreamBuilder builder)
 {
-    const auto [entry, isNew] = classes_.emplace(name, SORegisterRec{builder});
-    if (isNew)
-        index_.emplace(entry->first.text(), &entry->second);
-    else
+    if (!classes_.emplace(name, SORegisterRec{builder}).second)
+    {
         oma_splat((LightweightString<char>("Non-unique short name or full name registering ") + name).c_str());
+        return;
+    }
+    if (2 * classes_.size() > index_.size())
+        index_.assign(std::bit_ceil(4 * classes_.size()), {});
+    for (const auto& [key, record] : classes_)
+        if (Entry& entry = entryOf(key.text()); entry.builder == nullptr)
+            entry = {key.text(), record.builder};
 }
 
 int StreamObjectManager::unregisterClass(const LightweightString<char>&)
@@ -88,8 +89,22 @@ int StreamObjectManager::unregisterClass(const LightweightString<char>&)
 
 StreamBuilder StreamObjectManager::lookup(const LightweightString<char>& name) const
 {
-    const auto found = index_.find(name.text());
-    return found != index_.end() ? found->second->builder : nullptr;
+    return lookup(name.text());
+}
+
+StreamBuilder StreamObjectManager::lookup(std::string_view name) const
+{
+    return index_.empty() ? nullptr : const_cast<StreamObjectManager*>(this)->entryOf(name).builder;
+}
+
+// The entry of the name, or the free one that it would take.
+StreamObjectManager::Entry& StreamObjectManager::entryOf(std::string_view name)
+{
+    const std::size_t mask = index_.size() - 1;
+    std::size_t at = Mw::words::hashOf(name) & mask;
+    while (index_[at].builder != nullptr && index_[at].name != name)
+        at = (at + 1) & mask;
+    return index_[at];
 }
 
 Mw::Ptr<Streamable> StreamObjectManager::readObject(PStream& stream)
@@ -100,9 +115,14 @@ Mw::Ptr<Streamable> StreamObjectManager::readObject(PStream& stream)
         return {};
     }
     StreamFile& file = *stream.file();
-    Streamable header(Streamable::eHeaderOnly);
     const std::uint64_t start = file.position();
     file.cacheForward(start + headerBytes);
+    StreamableTraitsBase::UsualObject usual;
+    if (StreamableTraitsBase::peekUsualObject(stream, usual))
+        if (const StreamBuilder builder = lookup(usual.hierarchyName))
+            return build(stream, builder, start + usual.layerBytes + usual.followingBytes);
+
+    Streamable header(Streamable::eHeaderOnly);
     Streamable::STRM_Traits::unpackHeaderAndObject(header, stream);
     if (stream.failed())
     {
@@ -110,16 +130,22 @@ Mw::Ptr<Streamable> StreamObjectManager::readObject(PStream& stream)
         return {};
     }
     const std::uint64_t end = file.position() + header.STRM_followingChunkSize();
-    file.cacheForward(end);
-    Mw::Ptr<Streamable> object;
     if (const StreamBuilder builder = lookup(header.STRM_unpackedHierarchyName()))
     {
         file.setPosition(start);
-        object = builder(stream);
+        return build(stream, builder, end);
     }
-    else
-        printToBoth(("Unregistered builder for " + header.STRM_unpackedHierarchyName() + ".\n").c_str());
+    printToBoth(("Unregistered builder for " + header.STRM_unpackedHierarchyName() + ".\n").c_str());
     file.setPosition(end);
+    return {};
+}
+
+// The object from the stream's position to `end`.
+Mw::Ptr<Streamable> StreamObjectManager::build(PStream& stream, StreamBuilder builder, std::uint64_t end)
+{
+    stream.file()->cacheForward(end);
+    Mw::Ptr<Streamable> object = builder(stream);
+    stream.file()->setPosition(end);
     return object;
 }
 

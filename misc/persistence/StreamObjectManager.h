@@ -7,9 +7,10 @@
 #include "misc/persistence/PStream.h"
 #include "misc/persistence/Streamable.h"
 
+#include <cstdint>
 #include <map>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 // Makes an object of one class from the stream, headers included. Null if it can't.
 using StreamBuilder = Mw::Ptr<Streamable> (*)(PStream& stream);
@@ -79,16 +80,21 @@ public:
     StreamObjectInfo objectInfo(PStream& stream) const;
 
 private:
-    struct HashedName
+    // A table of twice as many entries or more, found by hash; a free one has no builder.
+    struct Entry
     {
-        std::size_t operator()(std::string_view name) const noexcept;
+        std::string_view name;
+        StreamBuilder builder = nullptr;
     };
 
     void insert(const LightweightString<char>& name, StreamBuilder builder);
+    StreamBuilder lookup(std::string_view name) const;
+    Entry& entryOf(std::string_view name);
+    static Mw::Ptr<Streamable> build(PStream& stream, StreamBuilder builder, std::uint64_t end);
 
     std::map<LightweightString<char>, SORegisterRec> classes_;
-    // The same entries for finding them quickly.
-    std::unordered_map<std::string_view, const SORegisterRec*, HashedName> index_;
+    // The same for finding them quickly.
+    std::vector<Entry> index_;
 };
 
 // The one manager, made on first use.

@@ -16,6 +16,17 @@ constexpr unsigned expectedTextSize = 512;
 StreamStatus Streamable::STRM_hierarchyUnpack(PStream& stream)
 {
     followingChunkSize_ = unknownSize;
+    StreamableTraitsBase::UsualObject usual;
+    if (builderType_ != eHeaderOnly && StreamableTraitsBase::peekUsualObject(stream, usual))
+        if (usual.hierarchyName == std::string_view(STRM_storedName()))
+        {
+            stream.file()->passCached(usual.layerBytes);
+            stream.version(2);
+            setRevs(2, 0);
+            hasUsualName_ = true;
+            unpackedHierarchyChunkSize_ = followingChunkSize_ = usual.followingBytes;
+            return eStreamUnpacked;
+        }
     return STRM_Traits::unpackHeaderAndObject(*this, stream);
 }
 
@@ -40,6 +51,12 @@ LightweightString<char> Streamable::hierarchyName(bool first, bool shortForm) co
     return subHierarchyName(first, shortForm);
 }
 
+const LightweightString<char>& Streamable::STRM_storedName() const
+{
+    static const LightweightString<char> none;
+    return none;
+}
+
 Mw::Ptr<Streamable> Streamable::clone(BuilderType type)
 {
     // A class that says nothing of its own would come out as its base.
@@ -51,7 +68,7 @@ Mw::Ptr<Streamable> Streamable::clone(BuilderType type)
 void Streamable::pack(PStream& stream) const
 {
     setRevs(2, 0);
-    stream << hierarchyName(false, true);
+    stream << STRM_storedName();
 }
 
 void Streamable::unpack(PStream& stream)
@@ -71,22 +88,14 @@ void Streamable::unpack(PStream& stream)
         return;
     }
     unpackedHierarchyChunkSize_ -= static_cast<unsigned>(lengthBytes);
-    if (builderType_ == eHeaderOnly)
-    {
-        unpackedHierarchyName_ = name;
+    hasUsualName_ = builderType_ != eHeaderOnly && name == std::string_view(STRM_storedName());
+    if (hasUsualName_)
         return;
-    }
-    LightweightString<char> expected = hierarchyName(false, true);
-    if (name == expected)
-    {
-        unpackedHierarchyName_.swap(expected);
-        return;
-    }
     unpackedHierarchyName_ = name;
-    if (name == hierarchyName(false, false))
+    if (builderType_ == eHeaderOnly || name == hierarchyName(false, false))
         return;
     char text[expectedTextSize];
-    std::snprintf(text, sizeof text, "Expected hierarchy Streamable.%s, got Streamable.%s", expected.c_str(),
+    std::snprintf(text, sizeof text, "Expected hierarchy Streamable.%s, got Streamable.%s", STRM_storedName().c_str(),
                   unpackedHierarchyName_.c_str());
     stream.append(text);
 }

@@ -76,6 +76,8 @@ public:
     virtual LightweightString<char> hierarchyName(bool first, bool shortForm) const;
     // A copy of the object; null of one that can't be copied.
     virtual Mw::Ptr<Streamable> clone(BuilderType type);
+    // hierarchyName(false, true), of which this is the class's own. StreamableLayer sees to it.
+    virtual const LightweightString<char>& STRM_storedName() const;
 
     // The body of this layer: the object's hierarchy name in short form.
     void pack(PStream& stream) const;
@@ -102,7 +104,10 @@ public:
 
     BuilderType STRM_ctorBuilderType() const noexcept { return builderType_; }
     // The name that was read with the object.
-    const LightweightString<char>& STRM_unpackedHierarchyName() const noexcept { return unpackedHierarchyName_; }
+    const LightweightString<char>& STRM_unpackedHierarchyName() const
+    {
+        return hasUsualName_ ? STRM_storedName() : unpackedHierarchyName_;
+    }
     // All ones before anything was read.
     unsigned STRM_unpackedHierarchyChunkSize() const noexcept { return unpackedHierarchyChunkSize_; }
     // Bytes of the layers that follow the one read last; 0 behind the last.
@@ -131,6 +136,7 @@ private:
     mutable unsigned char majorRev_ = 1;
     mutable unsigned char minorRev_ = 0;
     BuilderType builderType_ = eNormal;
+    bool hasUsualName_ = false; // what was read is the stored name, and not kept
     LightweightString<char> unpackedHierarchyName_;
 };
 

@@ -2,7 +2,7 @@
 
 #include "libmw/Text.h"
 #include "misc/diagnostics/Log.h"
-#include "misc/persistence/DynamicIntegralStorage.h"
+#include "misc/persistence/LayerHeader.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr unsigned unknownSize = 0xFFFFFFFFu;
+constexpr unsigned unknownSize = LayerHeader::unknownSize;
 constexpr unsigned errorTextSize = 1024;
 
 // The layer that is being unpacked on this thread, of the object that is innermost.
@@ -42,149 +42,21 @@ private:
     Unpacking unpacking_;
 };
 
-// The bytes of a header behind the name, in the current format.
-struct HeaderTail
+// Where the record ends that is around one at the stream's position: that of the object which this one is
+// part of.
+std::uint64_t enclosingEnd(const PStream& stream) noexcept
 {
-    unsigned char bytes[10];
-
-    HeaderTail(unsigned char majorRev, unsigned char minorRev, unsigned layerSize, unsigned hierarchySize) noexcept
-    {
-        bytes[0] = majorRev;
-        bytes[1] = minorRev;
-        for (unsigned i = 0; i < 4; ++i)
-        {
-            bytes[2 + i] = static_cast<unsigned char>(layerSize >> 8 * i);
-            bytes[6 + i] = static_cast<unsigned char>(hierarchySize >> 8 * i);
-        }
-    }
-};
-
-unsigned littleEndian(const char* bytes) noexcept
-{
-    unsigned value = 0;
-    for (unsigned i = 0; i < 4; ++i)
-        value |= unsigned(static_cast<unsigned char>(bytes[i])) << 8 * i;
-    return value;
+    return innermost != nullptr && innermost->stream == &stream ? innermost->layerEnd
+                                                                : std::numeric_limits<std::uint64_t>::max();
 }
 
-// What stands before a layer's body. A part that the file's end cuts off keeps its first value.
-class LayerHeader
+void putHeaderTail(StreamFile& file, unsigned char majorRev, unsigned char minorRev, unsigned layerSize,
+                   unsigned hierarchySize)
 {
-public:
-    // Reads it. False if its form isn't known, which is said in the stream.
-    bool read(PStream& stream);
-
-    // Valid until the file is asked for anything else.
-    std::string_view name;
-    unsigned majorRev = 0;
-    unsigned minorRev = 0;
-    unsigned layerSize = unknownSize;
-    unsigned hierarchySize = unknownSize;
-
-private:
-    // The usual case: a header of the current format that is in the cache whole. False if it is none.
-    bool readCached(PStream& stream);
-    bool readRev(PStream& stream, unsigned& rev, const char* which);
-    void readSize(PStream& stream, unsigned& size) const;
-    bool isBase() const noexcept { return name == Streamable::shortLayerName() || name == Streamable::layerName(); }
-
-    static constexpr std::size_t longestCachedName = 256;
-
-    LightweightString<char> nameRead_;
-    unsigned version_ = 0;
-};
-
-bool LayerHeader::read(PStream& stream)
-{
-    version_ = stream.version();
-    if (readCached(stream))
-        return true;
-    if (!stream.file()->eof())
-        stream >> nameRead_;
-    name = nameRead_;
-    if (!readRev(stream, majorRev, "major") || !readRev(stream, minorRev, "minor"))
-        return false;
-    if (isBase())
-    {
-        version_ = majorRev;
-        stream.version(version_);
-        if (version_ != 1 && version_ != 2)
-        {
-            stream.append("Unrecognized version for Streamable base");
-            return false;
-        }
-    }
-    readSize(stream, layerSize);
-    readSize(stream, hierarchySize);
-    return true;
-}
-
-bool LayerHeader::readCached(PStream& stream)
-{
-    constexpr std::size_t tailBytes = sizeof(HeaderTail);
-    const std::string_view cached = stream.file()->cached();
-    const std::size_t length = cached.substr(0, longestCachedName).find('\0');
-    if (length == cached.npos || cached.size() - length - 1 < tailBytes)
-        return false;
-    const char* const tail = cached.data() + length + 1;
-    const unsigned major = static_cast<unsigned char>(tail[0]);
-    const unsigned minor = static_cast<unsigned char>(tail[1]);
-    name = cached.substr(0, length);
-    // In the older format that number is an escape.
-    const bool samePrefix = version_ == 2 || (version_ == 1 && major != 0xFF && minor != 0xFF);
-    const unsigned version = isBase() ? major : version_;
-    if (!samePrefix || version != 2)
-        return false;
-    stream.version(version);
-    majorRev = major;
-    minorRev = minor;
-    layerSize = littleEndian(tail + 2);
-    hierarchySize = littleEndian(tail + 6);
-    stream.file()->passCached(length + 1 + tailBytes);
-    return true;
-}
-
-bool LayerHeader::readRev(PStream& stream, unsigned& rev, const char* which)
-{
-    if (version_ != 1 && version_ != 2)
-    {
-        stream.append("Unrecognized version for Streamable base");
-        return false;
-    }
-    if (stream.file()->eof())
-        return true;
-    if (version_ == 2)
-    {
-        unsigned char byte = 0;
-        stream >> byte;
-        rev = byte;
-        return true;
-    }
-    DynamicIntegralStorage<unsigned char, unsigned short> stored;
-    stored.unpack(stream);
-    rev = stored.value();
-    if (rev <= 0xFF)
-        return true;
-    stream.append(" Strm1.0 Object has oversized ");
-    stream.append(which);
-    stream.append(" rev (");
-    stream.append(name);
-    stream.append("). ");
-    return false;
-}
-
-void LayerHeader::readSize(PStream& stream, unsigned& size) const
-{
-    if (stream.file()->eof())
-        return;
-    if (version_ == 2)
-    {
-        stream >> size;
-        return;
-    }
-    DynamicIntegralStorage<unsigned short, unsigned> stored(size);
-    stored.unpack(stream);
-    size = stored.value();
+    file.put(majorRev);
+    file.put(minorRev);
+    file.put(layerSize);
+    file.put(hierarchySize);
 }
 
 void appendWhereabouts(GrowString& text, const Streamable& object, std::string_view layerName)
@@ -247,7 +119,7 @@ StreamStatus StreamableTraitsBase::packLayer(const Layer& layer, const Streamabl
     object.setRevs(1, 0);
     file.write(layer.names.shortName.data(), static_cast<unsigned>(layer.names.shortName.size()) + 1);
     const std::uint64_t tail = file.position();
-    file.write(HeaderTail(1, 0, unknownSize, unknownSize).bytes, sizeof(HeaderTail));
+    putHeaderTail(file, 1, 0, unknownSize, unknownSize);
     const std::uint64_t body = file.position();
     layer.pack(self, stream);
     const unsigned char majorRev = object.majorRev();
@@ -268,9 +140,7 @@ StreamStatus StreamableTraitsBase::packLayer(const Layer& layer, const Streamabl
     }
     // Of the whole header, which is written again, the name is the same.
     file.setPosition(tail);
-    file.write(
-        HeaderTail(majorRev, minorRev, static_cast<unsigned>(layerSize), static_cast<unsigned>(end - body)).bytes,
-        sizeof(HeaderTail));
+    putHeaderTail(file, majorRev, minorRev, static_cast<unsigned>(layerSize), static_cast<unsigned>(end - body));
     file.setPosition(end);
     return stream.failed() ? eStreamFailed : eStreamPacked;
 }
@@ -278,15 +148,10 @@ StreamStatus StreamableTraitsBase::packLayer(const Layer& layer, const Streamabl
 StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& object, void* self, PStream& stream)
 {
     StreamFile& file = *stream.file();
-    // The end of the record around this one: the layer before, or the object that this one is part of.
-    std::uint64_t enclosingEnd = std::numeric_limits<std::uint64_t>::max();
-    if (object.followingChunkSize_ != unknownSize)
-        enclosingEnd = file.position() + object.followingChunkSize_;
-    else if (innermost != nullptr && innermost->stream == &stream)
-        enclosingEnd = innermost->layerEnd;
-
+    const bool isFirst = object.followingChunkSize_ == unknownSize;
+    const std::uint64_t aroundEnd = isFirst ? enclosingEnd(stream) : file.position() + object.followingChunkSize_;
     LayerHeader header;
-    if (!header.read(stream))
+    if (!(isFirst ? header.read(stream) : header.read(stream, layer.names.shortName)))
         return eStreamFailed;
     const std::uint64_t body = file.position();
     const std::uint64_t layerEnd = body + header.layerSize;
@@ -298,8 +163,8 @@ StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& o
         return eStreamUnexpectedEOF;
     }
     object.unpackedHierarchyChunkSize_ = header.hierarchySize;
-    const bool fits = layerEnd <= hierarchyEnd && hierarchyEnd <= enclosingEnd;
-    const std::uint64_t objectEnd = std::min(hierarchyEnd, enclosingEnd);
+    const bool fits = layerEnd <= hierarchyEnd && hierarchyEnd <= aroundEnd;
+    const std::uint64_t objectEnd = std::min(hierarchyEnd, aroundEnd);
     if (header.layerSize == 0 && fits)
     {
         object.followingChunkSize_ = header.hierarchySize;
@@ -349,4 +214,26 @@ StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& o
         return eStreamFailed;
     }
     return eStreamUnpacked;
+}
+
+bool StreamableTraitsBase::peekUsualObject(const PStream& stream, UsualObject& object)
+{
+    // "$", rev 2.0
+    constexpr std::string_view prefix("$\0\2\0", 4);
+    constexpr std::size_t headerBytes = prefix.size() + 8;
+    StreamFile& file = *stream.file();
+    const std::string_view cached = file.cached();
+    if (stream.failed() || cached.size() < headerBytes || cached.substr(0, prefix.size()) != prefix ||
+        (stream.version() != 1 && stream.version() != 2))
+        return false;
+    const unsigned layerSize = LayerHeader::load(cached.data() + prefix.size());
+    const unsigned hierarchySize = LayerHeader::load(cached.data() + prefix.size() + 4);
+    const std::uint64_t body = file.position() + headerBytes;
+    if (layerSize == 0 || layerSize > hierarchySize || layerSize > cached.size() - headerBytes ||
+        body + hierarchySize > std::min(file.size(), enclosingEnd(stream)))
+        return false;
+    object.hierarchyName = cached.substr(headerBytes, layerSize - 1);
+    object.layerBytes = static_cast<unsigned>(headerBytes + layerSize);
+    object.followingBytes = hierarchySize - layerSize;
+    return cached[headerBytes + layerSize - 1] == '\0';
 }

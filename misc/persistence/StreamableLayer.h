@@ -71,6 +71,18 @@ public:
     // Objects within objects are read up to this depth.
     static constexpr int maxDepth = 100;
 
+    // What nearly all objects begin with: a first layer of the current generation, whole in the cache, that
+    // holds the hierarchy name and no more.
+    struct UsualObject
+    {
+        std::string_view hierarchyName; // valid until the file is asked for anything
+        unsigned layerBytes;            // the first layer with its header
+        unsigned followingBytes;        // the other layers
+    };
+    // Looks at the object at the stream's position, and moves nothing. False if it is none of these, or
+    // damaged, or the stream is in error: that is for `unpackHeaderAndObject` to find out.
+    static bool peekUsualObject(const PStream& stream, UsualObject& object);
+
 protected:
     // A layer as one class has it; `self` is the object as that class.
     struct Layer
@@ -146,6 +158,7 @@ public:
     {
         return subHierarchyName(first, shortForm);
     }
+    const LightweightString<char>& STRM_storedName() const override { return immortal<Names>().shortForm; }
     StreamStatus STRM_hierarchyPack(PStream& stream) const override;
     StreamStatus STRM_hierarchyUnpack(PStream& stream) override;
     // A copy, if the class can be copied.
