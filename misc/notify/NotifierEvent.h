@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OS/Export.h"
 #include "misc/notify/NotifyMsgTypeDictionary.h"
 
 template <class T>
@@ -8,7 +9,7 @@ class NotifierEx;
 // What a typed notifier tells its clients. Type and source are written when it is issued, into the event of
 // the caller, const though it is to him.
 template <class T>
-struct NotifierEvent
+struct MISC_API NotifierEvent
 {
     mutable int type = NotifyMsgTypeDictionary::anyType;
     mutable const NotifierEx<T>* source = nullptr;

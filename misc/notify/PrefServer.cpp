@@ -11,3 +11,12 @@ bool PrefServer::updateAndNotify(const bool& newValue)
     notifyValChanged();
     return true;
 }
+
+void PrefServer::refresh()
+{
+    const bool stored = preference_.get();
+    if (stored == getValue())
+        return;
+    store(stored);
+    notifyValChanged();
+}

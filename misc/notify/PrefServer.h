@@ -3,8 +3,9 @@
 #include "misc/notify/ValServer.h"
 #include "misc/settings/PrefVal.h"
 
-// A preference that tells its clients when it is written. There is one server for a preference in a process, with
-// the module that owns the preference. It notices what is written through it, not what another process stores.
+// A preference that tells its clients when it changes. There is one server for a preference in a process, with the
+// module that owns the preference. It knows of what is written through it; of what else was stored, by another
+// process say, it learns by refresh.
 class MISC_API PrefServer : public ValServer<bool>
 {
 public:
@@ -16,6 +17,9 @@ public:
     // Stores the preference, then does as every server. False, and nobody is told, if a manager rejects it or
     // it can't be stored.
     bool updateAndNotify(const bool& newValue) override;
+
+    // Takes the stored value, and tells the clients if it is another one.
+    void refresh();
 
 private:
     const PrefVal preference_;

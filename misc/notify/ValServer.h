@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <type_traits>
+#include <typeinfo>
 
 template <class T>
 class ValServer;
@@ -110,6 +111,16 @@ private:
     static constexpr bool isWord =
         std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof(void*) && alignof(T) == sizeof(T);
 
+    // Whether the object is of this class itself, as most servers are: their virtual operations are these here.
+    bool isPlain() const noexcept { return &typeid(*this) == &typeid(ValServer); }
+
+    bool write(const T& newValue, bool plain);
+    bool updateManaged(const T& newValue);
+    void tell(int type) const
+    {
+        if (this->hasClients())
+            issueValue(type);
+    }
     void issueValue(int type) const;
 };
 
@@ -141,9 +152,12 @@ ValServer<T>::~ValServer()
 }
 
 template <class T>
-ValServer<T>& ValServer<T>::operator=(const T& newValue)
+inline ValServer<T>& ValServer<T>::operator=(const T& newValue)
 {
-    updateAndNotify(newValue);
+    if (isPlain()) [[likely]]
+        write(newValue, true);
+    else
+        updateAndNotify(newValue);
     return *this;
 }
 
@@ -163,34 +177,48 @@ bool ValServer<T>::operator==(const ValServer& other) const
 template <class T>
 void ValServer<T>::notifyValChanged()
 {
-    issueValue(valChangedMsgType_);
+    tell(valChangedMsgType_);
 }
 
 template <class T>
 void ValServer<T>::preNotifyValChanged()
 {
-    issueValue(preValChangedMsgType_);
+    tell(preValChangedMsgType_);
 }
 
-// The callbacks may end the server: after them it isn't touched.
 template <class T>
 bool ValServer<T>::updateAndNotify(const T& newValue)
 {
-    if (manager == nullptr)
+    return write(newValue, isPlain());
+}
+
+// The clients may end the server: after them it isn't touched.
+template <class T>
+inline bool ValServer<T>::write(const T& newValue, bool plain)
+{
+    if (manager == nullptr) [[likely]]
         store(newValue);
+    else if (!updateManaged(newValue))
+        return false;
+    if (plain) [[likely]]
+        tell(valChangedMsgType_);
     else
-    {
-        T candidate(newValue);
-        if (!validate(candidate))
-            return false;
-        store(candidate);
-    }
-    notifyValChanged();
+        notifyValChanged();
     return true;
 }
 
 template <class T>
-T ValServer<T>::getValue() const
+bool ValServer<T>::updateManaged(const T& newValue)
+{
+    T candidate(newValue);
+    if (!validate(candidate))
+        return false;
+    store(candidate);
+    return true;
+}
+
+template <class T>
+inline T ValServer<T>::getValue() const
 {
     if constexpr (isWord)
         return std::atomic_ref<T>(const_cast<T&>(value)).load(std::memory_order_relaxed);
@@ -202,8 +230,7 @@ T ValServer<T>::getValue() const
 template <class T>
 void ValServer<T>::issueValue(int type) const
 {
-    if (this->hasClients())
-        this->issueMade([this, type] { return NotifierEvent<T>{type, this, getValue()}; }, type);
+    this->issueMade([this, type] { return NotifierEvent<T>{type, this, getValue()}; }, type);
 }
 
 template <class T>
@@ -213,7 +240,7 @@ bool ValServer<T>::validate(T& candidate)
 }
 
 template <class T>
-void ValServer<T>::store(const T& newValue)
+inline void ValServer<T>::store(const T& newValue)
 {
     if constexpr (isWord)
         std::atomic_ref<T>(value).store(newValue, std::memory_order_relaxed);
