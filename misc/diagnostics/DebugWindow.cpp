@@ -2,9 +2,10 @@
 
 #include "Mw/Assert.h"
 #include "OS/Debugger.h"
+#include "OS/Immortal.h"
 #include "OS/OS.h"
 #include "misc/diagnostics/Console.h"
-#include "misc/settings/PrefVal.h"
+#include "misc/notify/ValClient.h"
 #include "misc/settings/config.h"
 
 #include <algorithm>
@@ -13,8 +14,37 @@
 namespace
 {
 
-constexpr PrefVal showDebugWindowPref("Show debug window", false);
-constexpr PrefVal outputDebugStringsPref("Output debug strings", false);
+// Does something with each new value of a preference.
+class PrefFollower : public ValClient<bool>
+{
+public:
+    using Follow = void (*)(bool value);
+    PrefFollower(PrefServer& preference, Follow follow) : ValClient<bool>(&preference), follow_(follow) {}
+
+    void valChangedNtfy() override { follow_(getServerValue()); }
+
+private:
+    const Follow follow_;
+};
+
+void followShow(bool on)
+{
+    if (herc_window())
+        showDebugWindow(on);
+}
+
+struct Preferences
+{
+    PrefServer show{PrefVal("Show debug window", false)};
+    PrefServer output{PrefVal("Output debug strings", false)};
+    PrefFollower showFollower{show, followShow};
+    PrefFollower outputFollower{output, herc_set_debug_output};
+};
+
+Preferences& preferences()
+{
+    return immortal<Preferences>();
+}
 
 constexpr int largestGrid = 4096;
 
@@ -23,7 +53,8 @@ std::atomic<bool> isDebugOutputLoaded{false};
 
 void loadDebugOutput()
 {
-    herc_set_debug_output(outputDebugStringsPref.get());
+    preferences().output.refresh();
+    herc_set_debug_output(preferences().output.getValue());
     isDebugOutputLoaded = true;
 }
 
@@ -39,10 +70,11 @@ struct WindowSettings
 WindowSettings configuredWindow()
 {
     loadDebugOutput();
+    preferences().show.refresh();
     ConsoleGeometry geometry;
     geometry.width = std::min(config_int("herc_width", geometry.width), largestGrid);
     geometry.height = std::min(config_int("herc_height", geometry.height), largestGrid);
-    return {geometry, config_int("console_on_top", 0) != 0, showDebugWindowPref.get()};
+    return {geometry, config_int("console_on_top", 0) != 0, preferences().show.getValue()};
 }
 
 void makeWindow(const WindowSettings& settings, const Mw::Ptr<iStatusWindow::iEventHandler>& handler)
@@ -56,6 +88,16 @@ void makeWindow(const WindowSettings& settings, const Mw::Ptr<iStatusWindow::iEv
 }
 
 } // namespace
+
+PrefServer& showDebugWindowPref()
+{
+    return preferences().show;
+}
+
+PrefServer& outputDebugStringsPref()
+{
+    return preferences().output;
+}
 
 void createDebugWindow(Mw::Ptr<iStatusWindow::iEventHandler> handler)
 {
@@ -107,5 +149,5 @@ void toggleWin32Debug()
     herc_set_debug_output(on);
     OS().debugger().debugOutput(on ? "------------------ Marrowline Win32 debug output ON ------------------\n  \n"
                                    : "------------------ Marrowline Win32 debug output OFF -----------------\n  \n");
-    outputDebugStringsPref.set(on);
+    preferences().output = on;
 }

@@ -4,6 +4,7 @@
 #include "libmw/Splat.h"
 #include "misc/diagnostics/Console.h"
 #include "misc/diagnostics/QaSplat.h"
+#include "misc/notify/ValClient.h"
 #include "misc/settings/RegistryConfig.h"
 
 #include <algorithm>
@@ -104,6 +105,31 @@ TEST_F(DebugWindow, threadsThatMeetMakeOne)
         herc_shutdown();
     }
     EXPECT_EQ(windowing.made, rounds);
+}
+
+TEST_F(DebugWindow, followsItsPreferencesAndTellsTheirClients)
+{
+    struct Counter : ValClient<bool>
+    {
+        using ValClient<bool>::ValClient;
+        void valChangedNtfy() override { ++changes; }
+        int changes = 0;
+    } counter(&outputDebugStringsPref());
+
+    showDebugWindowPref() = true;
+    EXPECT_FALSE(debugWindowIsVisible());
+    createDebugWindow({});
+    EXPECT_TRUE(debugWindowIsVisible() && herc_is_on());
+    showDebugWindowPref() = false;
+    EXPECT_FALSE(debugWindowIsVisible() || herc_is_on());
+    EXPECT_FALSE(UserConfig().getValue("Show debug window", true, "Preferences"));
+
+    counter.changes = 0;
+    outputDebugStringsPref() = true;
+    EXPECT_TRUE(herc_debug_output());
+    toggleWin32Debug();
+    EXPECT_FALSE(herc_debug_output() || counter.getServerValue());
+    EXPECT_EQ(counter.changes, 2);
 }
 
 TEST(QaSplatDeath, stopsWhereTheSettingSaysSo)
