@@ -13,6 +13,9 @@ extern "C"
     /* Adds 1 to the count and takes it away again, so many times. The count must be above 0. */
     void limit_atomic_pair(int* count, size_t operations);
 
+    /* Stores so many numbers and looks each time whether there are clients, who must be none. */
+    void limit_store_and_test(int* value, void** clients, size_t operations);
+
     /* Splits so many frame numbers into timecode fields and counts the fields back, frame after frame through
    the day from 1 on; gives the sum of the frames found. */
     long limit_fields(short fps, short drop_frame, size_t operations);
