@@ -5,6 +5,7 @@
 #include "OS/FileMgr.h"
 #include "OS/OS.h"
 #include "libmw/Text.h"
+#include "misc/persistence/ObjectOutline.h"
 #include "misc/persistence/StreamObjectManager.h"
 #include "misc/persistence/SwapReport.h"
 #include "misc/persistence/SwapRewrite.h"
@@ -329,6 +330,7 @@ bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector
     const Reading reading(this);
     const std::uint64_t size = file.size();
     PStream stream(&file);
+    bool whole = true;
     Span place;
     for (; !file.eof(); place.position += place.length)
     {
@@ -340,16 +342,24 @@ bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector
             stream.append("the file is longer than 4 GiB");
         if (stream.failed())
             break;
+        const std::uint64_t end = file.position();
         const Mw::Ptr<Taggable> taggable = Mw::dynamicCast<Taggable>(object);
         if (!taggable)
             tellInvalid(function, typeOf(object), __LINE__);
-        if (!taggable || !take(taggable, place))
+        // Records that don't fit have left out a layer; into an unknown object nobody has looked.
+        const bool fits = object ? ObjectOutline::recordsFit(file, place.position, end)
+                                 : ObjectOutline(file, place.position).isWhole();
+        if (!fits)
+            reportSwap("TagMarkerTable::" + Text(function) + ", a damaged object is left out\n");
+        file.setPosition(end);
+        whole = whole && fits;
+        if (!taggable || !fits || !take(taggable, place))
             uncovered.push_back(place);
     }
     if (!file.lastError().empty())
         stream.append(file.lastError());
     if (!stream.failed())
-        return true;
+        return whole;
     unread = {place.position, size - place.position};
     reportSwap("TagMarkerTable::" + Text(function) + " stream error:" + stream.asString() + "\n");
     return false;

@@ -126,6 +126,8 @@ inline std::vector<Object> decode(const std::string& bytes, bool& whole)
         for (const auto& [name, body] : object.layers)
         {
             Cursor layer{body};
+            if (body.empty()) // of a class that adds nothing
+                continue;
             if (name == "$" || name == "Streamable")
                 object.hierarchy = layer.text();
             if (name == "T" || name == "Taggable")
