@@ -89,10 +89,10 @@ int StreamObjectManager::unregisterClass(const LightweightString<char>&)
 
 StreamBuilder StreamObjectManager::lookup(const LightweightString<char>& name) const
 {
-    return lookup(name.text());
+    return builderOf(name.text());
 }
 
-StreamBuilder StreamObjectManager::lookup(std::string_view name) const
+StreamBuilder StreamObjectManager::builderOf(std::string_view name) const
 {
     return index_.empty() ? nullptr : const_cast<StreamObjectManager*>(this)->entryOf(name).builder;
 }
@@ -119,7 +119,7 @@ Mw::Ptr<Streamable> StreamObjectManager::readObject(PStream& stream)
     file.cacheForward(start + headerBytes);
     StreamableTraitsBase::UsualObject usual;
     if (StreamableTraitsBase::peekUsualObject(stream, usual))
-        if (const StreamBuilder builder = lookup(usual.hierarchyName))
+        if (const StreamBuilder builder = builderOf(usual.hierarchyName))
             return build(stream, builder, start + usual.layerBytes + usual.followingBytes);
 
     Streamable header(Streamable::eHeaderOnly);

@@ -16,6 +16,7 @@ constexpr unsigned expectedTextSize = 512;
 StreamStatus Streamable::STRM_hierarchyUnpack(PStream& stream)
 {
     followingChunkSize_ = unknownSize;
+    isLayerMissing_ = false;
     StreamableTraitsBase::UsualObject usual;
     if (builderType_ != eHeaderOnly && StreamableTraitsBase::peekUsualObject(stream, usual))
         if (usual.hierarchyName == std::string_view(STRM_storedName()))
@@ -177,9 +178,12 @@ PStream& operator>>(PStream& stream, Streamable& object)
         stream.clear();
     }
     const StreamStatus status = object.STRM_hierarchyUnpack(stream);
-    if (status == eStreamUnpacked && object.followingChunkSize_ != 0 && object.builderType_ != Streamable::eHeaderOnly)
+    if (status != eStreamUnpacked || object.builderType_ == Streamable::eHeaderOnly)
+        return stream;
+    if (object.isLayerMissing_ || object.followingChunkSize_ != 0)
     {
-        stream.append("Stored layers are left over after unpacking ");
+        stream.append(object.isLayerMissing_ ? "A layer has no name while unpacking "
+                                             : "Stored layers are left over after unpacking ");
         stream.append(object.className());
         stream.append(".");
     }

@@ -136,7 +136,8 @@ private:
     mutable unsigned char majorRev_ = 1;
     mutable unsigned char minorRev_ = 0;
     BuilderType builderType_ = eNormal;
-    bool hasUsualName_ = false; // what was read is the stored name, and not kept
+    bool hasUsualName_ = false;   // what was read is the stored name, and not kept
+    bool isLayerMissing_ = false; // a record stood in the place of a layer, and was no layer's
     LightweightString<char> unpackedHierarchyName_;
 };
 

@@ -202,6 +202,8 @@ StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& o
             return eStreamFailed;
         }
     }
+    else
+        object.isLayerMissing_ = true;
     const std::uint64_t position = file.position();
     if (position < layerEnd)
     {

@@ -53,6 +53,8 @@ public:
         stream << static_cast<unsigned>(objects.size());
         for (const Mw::Ptr<Streamable>& object : objects)
             stream << *object;
+        if (onPack)
+            onPack(*this, stream);
     }
     void unpack(PStream& stream)
     {
@@ -62,6 +64,7 @@ public:
     }
 
     std::vector<Mw::Ptr<Streamable>> objects;
+    static inline std::function<void(const Bin&, PStream&)> onPack;
 };
 
 struct Layer
@@ -97,7 +100,7 @@ inline std::string records(unsigned version, const std::vector<Layer>& layers)
         const auto rev = [version](unsigned value) { return version == 1 ? escaped(value, 1) : bytesOf(value, 1); };
         const auto chunk = [version](unsigned value) { return version == 1 ? escaped(value, 2) : bytesOf(value, 4); };
         bytes = layer->name + '\0' + rev(layer->majorRev) + rev(layer->minorRev) + chunk(size) + chunk(hierarchy) +
-            layer->body + bytes;
+                layer->body + bytes;
     }
     return bytes;
 }
@@ -113,6 +116,11 @@ inline Layer clipLayer(int start, const std::string& name)
     return {"C", bytesOf(static_cast<unsigned>(start), 4) + name + '\0'};
 }
 
+inline std::string titleObject(unsigned version)
+{
+    return object(version, "C.T", {clipLayer(25, "reel"), {"T", std::string("End\0", 4)}});
+}
+
 // A stream in memory, and what is said meanwhile.
 class StoredObjects : public testing::Test
 {
@@ -123,6 +131,7 @@ protected:
         SetLogOutput(nullptr);
         std::fclose(log_);
         Title::onUnpack = nullptr;
+        Bin::onPack = nullptr;
     }
 
     // Begins a stream with these bytes, in the version that every reading begins with.

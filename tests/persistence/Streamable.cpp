@@ -8,10 +8,7 @@ using namespace stored;
 namespace
 {
 
-std::string titleObject(unsigned version)
-{
-    return object(version, "C.T", {clipLayer(25, "reel"), {"T", std::string("End\0", 4)}});
-}
+const std::string allOnes(8, '\xFF');
 
 } // namespace
 
@@ -31,8 +28,11 @@ TEST_F(StoredObjects, recordsAreThoseOfTheFormatInBothGenerations)
                              "T\0\x01\0\x04\0\x04\0End\0",
                              41);
     EXPECT_EQ(packed(title), current);
+    EXPECT_EQ(packed(Streamable()), std::string("$\0\x02\0\x01\0\0\0\x01\0\0\0\0", 13));
     EXPECT_EQ(titleObject(1), former);
-    for (const std::string& bytes : {current, former, former + current, current + former})
+    std::string fullNames = object(2, "Clip.Title", {clipLayer(25, "reel"), {"Title", std::string("End\0", 4)}});
+    fullNames.replace(0, 1, "Streamable");
+    for (const std::string& bytes : {current, former, former + current, current + former, fullNames})
     {
         put(bytes);
         while (!file_.eof())
@@ -43,7 +43,170 @@ TEST_F(StoredObjects, recordsAreThoseOfTheFormatInBothGenerations)
             EXPECT_EQ(read.start, 25);
             EXPECT_EQ(read.name, "reel");
             EXPECT_EQ(read.text, "End");
-            EXPECT_EQ(read.STRM_unpackedHierarchyName(), "C.T");
+            EXPECT_EQ(read.STRM_unpackedHierarchyName(), bytes == fullNames ? "Clip.Title" : "C.T");
+            EXPECT_EQ(Streamable::compareTypes(&read, &title) + Streamable::compareTypes(&read, &read), 0);
         }
+    }
+    EXPECT_EQ(said(), "");
+    EXPECT_EQ(title.hierarchyName(true, true), "$.C.T");
+    EXPECT_EQ(title.className(), "Clip.Title");
+    const Mw::Ptr<Streamable> copy = title.clone(Streamable::eClone);
+    EXPECT_EQ(packed(*copy), current);
+    EXPECT_EQ(copy->STRM_ctorBuilderType(), Streamable::eClone);
+}
+
+// Each record as the layer of a clip that goes before it was read: what comes of it, and where it leaves the
+// stream.
+TEST_F(StoredObjects, everyRecordHasItsStatusAndText)
+{
+    const std::string clip = records(2, {clipLayer(7, "x")});
+    const std::string wrong = records(2, {{"X", "abc"}, {"Y", "de"}});
+    const struct
+    {
+        const char* what;
+        unsigned version;
+        std::string bytes;
+        StreamStatus status;
+        std::string text;
+        std::size_t position;
+    } cases[] = {
+        {"end of file", 2, "", eStreamUnexpectedEOF, "Unexpected end-of-file while unpacking Clip, layer Clip.", 0},
+        {"no body", 2, std::string("C\0\1\0\0\0\0\0\0\0\0\0", 12), eStreamUnpacked, "", 12},
+        {"cut name", 1, "C", eStreamUnexpectedEOF, "Unexpected end-of-file while unpacking Clip, layer Clip.", 1},
+        {"sizes of ones", 2, std::string("C\0\1\0", 4) + allOnes + clip, eStreamUnexpectedEOF,
+         "Unexpected end-of-file while unpacking Clip, layer Clip.", 12},
+        {"large major", 1, std::string("C\0\xFF\0\1\0", 6), eStreamFailed,
+         " Strm1.0 Object has oversized major rev (C). ", 5},
+        {"large minor", 1, std::string("C\0\1\xFF\0\1\0", 7), eStreamFailed,
+         " Strm1.0 Object has oversized minor rev (C). ", 6},
+        {"rev with escape", 1, std::string("C\0\xFF\xFF\0\0\0\0\0\0", 10), eStreamUnpacked, "", 10},
+        {"no version", 3, clip, eStreamFailed, "Unrecognized version for Streamable base", 2},
+        {"base of version 3", 1, records(2, {{"$", "", 3, 0}}), eStreamFailed,
+         "Unrecognized version for Streamable base", 4},
+        {"base in its place", 1, records(2, {{"$", "abc", 2, 0}, {"Y", "de"}}), eStreamWrongLayer,
+         "Expected short name 'C' for layer Clip, got $.", 29},
+        {"another layer", 2, wrong, eStreamWrongLayer, "Expected short name 'C' for layer Clip, got X.", wrong.size()},
+        {"no name", 2, records(2, {{"", "abc"}}), eStreamUnpacked, "", 14},
+        {"layer beyond hierarchy", 2, std::string("C\0\1\0\6\0\0\0\5\0\0\0", 12) + "abcdef", eStreamFailed,
+         "Chunk sizes exceed the record around them while unpacking Clip, layer Clip.", 17},
+        {"more than is read", 2, records(2, {{"C", std::string("\7\0\0\0x\0newer", 11)}}) + clip, eStreamUnpacked, "",
+         23},
+        {"less than is read", 2, records(2, {{"C", std::string("\7\0\0\0xy", 6), 3, 4}}) + "z" + '\0', eStreamFailed,
+         "Error: Unpacker read beyond end of chunk while unpacking object Clip, layer Clip v3.4, 2 bytes overread.\n",
+         20},
+    };
+    for (const auto& c : cases)
+    {
+        put(c.bytes);
+        stream_.version(c.version);
+        Clip object;
+        EXPECT_EQ(Clip::STRM_Traits::unpackHeaderAndObject(object, stream_), c.status) << c.what;
+        EXPECT_EQ(stream_.c_str(), c.text) << c.what;
+        EXPECT_EQ(file_.position(), c.position) << c.what;
+    }
+    const std::string log = said();
+    for (const char* unread : {"3/3", "5/11"})
+        EXPECT_NE(log.find(": Warning: Not all object data was read while unpacking object Clip, layer Clip v1.0, " +
+                           std::string(unread) + " bytes unread.\n"),
+                  log.npos)
+            << log;
+}
+
+TEST_F(StoredObjects, sizesOfTheFormerGenerationHaveAnEscape)
+{
+    for (const unsigned length : {65529u, 65530u, 65531u, 70000u})
+    {
+        const std::string name(length, 'n');
+        put(object(1, "C", {clipLayer(1, name)}));
+        Clip read;
+        stream_ >> read;
+        EXPECT_FALSE(stream_.failed()) << length;
+        EXPECT_TRUE(file_.eof() && read.name == name.c_str()) << length;
+    }
+}
+
+TEST_F(StoredObjects, writerThatFailsLeavesSizesOfOnesAndRevsAreThoseThatPackSet)
+{
+    Bin bin;
+    bin.objects.push_back(Mw::makePtr<Bin>());
+    bin.onPack = [](const Bin& packing, PStream& stream)
+    {
+        packing.setRevs(7, 9);
+        if (packing.objects.empty())
+            stream.append("no more");
+    };
+    const std::string failed = packed(bin);
+    EXPECT_EQ(bin.STRM_hierarchyPack(stream_), eStreamFailed);
+    EXPECT_EQ(stream_.c_str(), std::string("no moreno more"));
+    EXPECT_EQ(failed.substr(4, 8), allOnes);
+    bin.objects.clear();
+    bin.onPack = [](const Bin& packing, PStream&) { packing.setRevs(7, 9); };
+    EXPECT_EQ(packed(bin), object(2, "B", {{"B", std::string(4, '\0'), 7, 9}}));
+}
+
+// The header of such a layer has left the cache when its sizes are known.
+TEST_F(StoredObjects, objectsLargerThanTheCacheComeBackFromAFile)
+{
+    const TempFolder folder;
+    const LightweightString<wchar_t> path = folder.wide() + L"/large";
+    const LightweightString<char> text(900'000, 't');
+    ASSERT_TRUE(file_.open(path, iFile::eCreateAlways));
+    Title title;
+    title.text = title.name = text;
+    stream_ << title << title;
+    ASSERT_TRUE(!stream_.failed() && file_.flush() && file_.open(path, iFile::eOpenExisting));
+    for (int i = 0; i < 2; ++i)
+    {
+        const auto read = Mw::dynamicCast<Title>(theSOManager().readObject(stream_));
+        ASSERT_TRUE(read) << stream_.c_str();
+        EXPECT_TRUE(read->name == text && read->text == text);
+    }
+    EXPECT_TRUE(file_.eof());
+}
+
+TEST_F(StoredObjects, errorOnTheStreamIsForgottenByUnpacking)
+{
+    put(titleObject(2));
+    stream_.append("before");
+    Title read;
+    stream_ >> read;
+    EXPECT_EQ(stream_.c_str(), std::string());
+    EXPECT_EQ(read.text, "End");
+    EXPECT_EQ(said(), "Warning: Attempted to unpack from a stream with error flagged!\n");
+    Clip other;
+    put(titleObject(2));
+    stream_ >> other;
+    EXPECT_EQ(stream_.c_str(), std::string("Expected hierarchy Streamable.C, got Streamable.C.T"));
+    put(object(2, "C", {clipLayer(1, ""), {"T", "abc"}}));
+    stream_ >> other;
+    EXPECT_EQ(stream_.c_str(), std::string("Stored layers are left over after unpacking Clip."));
+}
+
+TEST_F(StoredObjects, chunkIsReadAsBinaryWithinTheFile)
+{
+    const struct
+    {
+        std::string bytes;
+        std::size_t body;
+        std::string expected;
+        std::string text;
+        std::string said;
+    } cases[] = {
+        {records(2, {{"C", "abc"}}) + "more", 12, "abc", "", ""},
+        {records(2, {{"C", "abc"}, {"T", "d"}}), 12, "abc" + records(2, {{"T", "d"}}), "",
+         "assertion failed layerChunkSize == hierarchyChunkSize at misc/Streamable line "},
+        {records(2, {{"C", ""}}), 12, "(none)", "", ""},
+        {std::string("C\0\1\0\4\0\0\0\4\0\0\0abc", 15), 12, "(none)", "Unexpected EOF.", ""},
+        {"abcdefg", 7, "(none)", "Unexpected EOF.", ""},
+    };
+    for (const auto& c : cases)
+    {
+        put(c.bytes);
+        file_.setPosition(c.body);
+        ByteBuffer read;
+        Streamable::readChunkAsBinary(stream_, read);
+        EXPECT_EQ(read ? std::string(reinterpret_cast<char*>(read->data()), read->length()) : "(none)", c.expected);
+        EXPECT_EQ(stream_.c_str(), c.text);
+        EXPECT_EQ(said().substr(0, c.said.size()), c.said);
     }
 }
