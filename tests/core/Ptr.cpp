@@ -1,5 +1,4 @@
 #include "Mw/Ptr.h"
-#include "Mw/Guard.h"
 
 #include <gtest/gtest.h>
 
@@ -56,6 +55,10 @@ TEST(Ptr, countRunsFromZeroToZeroThroughCopiesAndMoves)
         adoptedAgain.reset();
         first = nullptr;
         EXPECT_EQ(moved.useCount(), 1);
+        auto& self = first = moved;
+        first = self;
+        first = std::move(self);
+        EXPECT_EQ(first.useCount(), 2);
         EXPECT_EQ(deaths, 0);
     }
     EXPECT_EQ(deaths, 1);
@@ -73,18 +76,6 @@ TEST(Ptr, nullIsCopiedAssignedConvertedAndCastWithoutACount)
     EXPECT_FALSE(converted);
     EXPECT_FALSE(Mw::dynamicCast<Node>(converted));
     EXPECT_EQ(copy.useCount(), 0);
-}
-
-TEST(Ptr, assigningTheSameHolderOrPointeeKeepsTheCount)
-{
-    auto a = Mw::makePtr<Node>();
-    auto b = a;
-    auto& self = a;
-    a = self;
-    a = std::move(self);
-    b = a;
-    EXPECT_EQ(a.useCount(), 2);
-    EXPECT_EQ(a, b);
 }
 
 TEST(Ptr, destructorThatReachesBackSeesTheNewValue)
@@ -114,19 +105,12 @@ TEST(Ptr, interfacesOfOneObjectShareOneCount)
     EXPECT_EQ(node.useCount(), 4);
     EXPECT_EQ(Mw::dynamicCast<Node>(right), node);
     EXPECT_EQ(node.useCount(), 4);
+    EXPECT_FALSE(Mw::dynamicCast<Stranger>(std::move(left)));
     object = std::move(left);
     EXPECT_EQ(node.useCount(), 3);
-}
-
-TEST(Ptr, failedCastGivesNullAndKeepsTheSource)
-{
-    Mw::Ptr<iLeft> left = Mw::makePtr<Node>();
-    EXPECT_FALSE(Mw::dynamicCast<Stranger>(left));
-    EXPECT_FALSE(Mw::dynamicCast<Stranger>(std::move(left)));
-    EXPECT_EQ(left.useCount(), 1);
-    const auto node = Mw::dynamicCast<Node>(std::move(left));
-    EXPECT_FALSE(left);
-    EXPECT_EQ(node.useCount(), 1);
+    EXPECT_EQ(Mw::dynamicCast<Node>(std::move(right)), node);
+    EXPECT_FALSE(right);
+    EXPECT_EQ(node.useCount(), 2);
 }
 
 namespace
@@ -159,23 +143,6 @@ TEST(Ptr, externalCountIsFreedBeforeTheObject)
         EXPECT_EQ(second.useCount(), 2);
     }
     EXPECT_EQ(released, (std::vector<std::string>{"count", "object"}));
-}
-
-TEST(Guard, lastHolderUndoesTheRegistration)
-{
-    struct Registration : Mw::Guard
-    {
-        explicit Registration(bool& registered) : registered_(registered) { registered_ = true; }
-        ~Registration() override { registered_ = false; }
-        bool& registered_;
-    };
-    bool registered = false;
-    Mw::Ptr<Mw::Guard> guard = Mw::makePtr<Registration>(registered);
-    auto second = guard;
-    guard.reset();
-    EXPECT_TRUE(registered);
-    second.reset();
-    EXPECT_FALSE(registered);
 }
 
 // Each thread copies, casts and drops its own handles; the object dies once, after all of them.

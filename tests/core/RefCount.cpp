@@ -65,35 +65,6 @@ TEST(SmartPtr, lastOneDeletesTheObject)
     EXPECT_EQ(alive, 0);
 }
 
-TEST(SmartPtr, equalityIsThatOfTheObjects)
-{
-    const SmartPtr<Record> a(new Record("same"));
-    const SmartPtr<Record> equal(new Record("same"));
-    const SmartPtr<Record> other(new Record("other"));
-    const SmartPtr<Record> null(nullptr);
-    EXPECT_TRUE(a == equal);
-    EXPECT_FALSE(a == other);
-    EXPECT_FALSE(a == null);
-    EXPECT_FALSE(null == a);
-    EXPECT_TRUE(null == SmartPtr<Record>());
-}
-
-TEST(RefCount, zeroTellsTheClientsInOrderOnce)
-{
-    std::string log;
-    RefCount count(false);
-    Client a("a", log), b("b", log);
-    count.addClient(&a);
-    count.addClient(&b);
-    EXPECT_EQ(count.get(), 0);
-    count.incRef();
-    EXPECT_EQ(count.incRef(), 2);
-    EXPECT_EQ(count.decRef(), 1);
-    EXPECT_EQ(log, "");
-    EXPECT_EQ(count.decRef(), 0);
-    EXPECT_EQ(log, "ab");
-}
-
 TEST(RefCount, clientsMayLeaveAndDieWhileTheyAreTold)
 {
     std::string log;
