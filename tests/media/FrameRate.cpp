@@ -3,11 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <sstream>
-#include <tuple>
 
 using namespace Mw;
 
@@ -58,33 +57,12 @@ TEST(FrameRate, displayTextReadsBackAsTheFirstRateThatShowsIt)
             readBackAsAnother.push_back(rate);
     }
     EXPECT_EQ(lines.text(), "");
-    EXPECT_EQ(readBackAsAnother, (Rates{FR48D2, FR48MD2, FR50D2, FR60D2, FR60MD2, FR12, FR12M, FR12_5, FR15, FR20}));
-}
-
-TEST(FrameRate, filmRatesShowNothingAndNothingNamesNoRate)
-{
-    for (const FrameRate rate : {FRInvalid, FR24F, FR48F, outside})
-        EXPECT_TRUE(getDisplayString(rate).empty());
-    AssertionLines lines;
     EXPECT_EQ(getFrameRateFromDisplayString({}), FRInvalid);
     EXPECT_EQ(lines.text(), "assertion failed cr != FRInvalid at misc/FrameRate line 169\n");
     EXPECT_EQ(getFrameRateFromDisplayString(LightweightString<wchar_t>(3, L'\0')), FRInvalid);
-}
-
-TEST(FrameRate, framesPerSecondAndDuration)
-{
-    const std::tuple<FrameRate, double, double> table[] = {
-        {FR24M, 24 / 1.001, 1.001 / 24}, {FR240, 240.0, 1.0 / 240}, {FR12_5, 12.5, 0.08}, {FR24MD2, 12.0, 0.0},
-        {FR25D3, 25.0 / 3, 0.0},         {FRInvalid, 0.0, 0.0},     {outside, 0.0, 0.0},
-    };
-    AssertionLines lines;
-    for (const auto& [rate, fps, duration] : table)
-    {
-        EXPECT_EQ(getFramesPerSecond(rate), fps) << rate;
-        EXPECT_TRUE(playback_fps(rate) == fps && vid_fps(rate) == fps);
-        EXPECT_EQ(getFrameDuration(rate), duration) << rate;
-        EXPECT_EQ(getCelResolution(rate), duration) << rate;
-    }
+    for (const FrameRate rate : {FRInvalid, FR24F, FR48F, outside})
+        EXPECT_TRUE(getDisplayString(rate).empty());
+    EXPECT_EQ(readBackAsAnother, (Rates{FR48D2, FR48MD2, FR50D2, FR60D2, FR60MD2, FR12, FR12M, FR12_5, FR15, FR20}));
 }
 
 TEST(FrameRate, ratesWithoutTicksAssert)
@@ -99,6 +77,42 @@ TEST(FrameRate, ratesWithoutTicksAssert)
                   rate == FR12_5);
         EXPECT_EQ(ticks, decimatedOrFilm ? 0 : rate == FR12_5 ? 15 : std::lround(getFramesPerSecond(rate)));
     }
+}
+
+// What one function says of a rate, another bears out.
+TEST(FrameRate, propertiesOfEachRateAgree)
+{
+    using namespace FrameRateGroups;
+    const Rates projectRates = getProjectFrameRates();
+    std::size_t inGroups = 0;
+    AssertionLines lines;
+    for (const FrameRateGroup group : {Normal, DecimatedBy2, DecimatedBy3, Film, Others})
+    {
+        Rates rates;
+        getFrameRates(group, rates);
+        inGroups += rates.size();
+        for (const FrameRate rate : allRates())
+            EXPECT_EQ(isInFrameRateGroup(rate, group), std::count(rates.begin(), rates.end(), rate) == 1) << rate;
+    }
+    EXPECT_EQ(inGroups, allRates().size());
+    for (const FrameRate rate : allRates())
+    {
+        const double fps = getFramesPerSecond(rate);
+        EXPECT_TRUE(playback_fps(rate) == fps && vid_fps(rate) == fps);
+        const bool hasDuration = !isInFrameRateGroup(rate, Decimated) && !isInFrameRateGroup(rate, Film);
+        EXPECT_DOUBLE_EQ(getFrameDuration(rate) * fps, hasDuration ? 1.0 : 0.0) << rate;
+        EXPECT_EQ(getCelResolution(rate), getFrameDuration(rate));
+        const FrameRate project = getEquivalentProjectFrameRate(rate);
+        EXPECT_EQ(std::count(projectRates.begin(), projectRates.end(), project), 1) << rate;
+        EXPECT_EQ(getEquivalentProjectFrameRate(project), project);
+        EXPECT_GT(getEditResolutionFrameGearing(project, rate), 0.0);
+    }
+    EXPECT_EQ(getEditResolutionFrameGearing(FR60, FR24), 0.5);
+    EXPECT_EQ(getEditResolutionFrameGearing(FR60M, FR24), 1.0) << "not the half, as the other high rates";
+    Rates none;
+    getFrameRates(static_cast<FrameRateGroup>(7), none);
+    EXPECT_TRUE(none.empty());
+    EXPECT_NE(lines.text().find("assertion failed group == FrameRateGroups::Normal at "), std::string::npos);
 }
 
 TEST(FrameRate, decimatedRatesLeadBackToTheirOwn)
@@ -131,63 +145,6 @@ TEST(FrameRate, setsHoldNoDecimationsOf1001RatesAndNothingOutside)
     EXPECT_TRUE(isInNTSCSet(FR48MD3) && !isInNTSCSet(FR30D2));
     EXPECT_TRUE(isInPALSet(FR50D3) && !isInPALSet(FR25D2));
     EXPECT_TRUE(isAssociatedWith30FrameLabel(FR60M) && !isAssociatedWith30FrameLabel(FR120M));
-}
-
-TEST(FrameRate, groupsHoldTheirRatesAndNoOthers)
-{
-    using namespace FrameRateGroups;
-    const std::pair<FrameRateGroup, std::size_t> sizes[] = {{Normal, 10},       {Decimated, 20}, {DecimatedBy2, 10},
-                                                            {DecimatedBy3, 10}, {Film, 4},       {Others, 13}};
-    for (const auto& [group, size] : sizes)
-    {
-        Rates rates, members;
-        getFrameRates(group, rates);
-        for (int value = -1; value != 60; ++value)
-            if (isInFrameRateGroup(static_cast<FrameRate>(value), group))
-                members.push_back(static_cast<FrameRate>(value));
-        EXPECT_EQ(rates.size(), size);
-        EXPECT_EQ(members, rates);
-    }
-    AssertionLines lines;
-    Rates none;
-    getFrameRates(static_cast<FrameRateGroup>(7), none);
-    EXPECT_TRUE(none.empty() && !isInFrameRateGroup(FRInvalid, static_cast<FrameRateGroup>(0)));
-    EXPECT_TRUE(lines.text().starts_with("assertion failed group == FrameRateGroups::Normal at "));
-}
-
-TEST(FrameRate, everyRateHasAProjectRate)
-{
-    const Rates projectRates = getProjectFrameRates();
-    EXPECT_EQ(projectRates, (Rates{FR24, FR25, FR30, FR48, FR50, FR60}));
-    for (const FrameRate rate : projectRates)
-        EXPECT_EQ(getEquivalentProjectFrameRate(rate), rate);
-    for (const FrameRate rate : {FRInvalid, FR24M, FR25D2, FR60MD3, FR25F, FR12M, FR20, outside})
-        EXPECT_EQ(getEquivalentProjectFrameRate(rate), FR24) << rate;
-    for (const FrameRate rate : {FR30M, FR15, FR15M, FR80, FR90, FR120, FR120M, FR240, FR240M})
-        EXPECT_EQ(getEquivalentProjectFrameRate(rate), FR30) << rate;
-    EXPECT_TRUE(getEquivalentProjectFrameRate(FR12_5) == FR25 && getEquivalentProjectFrameRate(FR100) == FR25);
-}
-
-TEST(FrameRate, gearing)
-{
-    // Of FR24, FR25, FR48, FR48M, FR50, FR60 and FR60M as the first rate.
-    const std::pair<Rates, const char*> rows[] = {
-        {{FR24, FR24M, FR25, FR30, FR30M}, "1 1 0.5 1 0.5 0.5 1 "},
-        {{FR48, FR48M, FR50, FR60, FR60M}, "2 2 1 2 1 1 1 "},
-        {{FR80, FR90}, "3 3 3 3 3 3 3 "},
-        {{FR100}, "4 4 2 4 2 2 2 "},
-        {{FR120, FR120M}, "5 4 2 4 2 2 2 "},
-        {{FR240, FR240M}, "10 8 8 8 8 4 8 "},
-        {{FRInvalid, FR24D2, FR24F, FR12, FR20, outside}, "1 1 1 1 1 1 1 "},
-    };
-    for (const auto& [seconds, expected] : rows)
-        for (const FrameRate second : seconds)
-        {
-            std::ostringstream gearings;
-            for (const FrameRate first : {FR24, FR25, FR48, FR48M, FR50, FR60, FR60M})
-                gearings << getEditResolutionFrameGearing(first, second) << ' ';
-            EXPECT_EQ(gearings.str(), expected) << second;
-        }
 }
 
 TEST(ProjectRate, everyRateIsNearestToItsOwnFramesPerSecond)
