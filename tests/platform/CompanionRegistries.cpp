@@ -1,5 +1,3 @@
-#include "OS/ThreadId.h"
-#include "libmw/CriticalSection.h"
 #include "libmw/NamedObjects.h"
 #include "libmw/Shutdown.h"
 #include "libmw/Splat.h"
@@ -68,25 +66,25 @@ TEST(Shutdown, callbacksRunOnceByPriorityThenArrival)
     EXPECT_TRUE(Shutdown::isExiting());
 }
 
+TEST(ShutdownDeath, isExitingFromTheFirstExecutionOn)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own, whatever ran here before
+    EXPECT_EXIT(
+        {
+            const bool before = Shutdown::isExiting();
+            Shutdown::addCallback([](Shutdown::eExitType) { trace = Shutdown::isExiting() ? "in" : "?"; }, 1);
+            Shutdown::executeCallbacks(Shutdown::eExceptionExit);
+            std::exit(!before && trace == "in" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST(Shutdown, callbackThatThrowsGoesBehindTheOthersAndIsTriedAgain)
 {
     add('a', 1, 2);
     add('b', 2, 1);
     add('c', 3);
     EXPECT_EQ(runAll(), "a!b!ca!ba");
-}
-
-TEST(Shutdown, removedCallbacksDoNotRunAndAreLetGo)
-{
-    const auto kept = Mw::makePtr<Step>('k');
-    Shutdown::addCallback(kept, 1);
-    Shutdown::addCallback(kept, 2);
-    EXPECT_EQ(kept.useCount(), 3);
-    add('a', 1);
-    Shutdown::removeCallback(kept);
-    Shutdown::removeCallback(kept);
-    EXPECT_EQ(kept.useCount(), 1);
-    EXPECT_EQ(runAll(), "a");
 }
 
 TEST(Shutdown, callbacksMayAddAndRemoveWhileTheyRun)
@@ -108,19 +106,15 @@ TEST(Shutdown, callbacksMayAddAndRemoveWhileTheyRun)
     Shutdown::addCallback(leaver, 1);
     add('a', 2);
     EXPECT_EQ(runAll(), "l!na");
-}
 
-TEST(Shutdown, isNotExitingBeforeTheFirstExecution)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own, whatever ran here before
-    EXPECT_EXIT(
-        {
-            const bool before = Shutdown::isExiting();
-            Shutdown::addCallback([](Shutdown::eExitType) { trace = Shutdown::isExiting() ? "in" : "?"; }, 1);
-            runAll();
-            std::exit(!before && trace == "in" ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
+    // One that is removed is let go, however often it was added.
+    const auto kept = Mw::makePtr<Step>('k');
+    Shutdown::addCallback(kept, 1);
+    Shutdown::addCallback(kept, 2);
+    EXPECT_EQ(kept.useCount(), 3);
+    Shutdown::removeCallback(kept);
+    EXPECT_EQ(kept.useCount(), 1);
+    EXPECT_EQ(runAll(), "");
 }
 
 TEST(Splat, callbacksGetTheMessageInOrderWhateverOneThrows)
@@ -151,6 +145,21 @@ TEST(NamedObjects, typeAndNameHaveOneObject)
     EXPECT_NE(names.findOrCreate_(typeid(int), "two", makeInt), object);
     EXPECT_NE(names.findOrCreate_(typeid(long), "one", []() -> void* { return new long(0); }), object);
 
+    // Threads that race get one object.
+    static std::atomic<int> made;
+    std::vector<void*> found(4);
+    {
+        std::vector<std::jthread> threads;
+        for (void*& slot : found)
+            threads.emplace_back(
+                [&]
+                {
+                    slot = names.findOrCreate_(typeid(made), "raced", []() -> void* { return new int(++made); });
+                });
+    }
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(found, std::vector<void*>(4, found[0]));
+
     // A maker may look up others; one that fails leaves the name free.
     EXPECT_THROW(names.findOrCreate_(typeid(int), "three", []() -> void* { throw 1; }), int);
     void* const nested =
@@ -161,42 +170,4 @@ TEST(NamedObjects, typeAndNameHaveOneObject)
                                     typeid(int), "one", []() -> void* { return nullptr; });
                             });
     EXPECT_EQ(nested, object);
-}
-
-TEST(NamedObjects, racingThreadsGetOneObject)
-{
-    static std::atomic<int> made;
-    std::vector<void*> found(4);
-    std::vector<std::thread> threads;
-    for (void*& slot : found)
-        threads.emplace_back(
-            [&slot]
-            {
-                slot = Mw::NamedObjectsNamespace::getGlobalNamespaceInstance().findOrCreate_(
-                    typeid(made), "raced", []() -> void* { return new int(++made); });
-            });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(made, 1);
-    EXPECT_EQ(found, std::vector<void*>(4, found[0]));
-}
-
-TEST(CriticalSection, nestsOnOneThreadAndKeepsOthersOut)
-{
-    static CriticalSection section("test");
-    const auto otherCanEnter = []
-    {
-        bool entered = false;
-        std::thread([&] { entered = section.tryEnter() && (section.leave(), true); }).join();
-        return entered;
-    };
-    {
-        const CriticalSection::Lock lock(section);
-        EXPECT_TRUE(section.tryEnter());
-        EXPECT_EQ(section.owner(), ThreadId::current());
-        section.leave();
-        EXPECT_FALSE(otherCanEnter());
-    }
-    EXPECT_EQ(section.owner(), 0u);
-    EXPECT_TRUE(otherCanEnter());
 }

@@ -124,13 +124,6 @@ TEST(ThreadEvent, staysSetAsItsKindSays)
     }
 }
 
-TEST(ThreadEvent, manualOneLetsAllWaitersGo)
-{
-    const Event go = manual();
-    Crowd waiters(4, [go](int i) { EXPECT_EQ(i % 2 == 0 ? go->wait() : threads().waitForEvents({go}, false, -1), 0); });
-    go->set();
-}
-
 TEST_P(EventWaits, giveTheFirstThatIsSetAndTakeNoOther)
 {
     const Events events{automatic(), automatic(true), manual(true), automatic(true)};

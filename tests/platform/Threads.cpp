@@ -55,14 +55,9 @@ struct Witness : iObject
 
 TEST_F(Threads, knowTheirIdAndTheirWholeName)
 {
-    const struct
-    {
-        const char* name;
-        const char* shown; // by the system, which has 15 bytes
-    } cases[] = {{"fifteen bytes..", "fifteen bytes.."},
-                 {"$ a rather long name", "$ a rather long"},
-                 {"fourteen bytes\xC3\xA9", "fourteen bytes"}};
-    for (const auto& [name, shown] : cases)
+    // The system shows 15 bytes, and half a character is none.
+    for (const auto& [name, shown] :
+         {std::pair("$ a rather long name", "$ a rather long"), std::pair("fourteen bytes\xC3\xA9", "fourteen bytes")})
     {
         char seen[16] = {};
         std::uint32_t id = 0;
@@ -71,21 +66,13 @@ TEST_F(Threads, knowTheirIdAndTheirWholeName)
             ::pthread_getname_np(::pthread_self(), seen, sizeof seen);
             id = threads().currentThreadId();
         };
-        Runner runner(look, nullptr, name);
+        Runner runner(look, nullptr, name, 1); // raised to the least that a stack may have
         EXPECT_NE(runner->threadId(), threads().currentThreadId());
         runner.join();
         EXPECT_EQ(runner->threadId(), id);
         EXPECT_STREQ(seen, shown);
         EXPECT_EQ(runner->name(), name);
     }
-}
-
-TEST_F(Threads, runOnTheSmallestStackAndNotWithoutAFunction)
-{
-    bool ran = false;
-    Runner([&] { ran = true; }, nullptr, "small", 1).join();
-    EXPECT_TRUE(ran);
-    EXPECT_EQ(threads().createThread({}), nullptr);
 }
 
 TEST_F(Threads, reportTheExceptionThatEndsThem)
@@ -250,6 +237,7 @@ TEST_F(ThreadsDeathTest, areNullWhereTheSystemHasNoRoom)
         std::exit(threads().createThread({work, nullptr, 2u << 30, "huge"}) == nullptr ? 0 : 1);
     };
     EXPECT_EXIT(exhaust(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(threads().createThread({}), nullptr) << "nor without a function";
 }
 
 #endif
