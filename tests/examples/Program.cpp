@@ -184,19 +184,12 @@ TEST(Program, takesWhatIsNotGivenFromSettings)
 }
 #endif
 
-TEST(Options, haveTheirDefaults)
+TEST(Options, wordsBehindADoubleDashAreNoOptions)
 {
     const char* const words[] = {"editsession", "--gauge=35", "--rate", "60M", "--drop-frame", "--", "--odd.edl"};
     Options options;
-    EXPECT_EQ(readOptions(2, words, options), "no edit list is named");
-    EXPECT_EQ(options.rate, Mw::FR25);
-    EXPECT_EQ(options.gauge, FILM_35MM);
-    EXPECT_EQ(options.count, FrameCount::AsWritten);
-
     EXPECT_EQ(readOptions(7, words, options), "");
-    EXPECT_EQ(options.rate, Mw::FR60M);
-    EXPECT_EQ(options.count, FrameCount::DropFrame);
-    EXPECT_EQ(options.list, "--odd.edl");
+    EXPECT_TRUE(options.rate == Mw::FR60M && options.count == FrameCount::DropFrame && options.list == "--odd.edl");
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
+#include <tuple>
 
 namespace
 {
@@ -52,27 +53,22 @@ TEST(CompanionText, whiteSpaceAndTrimmedCharacters)
 {
     EXPECT_TRUE(isEssentiallyEmpty(Narrow()) && isEssentiallyEmpty(Narrow(" \t\r\n\v\f")));
     EXPECT_FALSE(isEssentiallyEmpty(Narrow("  .")) || isEssentiallyEmpty(Narrow("\xC2\xA0")));
-
-    Wide text(L"//a/b//");
-    Mw::stripTrailingChars(text, L'/');
-    EXPECT_EQ(text, L"//a/b");
-    Mw::stripLeadingChars(text, L'/');
-    EXPECT_EQ(text, L"a/b");
+    for (const auto& [text, noneBefore, noneBehind] :
+         {std::tuple(L"//a/b//", L"a/b//", L"//a/b"), {L"///", L"", L""}, {L"", L"", L""}})
+    {
+        Wide fromStart(text), fromEnd(text);
+        Mw::stripLeadingChars(fromStart, L'/');
+        Mw::stripTrailingChars(fromEnd, L'/');
+        EXPECT_TRUE(fromStart == noneBefore && fromEnd == noneBehind) << toUTF8(fromStart) << toUTF8(fromEnd);
+    }
+    const Wide text(L"a/b");
     EXPECT_TRUE(Mw::endsWith(text, L'b', true) && Mw::endsWith(text, L'B', false));
     EXPECT_FALSE(Mw::endsWith(text, L'B', true) || Mw::endsWith(Wide(), L'b', true));
-    for (const auto strip : {Mw::stripLeadingChars, Mw::stripTrailingChars})
-        for (const wchar_t* const all : {L"xxx", L""})
-        {
-            Wide stripped(all);
-            strip(stripped, L'x');
-            EXPECT_TRUE(stripped.empty());
-        }
 }
 
 TEST(CompanionText, floatsReadBackEqualWithoutAnExponent)
 {
-    EXPECT_EQ(StringFromFloat(29.97), "29.97");
-    EXPECT_EQ(StringFromFloat(-0.1), "-0.1");
+    EXPECT_EQ(StringFromFloat(-29.97), "-29.97");
     EXPECT_EQ(StringFromFloat(1e21), "1000000000000000000000");
     for (const double value : {5e-324, -2.2250738585072011e-308, 1.7976931348623157e308, 0.1 + 0.2})
     {
@@ -81,23 +77,12 @@ TEST(CompanionText, floatsReadBackEqualWithoutAnExponent)
         EXPECT_EQ(text.find('e'), Narrow::npos);
     }
     EXPECT_EQ(StringFromFloat(std::numeric_limits<double>::infinity()), "inf");
-}
 
-TEST(CompanionText, wideFloatsHaveSixDigitsAndMayLoseTheirZeros)
-{
-    struct
-    {
-        double value;
-        char format;
-        bool trimZeros;
-        const wchar_t* text;
-    } const rows[] = {
-        {1.5, 'f', false, L"1.500000"},        {1.5, 'f', true, L"1.5"}, {100, 'f', true, L"100"},
-        {1.5e9, 'e', true, L"1.5e+09"},        {2, 'e', true, L"2e+00"}, {1.5, 'e', false, L"1.500000e+00"},
-        {1234567, 'g', false, L"1.23457e+06"}, {100, 'g', true, L"100"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Mw::WStringFromFloat(row.value, row.format, row.trimZeros), row.text);
+    // Wide ones have six digits and may lose their zeros.
+    EXPECT_EQ(Mw::WStringFromFloat(1.5, 'f', false), L"1.500000");
+    EXPECT_EQ(Mw::WStringFromFloat(100, 'f', true), L"100");
+    EXPECT_EQ(Mw::WStringFromFloat(1.5e9, 'e', true), L"1.5e+09");
+    EXPECT_EQ(Mw::WStringFromFloat(100, 'g', true), L"100");
     EXPECT_EQ(Mw::WStringFromFloat(-std::numeric_limits<double>::max(), 'f', false).length(), 317u);
 }
 
@@ -116,8 +101,6 @@ TEST(AttribValuePair, textFormSplitsAtTheFirstSeparator)
 {
     const Mw::AttribValuePair pair("rate=25=x", '=');
     EXPECT_TRUE(pair.valid());
-    EXPECT_EQ(pair.name(), "rate");
-    EXPECT_EQ(pair.value(), "25=x");
     EXPECT_EQ(pair.asString(':'), "rate:25=x");
     EXPECT_EQ(Mw::AttribValuePair("name", "", '=').asString('='), "name=");
 
