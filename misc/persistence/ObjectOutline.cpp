@@ -114,19 +114,6 @@ const char* ObjectOutline::Record::read(StreamFile& file, std::uint64_t position
     return bodyBytes <= hierarchyBytes ? nullptr : "a layer is longer than the object";
 }
 
-bool ObjectOutline::recordsFit(StreamFile& file, std::uint64_t position, std::uint64_t end)
-{
-    unsigned version = 1;
-    Record record;
-    for (bool isFirst = true; isFirst || position != end; isFirst = false)
-    {
-        if (record.read(file, position, end, isFirst, version) != nullptr)
-            return false;
-        position = record.body + record.bodyBytes;
-    }
-    return true;
-}
-
 ObjectOutline::ObjectOutline(StreamFile& file, std::uint64_t position) : position_(position)
 {
     std::uint64_t end = file.size();
@@ -175,6 +162,8 @@ void ObjectOutline::readBody(StreamFile& file, const Layer& layer, std::uint64_t
         fail("the name of its hierarchy has no end");
     if (!isTaggable(layer.name))
         return;
+    if (layer.majorRev != 1 || layer.minorRev != 0)
+        fail("its id is in an unknown form");
     const bool isRead = readText(file, end, id_) && readText(file, end, kind_) && file.position() == end;
     if (!isRead || IdStamp(id_.c_str()).asString() != id_)
         fail("its id is damaged");

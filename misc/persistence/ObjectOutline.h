@@ -25,9 +25,6 @@ public:
     // Reads the object at a place in the file, where the file then stands anywhere.
     ObjectOutline(StreamFile& file, std::uint64_t position);
 
-    // Whether the records of an object, whose end is known, fit into each other and each has a name.
-    static bool recordsFit(StreamFile& file, std::uint64_t position, std::uint64_t end);
-
     // Whether each header is one, the sizes fit, the layers are those of the hierarchy's name, and the layer of
     // a Taggable, if there is one, holds an id and a kind. What else is in the bodies can't be told.
     bool isWhole() const noexcept { return damage_.empty(); }

@@ -346,9 +346,8 @@ bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector
         const Mw::Ptr<Taggable> taggable = Mw::dynamicCast<Taggable>(object);
         if (!taggable)
             tellInvalid(function, typeOf(object), __LINE__);
-        // Records that don't fit have left out a layer; into an unknown object nobody has looked.
-        const bool fits = object ? ObjectOutline::recordsFit(file, place.position, end)
-                                 : ObjectOutline(file, place.position).isWhole();
+        // Into an object of an unknown class nobody has looked yet.
+        const bool fits = object || ObjectOutline(file, place.position).isWhole();
         if (!fits)
             reportSwap("TagMarkerTable::" + Text(function) + ", a damaged object is left out\n");
         file.setPosition(end);
