@@ -168,6 +168,7 @@ StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& o
     if (header.layerSize == 0 && fits)
     {
         object.followingChunkSize_ = header.hierarchySize;
+        object.isLayerMissing_ = object.isLayerMissing_ || header.name.empty();
         return eStreamUnpacked;
     }
     const bool unpacks = !stream.failed() && !header.name.empty();
