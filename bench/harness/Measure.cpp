@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <ctime>
+#include <malloc.h>
 #include <numeric>
 #include <random>
 #include <sched.h>
@@ -22,8 +23,26 @@ double nowNs(Clock clock)
     return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
 }
 
+double heapBytes()
+{
+    const struct mallinfo2 heap = mallinfo2();
+    return static_cast<double>(heap.uordblks + heap.hblkhd);
+}
+
+double heapOfOne(const Batch& batch)
+{
+    batch(0);
+    const double before = heapBytes();
+    batch(1);
+    const double left = heapBytes() - before;
+    batch(0);
+    return left;
+}
+
 double timeOnOneThread(const Batch& batch, std::size_t count, Clock clock)
 {
+    if (clock == Clock::heap)
+        return heapOfOne(batch);
     const double start = nowNs(clock);
     batch(count);
     return nowNs(clock) - start;
@@ -107,7 +126,8 @@ public:
         : batch_(side.batch), threads_(measured.threads), clock_(measured.clock)
     {
         // Short samples of two threads are seldom disturbed.
-        calibrate(threads_ == 1 ? sampleNs : sampleNs / 4);
+        if (clock_ != Clock::heap)
+            calibrate(threads_ == 1 ? sampleNs : sampleNs / 4);
     }
 
     double operationNs() const { return elapsedNs(count_) / static_cast<double>(count_); }

@@ -43,7 +43,8 @@ struct Aim
 enum class Clock
 {
     processor, // while the thread had a processor: what others take in between does not count
-    wall       // waiting as well, for what waits for a disk
+    wall,      // waiting as well, for what waits for a disk
+    heap       // no time: the bytes that one operation leaves on the heap, which a batch of 0 drops again
 };
 
 inline const std::string bestPeer = "best_peer";

@@ -14,13 +14,14 @@ constexpr int nameWidth = 42;
 constexpr int peerWidth = 20;
 
 // Three figures with a unit, such as "12.3 ns".
-std::string timeText(const Summary* summary)
+std::string valueText(const Summary* summary, Clock clock)
 {
     if (summary == nullptr)
         return "-";
     double value = summary->medianNs;
-    const char* unit = "ns";
-    for (const char* larger : {"us", "ms"})
+    const bool isTime = clock != Clock::heap;
+    const char* unit = isTime ? "ns" : "B";
+    for (const char* larger : {isTime ? "us" : "KB", isTime ? "ms" : "MB"})
         if (value >= 1000)
         {
             value /= 1000;
@@ -106,11 +107,12 @@ void printTableHead(std::FILE* out)
 
 void printRow(std::FILE* out, const Measurement& row, bool sides)
 {
+    const Clock clock = row.measured->clock;
     const Summary* const ours = row.ours();
     const Summary* const peer = row.named(bestPeer);
     const Side* const peerSide = row.bestPeerSide();
     std::fprintf(out, "%-*s %9s %9s  %-*s %9s %10s  %s%s\n", nameWidth, row.measured->name.c_str(),
-                 timeText(ours).c_str(), timeText(peer).c_str(), peerWidth,
+                 valueText(ours, clock).c_str(), valueText(peer, clock).c_str(), peerWidth,
                  peerSide != nullptr ? peerSide->name.c_str() : "-", ratioText(ours, peer).c_str(),
                  ratioText(ours, row.limit()).c_str(), aimsText(row.measured->aims).c_str(),
                  row.missesAim() ? "  MISSED" : "");
@@ -118,7 +120,7 @@ void printRow(std::FILE* out, const Measurement& row, bool sides)
     {
         const Summary& summary = row.summaries[i];
         std::fprintf(out, "    %-*s %9s  (lower quartile %.3f ns), ours/this %s\n", nameWidth - 4,
-                     row.measured->sides[i].name.c_str(), timeText(&summary).c_str(), summary.lowerQuartileNs,
+                     row.measured->sides[i].name.c_str(), valueText(&summary, clock).c_str(), summary.lowerQuartileNs,
                      ratioText(ours, &summary).c_str());
     }
     std::fflush(out);

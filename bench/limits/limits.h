@@ -36,6 +36,9 @@ extern "C"
     /* Copies the bytes to a block of its own and back, once each. */
     void limit_copy_out_and_in(char* bytes, size_t size);
 
+    /* Gives each byte 32 bits of its own in `wide`. */
+    void limit_widen(const char* bytes, size_t size, unsigned* wide);
+
     /* Writes the bytes to a file by one call and waits until they are on the disk. */
     void limit_write_and_sync(const char* path, const char* bytes, size_t size);
 

@@ -7,6 +7,7 @@
 #include "misc/text/JsonText.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <limits>
 #include <string>
@@ -63,46 +64,78 @@ double outOfRange(const char* p) noexcept
     return isDigit(*p) ? sign * std::numeric_limits<double>::infinity() : sign * 0.0;
 }
 
-// Reads what strtod would of an optional sign, digits and point, and moves behind that. Without a digit it's 0.
-// What strtod reads beyond, an exponent or letters, is in no document that can be read.
-double readDecimal(const char*& p, const char* end) noexcept
+constexpr std::ptrdiff_t mostDigits = 19; // so many fit in 64 bits
+constexpr std::array<std::uint64_t, mostDigits + 1> tenTo = []
 {
-    static constexpr std::array<double, 23> powers = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    std::array<std::uint64_t, mostDigits + 1> powers{1};
+    for (std::size_t i = 1; i < powers.size(); ++i)
+        powers[i] = 10 * powers[i - 1];
+    return powers;
+}();
+
+// The number of eight digits, of which the first is in the lowest byte, as 0 to 9.
+std::uint64_t numberOfEight(std::uint64_t digits) noexcept
+{
+    constexpr std::uint64_t everySecondPair = 0x000000FF000000FF;
+    digits = 10 * digits + (digits >> 8);
+    return ((digits & everySecondPair) * (100 + (1000000ull << 32)) +
+            (digits >> 16 & everySecondPair) * (1 + (10000ull << 32))) >>
+           32;
+}
+
+// Reads digits on to a number, and gives where they end. Eight at a time: how many there are differs from number to
+// number, and a loop over them would mostly be left where the processor doesn't expect it.
+const char* readDigits(const char* p, const char* end, std::uint64_t& number) noexcept
+{
+    if constexpr (std::endian::native == std::endian::little)
+        while (end - p >= 8)
+        {
+            constexpr std::uint64_t each = 0x0101010101010101;
+            const std::uint64_t digits = Mw::words::load<std::uint64_t>(p) ^ '0' * each;
+            const std::uint64_t others = (((digits & 0x7F * each) + (0x80 - 10) * each) | digits) & 0x80 * each;
+            const int count = std::countr_zero(others) / 8;
+            if (count == 0)
+                return p;
+            // Those behind the last digit fall off, and zeros stand before the first.
+            number = number * tenTo[static_cast<std::size_t>(count)] + numberOfEight(digits << (64 - 8 * count));
+            p += count;
+            if (count != 8)
+                return p;
+        }
+    for (; p != end && isDigit(*p); ++p)
+        number = 10 * number + static_cast<unsigned>(*p - '0');
+    return p;
+}
+
+// Reads what strtod would of an optional sign, digits and point, and gives where that ends. Without a digit it's 0.
+// What strtod reads beyond, an exponent or letters, is in no document that can be read.
+const char* readDecimal(const char* const start, const char* end, double& value) noexcept
+{
     constexpr std::uint64_t exactBelow = std::uint64_t(1) << 53;
 
-    const char* const start = p;
-    const bool isNegative = *p == '-';
-    p += isNegative;
+    const bool isNegative = *start == '-';
+    const char* const whole = start + isNegative;
     std::uint64_t digits = 0;
-    const auto readDigits = [&]
-    {
-        const char* const first = p;
-        for (; p != end && isDigit(*p); ++p)
-            digits = 10 * digits + static_cast<unsigned>(*p - '0');
-        return static_cast<std::size_t>(p - first);
-    };
-    std::size_t count = readDigits();
-    std::size_t decimals = 0;
+    const char* p = readDigits(whole, end, digits);
+    std::ptrdiff_t count = p - whole;
+    std::ptrdiff_t decimals = 0;
     if (p != end && *p == '.')
     {
-        ++p;
-        decimals = readDigits();
+        const char* const fraction = p + 1;
+        p = readDigits(fraction, end, digits);
+        decimals = p - fraction;
         count += decimals;
     }
-    if (count == 0)
-        return 0;
-    // Both are exact, and so the quotient is rounded once.
-    if (count <= 19 && digits < exactBelow)
+    if (count <= mostDigits && digits < exactBelow) [[likely]]
     {
-        const double value = static_cast<double>(digits) / powers[decimals];
-        return isNegative ? -value : value;
+        // Both are exact, and so the quotient is rounded once.
+        const double size =
+            static_cast<double>(digits) / static_cast<double>(tenTo[static_cast<std::size_t>(decimals)]);
+        value = isNegative && count != 0 ? -size : size;
     }
-    double value = 0;
-    if (std::from_chars(start, p, value, std::chars_format::fixed).ec == std::errc::result_out_of_range)
-        return outOfRange(start);
-    return value;
+    else if (std::from_chars(start, p, value, std::chars_format::fixed).ec == std::errc::result_out_of_range)
+        value = outOfRange(start);
+    return p;
 }
 
 // The names that came lately, so that equal ones share their text. A name that isn't found costs memory and no more.
@@ -121,16 +154,77 @@ private:
     std::array<const Text*, 512> lately_{};
 };
 
+// The members of one kind of all containers that are open, in a block that may become part of the pool.
+class Members
+{
+public:
+    Members() noexcept = default;
+    ~Members() { OS().allocator().release(block_); }
+    Members(const Members&) = delete;
+    Members& operator=(const Members&) = delete;
+
+    std::size_t size() const noexcept { return size_; }
+
+    Entry& add(const Text* name)
+    {
+        if (size_ == capacity_) [[unlikely]]
+            grow();
+        Entry& entry = entries()[size_++];
+        entry.name = name;
+        return entry;
+    }
+
+    // Moves those from `start` on to the pool.
+    Entry* take(std::size_t start, Pool& pool)
+    {
+        constexpr std::size_t worthTheBlock = 1024;
+        const std::size_t taken = size_ - start;
+        if (start == 0 && taken >= worthTheBlock)
+            return giveBlock(pool);
+        auto* const moved = static_cast<Entry*>(pool.take(taken * sizeof(Entry)));
+        std::copy(entries() + start, entries() + size_, moved);
+        size_ = start;
+        return moved;
+    }
+
+private:
+    Entry* entries() const noexcept { return reinterpret_cast<Entry*>(static_cast<Pool::Block*>(block_) + 1); }
+
+    void resize(std::size_t capacity)
+    {
+        block_ = OS().allocator().reallocate(block_, sizeof(Pool::Block) + capacity * sizeof(Entry));
+        capacity_ = capacity;
+    }
+
+    [[gnu::noinline]] void grow() { resize(capacity_ == 0 ? 64 : 2 * capacity_); }
+
+    Entry* giveBlock(Pool& pool)
+    {
+        resize(size_);
+        Entry* const given = entries();
+        pool.adopt(std::exchange(block_, nullptr));
+        size_ = capacity_ = 0;
+        return given;
+    }
+
+    void* block_ = nullptr;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+};
+
 } // namespace
 
 // The reader's state while it goes through the buffer. Members of the containers that are open wait in one list
 // for each kind; they are moved into their element when it is closed.
+//
+// The cursor is handed from one operation to the next, each of which gives it back behind what it read, or where it
+// raised the flag.
 class Pass
 {
 public:
     Pass(Parser& parser, const char* text, std::size_t lengthBytes)
-        : parser_(parser), p_(text), end_(text + lengthBytes),
-          pool_(Pool::make(std::clamp<std::size_t>(lengthBytes, 256, 8192)))
+        : parser_(parser), end_(text + lengthBytes),
+          pool_(Pool::make(std::clamp(lengthBytes, smallestPoolBytes, largestPoolBytes)))
     {
     }
     ~Pass()
@@ -144,12 +238,13 @@ public:
     void run()
     {
         open_.push_back({});
-        while (p_ != end_ && parser_.reason_ == nullptr)
-            step();
-        parser_.stop_ = p_;
+        const char* p = parser_.text_;
+        while (p != end_ && !parser_.failed())
+            p = step(p);
+        parser_.stop_ = p;
         if (open_.size() == 1)
             finish();
-        else if (parser_.reason_ == nullptr)
+        else if (!parser_.failed())
             fail(notClosed);
     }
 
@@ -165,59 +260,57 @@ private:
     struct Container
     {
         const Text* name;
-        std::array<unsigned, kindCount> starts; // where its members begin in each list
+        std::array<unsigned, kindCount> starts; // where its members begin among those of each kind
     };
-    template <class T>
-    using Stack = std::vector<T, StdAllocator<T>>;
 
-    void step()
+    // Where the pool begins.
+    static constexpr std::size_t smallestPoolBytes = 256;
+    static constexpr std::size_t largestPoolBytes = 8192;
+
+    const char* step(const char* p)
     {
-        switch (*p_)
+        switch (*p)
         {
         case '\t':
         case '\n':
         case '\r':
         case ' ':
-            p_ = skipBlanks(p_ + 1, end_);
-            break;
+            return skipBlanks(p + 1, end_);
         case '"':
-            readText();
-            break;
+            return readText(p + 1);
         case ':':
-            hasKey_ ? void(++p_) : fail(noName);
-            break;
+            return hasKey_ ? p + 1 : fail(noName, p);
         case ',':
             takeMember();
-            ++p_;
-            break;
+            return p + 1;
         case '{':
         case '[':
             openContainer();
-            break;
+            return p + 1;
         case '}':
         case ']':
-            closeContainer();
-            break;
+            return closeContainer() ? p + 1 : fail(strayClosing, p);
         case 't':
-            readWord("true", noTrue) ? addBool(true) : void();
-            break;
+            return readBool(p, "true", true, noTrue);
         case 'f':
-            readWord("false", noFalse) ? addBool(false) : void();
-            break;
+            return readBool(p, "false", false, noFalse);
         case 'n':
-            readNull();
-            break;
+            return readNull(p);
         default:
-            Parser::isNumericChar(*p_) ? readNumber() : failAtStrangeByte();
+            return Parser::isNumericChar(*p) ? readNumber(p) : failAtStrangeByte(p);
         }
     }
 
-    void fail(const char* reason) noexcept { parser_.reason_ = reason; }
-
-    void failAtStrangeByte() noexcept
+    const char* fail(const char* reason, const char* p = nullptr) noexcept
     {
-        const bool isBehindNumber = p_ != parser_.text_ && Parser::isNumericChar(p_[-1]);
-        fail(isBehindNumber ? strangeNumber : strangeByte);
+        parser_.reason_ = reason;
+        return p;
+    }
+
+    const char* failAtStrangeByte(const char* p) noexcept
+    {
+        const bool isBehindNumber = p != parser_.text_ && Parser::isNumericChar(p[-1]);
+        return fail(isBehindNumber ? strangeNumber : strangeByte, p);
     }
 
     // The pending key, which is no longer pending.
@@ -227,63 +320,19 @@ private:
         return std::exchange(key_, nullptr);
     }
 
-    Entry& add(Kind kind, const Text* name)
-    {
-        Entry& entry = members_[kind].emplace_back();
-        entry.name = name;
-        return entry;
-    }
-
     // A pending key that turns out to be a member of an array.
     void takeMember()
     {
         if (hasKey_)
-            add(texts, nullptr).text = takeKey();
+            members_[texts].add(nullptr).text = takeKey();
     }
 
-    void addBool(bool value) { add(bools, takeKey()).truth = value; }
-
-    bool readWord(std::string_view word, const char* reason)
+    // The comma behind a value and the blanks behind that, which are most of what follows values.
+    const char* behindValue(const char* p) const noexcept
     {
-        if (!std::string_view(p_, static_cast<std::size_t>(end_ - p_)).starts_with(word))
-        {
-            fail(reason);
-            return false;
-        }
-        p_ += word.size();
-        return true;
-    }
-
-    void readNull()
-    {
-        if (!hasKey_)
-            fail(unnamedNull);
-        else if (readWord("null", noNull))
-            add(texts, takeKey()).text = nullptr;
-    }
-
-    void readNumber()
-    {
-        const double value = readDecimal(p_, end_);
-        while (p_ != end_ && Parser::isNumericChar(*p_))
-            ++p_;
-        add(numbers, takeKey()).number = value;
-    }
-
-    // A text is the value of the pending key, or becomes that. Names come again and again, members seldom.
-    void readText()
-    {
-        bool isAscii = true;
-        const std::string_view bytes = readQuoted(isAscii);
-        if (hasKey_)
-        {
-            add(texts, takeKey()).text = textOf(bytes, isAscii);
-            return;
-        }
-        p_ = skipBlanksIfAny(p_);
-        const bool isName = p_ != end_ && *p_ == ':';
-        key_ = isName && isAscii && !bytes.empty() ? names_.textOf(*pool_, bytes) : textOf(bytes, isAscii);
-        hasKey_ = true;
+        if (p == end_ || *p != ',')
+            return p;
+        return skipBlanksIfAny(p + 1);
     }
 
     const char* skipBlanksIfAny(const char* p) const noexcept
@@ -291,36 +340,82 @@ private:
         return p != end_ && isBlank(*p) ? skipBlanks(p + 1, end_) : p;
     }
 
-    // The text from the quote at the cursor on, which moves behind its end.
-    std::string_view readQuoted(bool& isAscii)
+    bool isWord(const char* p, std::string_view word) const noexcept
     {
-        const char* const begin = p_ + 1;
-        p_ = findTextEnd(begin, end_, isAscii);
-        std::string_view bytes(begin, static_cast<std::size_t>(p_ - begin));
-        if (p_ != end_ && *p_ == '\\')
-            bytes = unescape(bytes, isAscii);
-        // The end of the buffer ends a text as well.
-        if (p_ != end_)
-            ++p_;
-        return bytes;
+        return static_cast<std::size_t>(end_ - p) >= word.size() && std::memcmp(p, word.data(), word.size()) == 0;
     }
 
-    // The text that begins with `start`, with the escape at the cursor and what follows up to its end.
-    std::string_view unescape(std::string_view start, bool& isAscii)
+    const char* readBool(const char* p, std::string_view word, bool value, const char* reason)
     {
-        unescaped_.assign(start);
-        while (p_ != end_ && *p_ == '\\')
+        if (!isWord(p, word))
+            return fail(reason, p);
+        members_[bools].add(takeKey()).truth = value;
+        return behindValue(p + word.size());
+    }
+
+    const char* readNull(const char* p)
+    {
+        if (!hasKey_)
+            return fail(unnamedNull, p);
+        if (!isWord(p, "null"))
+            return fail(noNull, p);
+        members_[texts].add(takeKey()).text = nullptr;
+        return behindValue(p + 4);
+    }
+
+    const char* readNumber(const char* p)
+    {
+        double value = 0;
+        p = readDecimal(p, end_, value);
+        while (p != end_ && Parser::isNumericChar(*p))
+            ++p;
+        members_[numbers].add(takeKey()).number = value;
+        return behindValue(p);
+    }
+
+    // A text, from behind its quote: it is the value of the pending key, or becomes that. Names come again and again,
+    // members seldom.
+    const char* readText(const char* p)
+    {
+        bool isAscii = true;
+        const char* const textEnd = findTextEnd(p, end_, isAscii);
+        std::string_view bytes(p, static_cast<std::size_t>(textEnd - p));
+        p = textEnd;
+        if (p != end_ && *p == '\\') [[unlikely]]
+            p = readEscapes(p, bytes, isAscii);
+        // The end of the buffer ends a text as well.
+        if (p != end_)
+            ++p;
+        if (hasKey_)
+        {
+            const Text* const value = textOf(bytes, isAscii);
+            members_[texts].add(takeKey()).text = value;
+            return behindValue(p);
+        }
+        p = skipBlanksIfAny(p);
+        const bool isName = p != end_ && *p == ':';
+        key_ = isName && isAscii && !bytes.empty() ? names_.textOf(*pool_, bytes) : textOf(bytes, isAscii);
+        hasKey_ = true;
+        return isName ? skipBlanksIfAny(p + 1) : p;
+    }
+
+    // From a backslash in a text on, of which `bytes` is the start and becomes the whole.
+    const char* readEscapes(const char* p, std::string_view& bytes, bool& isAscii)
+    {
+        unescaped_.assign(bytes);
+        while (p != end_ && *p == '\\')
         {
             // A backslash at the end of the buffer has nothing to stand before.
-            if (++p_ == end_)
+            if (++p == end_)
                 break;
-            unescaped_.push_back(unescaped(*p_));
-            isAscii = isAscii && isAsciiByte(*p_);
-            const char* const rest = ++p_;
-            p_ = findTextEnd(rest, end_, isAscii);
-            unescaped_.append(rest, p_);
+            unescaped_.push_back(unescaped(*p));
+            isAscii = isAscii && isAsciiByte(*p);
+            const char* const rest = ++p;
+            p = findTextEnd(rest, end_, isAscii);
+            unescaped_.append(rest, p);
         }
-        return unescaped_;
+        bytes = unescaped_;
+        return p;
     }
 
     const Text* textOf(std::string_view bytes, bool isAscii)
@@ -336,19 +431,19 @@ private:
         for (std::size_t kind = 0; kind < kindCount; ++kind)
             opened.starts[kind] = static_cast<unsigned>(members_[kind].size());
         open_.push_back(opened);
-        ++p_;
     }
 
-    void closeContainer()
+    // False if there is none but the root.
+    bool closeContainer()
     {
         takeMember();
         const Container closed = open_.back();
         open_.pop_back();
         if (open_.empty())
-            return fail(strayClosing);
+            return false;
         Element* const element = makeElement(closed);
-        add(children, closed.name).child = element;
-        ++p_;
+        members_[children].add(closed.name).child = element;
+        return true;
     }
 
     // An element with the members of the container, held once.
@@ -366,15 +461,11 @@ private:
 
     Element::List takeList(Kind kind, const Container& container)
     {
-        Stack<Entry>& members = members_[kind];
         const unsigned start = container.starts[kind];
-        const auto size = static_cast<unsigned>(members.size() - start);
+        const auto size = static_cast<unsigned>(members_[kind].size() - start);
         if (size == 0)
             return {};
-        auto* const entries = static_cast<Entry*>(pool_->take(size * sizeof(Entry)));
-        std::copy(members.begin() + start, members.end(), entries);
-        members.resize(start);
-        return {entries, size, size};
+        return {members_[kind].take(start, *pool_), size, size};
     }
 
     // Hands out the first child of the root; the root and what else it has go.
@@ -388,14 +479,13 @@ private:
     }
 
     Parser& parser_;
-    const char* p_;
     const char* const end_;
     Pool* pool_; // of all that is built; only a finished tree keeps it
     int elements_ = 0;
-    std::array<Stack<Entry>, kindCount> members_;
-    Stack<Container> open_; // outermost first, which is the root that holds the document
     bool hasKey_ = false;
     const Text* key_ = nullptr;
+    std::array<Members, kindCount> members_;
+    std::vector<Container, StdAllocator<Container>> open_; // outermost first, which is the root that holds the document
     Names names_;
     std::basic_string<char, std::char_traits<char>, StdAllocator<char>> unescaped_;
 };

@@ -33,11 +33,8 @@ public:
         return piece;
     }
 
-    void keep(int times = 1) noexcept
-    {
-        for (; times > 0; --times)
-            OS().atomics().increment(&references_);
-    }
+    // Takes over a block of the allocator's, which begins with room for its header.
+    void adopt(void* block) noexcept { block_->previous = new (block) Block{block_->previous, 0}; }
 
     // Before any other thread knows of the pool.
     void setReferences(int count) noexcept { references_ = count; }
@@ -48,15 +45,15 @@ public:
             destroy();
     }
 
-private:
-    static constexpr std::size_t alignment = 8;
-    static constexpr std::size_t largestBlockBytes = 64 * 1024;
-
     struct Block
     {
         Block* previous;
         std::size_t sizeBytes;
     };
+
+private:
+    static constexpr std::size_t alignment = 8;
+    static constexpr std::size_t largestBlockBytes = 64 * 1024;
 
     explicit Pool(Block* first) noexcept : block_(first), free_(reinterpret_cast<char*>(this + 1)), end_(endOf(first))
     {
