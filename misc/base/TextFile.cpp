@@ -50,6 +50,14 @@ void TextFile::appendOneLine(std::string_view line)
     text_.push_back('\n');
 }
 
+void TextFile::reserve(std::size_t moreBytes, std::size_t moreLines)
+{
+    text_.reserve(text_.size() + moreBytes + moreLines);
+    const std::size_t lines = lineEnds_.size() + moreLines;
+    if (lines > lineEnds_.capacity())
+        lineEnds_.reserve(std::max(lines, 2 * lineEnds_.capacity()));
+}
+
 void TextFile::clear() noexcept
 {
     text_.clear();

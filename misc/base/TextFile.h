@@ -28,6 +28,8 @@ public:
 
     // Line ends inside the text make several lines of it; one at its end adds an empty line.
     void appendLine(std::string_view text);
+    // Makes room for so many more bytes and lines at once.
+    void reserve(std::size_t moreBytes, std::size_t moreLines);
     void clear() noexcept;
 
     // Puts the lines of the file in place of the present ones. If it can't be read, they stay, the result

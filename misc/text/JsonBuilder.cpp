@@ -2,28 +2,19 @@
 
 #include "Mw/Assert.h"
 #include "OS/Utf8.h"
+#include "libmw/Text.h"
+#include "misc/text/JsonScan.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <string>
 
 namespace JSON
 {
 
 namespace
 {
-
-using View = std::wstring_view;
-
-bool hasToBeEscaped(wchar_t c) noexcept
-{
-    return c == L'"' || c == L'\\' || c == L'\t' || c == L'\n' || c == L'\r';
-}
-
-bool needsEscaping(View text) noexcept
-{
-    return std::any_of(text.begin(), text.end(), hasToBeEscaped);
-}
 
 // What stands behind the backslash.
 wchar_t letterOf(wchar_t c) noexcept
@@ -42,7 +33,7 @@ wchar_t letterOf(wchar_t c) noexcept
 }
 
 // Writes the text with its escapes; gives the end of what was written.
-wchar_t* escape(View text, wchar_t* out) noexcept
+wchar_t* escapeTo(wchar_t* out, std::wstring_view text) noexcept
 {
     for (const wchar_t c : text)
     {
@@ -52,6 +43,21 @@ wchar_t* escape(View text, wchar_t* out) noexcept
         *out++ = isEscaped ? letterOf(c) : c;
     }
     return out;
+}
+
+std::wstring_view viewOf(const wchar_t* text) noexcept
+{
+    return text != nullptr ? std::wstring_view(text) : std::wstring_view();
+}
+
+wchar_t* put(wchar_t* out, std::wstring_view text) noexcept
+{
+    return std::copy(text.begin(), text.end(), out);
+}
+
+wchar_t* putPrintable(wchar_t* out, std::wstring_view text) noexcept
+{
+    return hasEscapes(text) ? escapeTo(out, text) : put(out, text);
 }
 
 } // namespace
@@ -78,63 +84,73 @@ void Builder::endArray()
 
 void Builder::open(const wchar_t* name, wchar_t bracket)
 {
-    beginItem(name != nullptr && *name != 0 ? name : nullptr);
-    output_.push_back(bracket);
-    endLine();
+    const View view = viewOf(name);
+    wchar_t* const out = beginItem(view, !view.empty(), 1);
+    *out = bracket;
+    endLine(out + 1);
     open_.push_back(hasItems_);
     hasItems_ = false;
 }
 
 void Builder::close(wchar_t bracket)
 {
-    output_.push_back(bracket);
-    endLine();
     // A stray closing is written all the same; printTo reports it.
     hasItems_ = true;
     if (!open_.empty())
         open_.pop_back();
+    wchar_t* const out = line_.room(1);
+    *out = bracket;
+    endLine(out + 1);
 }
 
-// The line before ends here, with a comma if an item went before in this container.
+void Builder::endLine(const wchar_t* end)
+{
+    const wchar_t* const begin = line_.room(0);
+    lines_.add(View(begin, static_cast<std::size_t>(end - begin)));
+    depths_ += open_.size();
+}
+
+// A comma at the end of the line before, if an item went before in this container.
 void Builder::addSeparator()
 {
     if (hasItems_)
-    {
-        output_.push_back(L',');
-        ++lineEnds_.back();
-    }
+        lines_.addComma();
     hasItems_ = true;
 }
 
-void Builder::beginItem(const wchar_t* name, bool escape)
+// Begins a line with the name. Gives where the value goes, for which there is room.
+wchar_t* Builder::beginItem(View name, bool isNamed, std::size_t valueLength, bool escape)
 {
+    constexpr View behindName = L"\" : ";
     addSeparator();
-    if (name == nullptr)
-        return;
-    output_.push_back(L'"');
-    escape ? appendPrintable(name) : append(name);
-    append(L"\" : ");
+    wchar_t* out = line_.room(1 + 2 * name.size() + behindName.size() + valueLength);
+    if (!isNamed)
+        return out;
+    *out++ = L'"';
+    out = escape ? putPrintable(out, name) : put(out, name);
+    return put(out, behindName);
 }
 
-void Builder::endLine()
+void Builder::addLine(const wchar_t* name, View value)
 {
-    lineEnds_.push_back(output_.size());
-}
-
-void Builder::appendPrintable(View text)
-{
-    if (!JSON::needsEscaping(text))
-        return append(text);
-    const std::size_t start = output_.size();
-    output_.resize(start + 2 * text.size());
-    const wchar_t* const end = escape(text, output_.data() + start);
-    output_.resize(static_cast<std::size_t>(end - output_.data()));
+    endLine(put(beginItem(viewOf(name), name != nullptr, value.size()), value));
 }
 
 // The reader takes no null without a name; an empty text is the same to it.
-void Builder::appendNull(const wchar_t* name)
+void Builder::addNull(const wchar_t* name, bool escape)
 {
-    append(name != nullptr ? L"null" : L"\"\"");
+    constexpr View null = L"null";
+    wchar_t* const out = beginItem(viewOf(name), name != nullptr, null.size(), escape);
+    endLine(put(out, name != nullptr ? null : View(L"\"\"")));
+}
+
+void Builder::addText(const wchar_t* name, View text, bool escape)
+{
+    wchar_t* out = beginItem(viewOf(name), name != nullptr, 2 * text.size() + 2, escape);
+    *out++ = L'"';
+    out = escape ? putPrintable(out, text) : put(out, text);
+    *out++ = L'"';
+    endLine(out);
 }
 
 template <class Number>
@@ -142,18 +158,15 @@ void Builder::addNumber(const wchar_t* name, Number value)
 {
     // The longest are the smallest doubles: a sign, "0.", 323 zeros and digits.
     char digits[400];
-    const char* end = nullptr;
-    if constexpr (std::is_floating_point_v<Number>)
-        end = std::isfinite(value) ? std::to_chars(digits, std::end(digits), value, std::chars_format::fixed).ptr
-                                   : nullptr;
+    std::to_chars_result written{};
+    if constexpr (std::is_integral_v<Number>)
+        written = std::to_chars(digits, std::end(digits), value);
+    else if (std::isfinite(value))
+        written = std::to_chars(digits, std::end(digits), value, std::chars_format::fixed);
     else
-        end = std::to_chars(digits, std::end(digits), value).ptr;
-    beginItem(name);
-    if (end != nullptr)
-        output_.append(static_cast<const char*>(digits), end);
-    else
-        appendNull(name);
-    endLine();
+        return addNull(name, true);
+    wchar_t wide[std::size(digits)];
+    addLine(name, View(wide, static_cast<std::size_t>(std::copy(digits, written.ptr, wide) - wide)));
 }
 
 void Builder::add(const wchar_t* name, int value)
@@ -178,86 +191,68 @@ void Builder::add(const wchar_t* name, double value)
 
 void Builder::add(const wchar_t* name, bool value)
 {
-    beginItem(name);
-    append(value ? L"true" : L"false");
-    endLine();
+    addLine(name, value ? L"true" : L"false");
 }
 
 void Builder::add(const wchar_t* name, const LightweightString<wchar_t>& value, bool escape)
 {
-    appendText(name, value, escape);
+    addText(name, value, escape);
 }
 
 void Builder::add(const wchar_t* name, const wchar_t* value, bool escape)
 {
-    if (value != nullptr)
-        return appendText(name, value, escape);
-    beginItem(name, escape);
-    appendNull(name);
-    endLine();
-}
-
-void Builder::appendText(const wchar_t* name, View text, bool escape)
-{
-    beginItem(name, escape);
-    output_.push_back(L'"');
-    escape ? appendPrintable(text) : append(text);
-    output_.push_back(L'"');
-    endLine();
+    value != nullptr ? addText(name, value, escape) : addNull(name, escape);
 }
 
 Builder::Lines Builder::getOutput() const
 {
     Lines lines;
-    lines.reserve(lineEnds_.size());
-    std::size_t start = 0;
-    for (const std::size_t end : lineEnds_)
-    {
-        lines.push_back(View(output_).substr(start, end - start));
-        start = end;
-    }
+    lines.reserve(lines_.size());
+    lines_.forEach([&](View line) { lines.push_back(line); },
+                   [&](std::string_view ascii) { lines.push_back(Mw::wideFromUtf8(ascii.data(), ascii.size())); });
     return lines;
 }
 
-void Builder::printTo(TextFile& file, unsigned char indentSize_, unsigned char outerIndent) const
+void Builder::printTo(TextFile& file, unsigned char indentStep, unsigned char outerIndent) const
 {
-    const long step = indentSize_;
+    file.reserve(lines_.sizeBytes() + indentStep * depths_ + outerIndent * lines_.size(), lines_.size());
     long indentSize = outerIndent;
-    LightweightString<char> line;
-    std::size_t start = 0;
-    for (const std::size_t end : lineEnds_)
+    std::string line;
+    const auto append = [&](std::string_view text)
     {
-        const View text = View(output_).substr(start, end - start);
-        start = end;
-        if (text.front() == L'}' || text.front() == L']')
+        if (text.front() == '}' || text.front() == ']')
         {
-            indentSize -= step;
+            indentSize -= indentStep;
             MW_ASSERT(indentSize >= 0);
         }
-        line = LightweightString<char>(static_cast<unsigned>(std::max(indentSize, 0l)), ' ') +
-               Mw::utf8FromWide(text.data(), text.size());
-        file.appendLine(line);
-        if (text.back() == L'{' || text.back() == L'[')
+        line.assign(static_cast<std::size_t>(std::max(indentSize, 0L)), ' ');
+        file.appendLine(line.append(text));
+        if (text.back() == '{' || text.back() == '[')
         {
-            indentSize += step;
+            indentSize += indentStep;
             MW_ASSERT(indentSize >= 0);
         }
-    }
+    };
+    lines_.forEach([&](View wide) { append(toUTF8(LightweightString<wchar_t>(wide))); }, append);
 }
 
 bool Builder::needsEscaping(const LightweightString<wchar_t>& text) noexcept
 {
-    return JSON::needsEscaping(text);
+    return hasEscapes(text);
 }
 
 LightweightString<wchar_t> Builder::makePrintable(const LightweightString<wchar_t>& text)
 {
     if (!needsEscaping(text))
         return text;
+    // A text whose escapes might not fit is too long for a string.
+    if (text.length() > LightweightString<wchar_t>::npos / 2 - 1)
+        Mw::detail::throwStringTooLong();
     LightweightString<wchar_t>::ImplPtr printable = LightweightString<wchar_t>::createImpl(2 * text.length(), false);
-    const wchar_t* const end = escape(text, printable->characters());
-    printable->length_ = static_cast<unsigned>(end - printable->characters());
-    printable->characters()[printable->length_] = 0;
+    wchar_t* const characters = printable->characters();
+    wchar_t* const end = escapeTo(characters, text);
+    *end = 0;
+    printable->length_ = static_cast<unsigned>(end - characters);
     return LightweightString<wchar_t>(std::move(printable));
 }
 

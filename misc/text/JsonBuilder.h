@@ -4,9 +4,9 @@
 #include "Mw/StdAllocator.h"
 #include "OS/Export.h"
 #include "misc/base/TextFile.h"
+#include "misc/text/JsonLines.h"
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -44,9 +44,9 @@ public:
     // The lines so far, without indentation.
     Lines getOutput() const;
 
-    // Appends the lines as UTF-8, `indentSize` blanks further in for each container that is open, the outermost
+    // Appends the lines as UTF-8, `indentStep` blanks further in for each container that is open, the outermost
     // behind `outerIndent` blanks.
-    void printTo(TextFile& file, unsigned char indentSize = 4, unsigned char outerIndent = 0) const;
+    void printTo(TextFile& file, unsigned char indentStep = 4, unsigned char outerIndent = 0) const;
 
     // Whether the text holds a tab, line feed, carriage return, quote or backslash, and the text with those escaped;
     // itself where there are none.
@@ -59,18 +59,17 @@ private:
     void open(const wchar_t* name, wchar_t bracket);
     void close(wchar_t bracket);
     void addSeparator();
-    void beginItem(const wchar_t* name, bool escape = true);
-    void endLine();
-    void append(View text) { output_.append(text); }
-    void appendPrintable(View text);
-    void appendNull(const wchar_t* name);
-    void appendText(const wchar_t* name, View text, bool escape);
+    wchar_t* beginItem(View name, bool isNamed, std::size_t valueLength, bool escape = true);
+    void endLine(const wchar_t* end);
+    void addLine(const wchar_t* name, View value);
+    void addNull(const wchar_t* name, bool escape);
+    void addText(const wchar_t* name, View text, bool escape);
     template <class Number>
     void addNumber(const wchar_t* name, Number value);
 
-    // The lines one behind the other, and where each ends.
-    std::basic_string<wchar_t, std::char_traits<wchar_t>, StdAllocator<wchar_t>> output_;
-    std::vector<std::size_t, StdAllocator<std::size_t>> lineEnds_;
+    LineList lines_;
+    Buffer<wchar_t> line_;   // room for the line that is being made
+    std::size_t depths_ = 0; // the sum of how many containers each line lies in
     // Of each open container, outermost first, whether an item went before; the last is kept apart.
     std::vector<bool> open_;
     bool hasItems_ = false;

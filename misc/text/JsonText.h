@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 namespace JSON
@@ -67,7 +68,11 @@ inline LightweightString<wchar_t> stringOf(const Text* text)
         return {};
     if (text->isWide)
         return LightweightString<wchar_t>(text->characters(), text->length);
-    return Mw::wideFromUtf8(text->bytes(), text->length);
+    wchar_t wide[32];
+    if (text->length > std::size(wide))
+        return Mw::wideFromUtf8(text->bytes(), text->length);
+    std::copy_n(text->bytes(), text->length, wide);
+    return LightweightString<wchar_t>(wide, text->length);
 }
 
 inline bool isSame(const Text* text, std::wstring_view other) noexcept
@@ -78,12 +83,17 @@ inline bool isSame(const Text* text, std::wstring_view other) noexcept
         return false;
     if (text->isWide)
         return std::wmemcmp(text->characters(), other.data(), text->length) == 0;
-    return std::equal(other.begin(), other.end(), text->bytes());
+    const char* const bytes = text->bytes();
+    for (unsigned i = 0; i < text->length; ++i)
+        if (bytes[i] != other[i])
+            return false;
+    return true;
 }
 
 inline bool isSame(const Text* text, std::string_view ascii) noexcept
 {
-    return text != nullptr && !text->isWide && std::string_view(text->bytes(), text->length) == ascii;
+    return text != nullptr && !text->isWide && text->length == ascii.size() &&
+           Mw::CText::same(text->bytes(), ascii.data(), ascii.size());
 }
 
 } // namespace JSON
