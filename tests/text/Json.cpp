@@ -1,0 +1,390 @@
+#include "misc/text/JSON.h"
+
+#include "Mw/Assert.h"
+#include "OS/OS.h"
+#include "OS/ThreadMgr.h"
+#include "libmw/Text.h"
+#include "platform/TempFolder.h"
+#include "text/JsonModel.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <random>
+#include <thread>
+
+namespace
+{
+
+using Wide = LightweightString<wchar_t>;
+using Ptr = Mw::Ptr<JSON::Element>;
+
+std::string printed(const JSON::Builder& builder, unsigned char indentStep = 0)
+{
+    TextFile file;
+    builder.printTo(file, indentStep);
+    std::string text;
+    for (unsigned i = 0; i < file.numLines(); ++i)
+        text += std::string(file[i]) + "\n";
+    return text;
+}
+
+// Writes trees that are drawn at random, and the model's form of them.
+class RandomTree
+{
+public:
+    explicit RandomTree(unsigned seed) : random_(seed) {}
+
+    std::shared_ptr<Model> write(JSON::Builder& builder, int depth)
+    {
+        auto model = std::make_shared<Model>();
+        for (int left = static_cast<int>(random_() % 6); left > 0; --left)
+        {
+            const std::wstring name = text();
+            switch (random_() % (depth == 0 ? 3 : 4))
+            {
+            case 0:
+                model->texts.emplace_back(name, text());
+                builder.add(name.c_str(), Wide(std::wstring_view(model->texts.back().second)));
+                break;
+            case 1:
+                model->numbers.emplace_back(name, number());
+                builder.add(name.c_str(), model->numbers.back().second);
+                break;
+            case 2:
+                model->bools.emplace_back(name, random_() % 2 != 0);
+                builder.add(name.c_str(), model->bools.back().second);
+                break;
+            default:
+                const bool isArray = random_() % 2 != 0;
+                isArray ? builder.startArray(name.c_str()) : builder.startChild(name.c_str());
+                model->children.emplace_back(name, write(builder, depth - 1));
+                isArray ? builder.endArray() : builder.endChild();
+            }
+        }
+        return model;
+    }
+
+private:
+    std::wstring text()
+    {
+        static constexpr wchar_t alphabet[] = L"ab{}[],:\"\\\t\n\r /\b\u00e4\u65e5\U0001F3AC";
+        std::wstring drawn(random_() % 20, L' ');
+        for (wchar_t& c : drawn)
+            c = alphabet[random_() % (std::size(alphabet) - 1)];
+        return drawn;
+    }
+
+    // All bits at random, so that every size of number comes up; or a short one.
+    double number()
+    {
+        if (random_() % 2 == 0)
+            return static_cast<int>(random_() % 2000 - 1000) / 8.0;
+        const std::uint64_t bits = std::uint64_t(random_()) << 32 | random_();
+        double drawn;
+        std::memcpy(&drawn, &bits, sizeof drawn);
+        return std::isfinite(drawn) ? drawn : 0;
+    }
+
+    std::mt19937 random_;
+};
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr unsigned deepest = 1'000'000;
+#else
+constexpr unsigned deepest = 10'000'000;
+#endif
+
+struct Holder : iMemHolder
+{
+    const void* data() const override { return "[1]tail"; }
+    std::size_t sizeBytes() const override { return 3; }
+};
+
+} // namespace
+
+TEST(JsonParser, agreesWithTheTableOnRandomBytes)
+{
+    // Mostly fragments, so that documents get somewhere, in buffers of their own size, so that a read behind the end
+    // shows under the sanitizer.
+    static constexpr std::string_view fragments[] = {"{",
+                                                     "}",
+                                                     "[",
+                                                     "]",
+                                                     ":",
+                                                     ",",
+                                                     " ",
+                                                     "\n",
+                                                     "\"",
+                                                     "\\",
+                                                     "\\\"",
+                                                     "\\n",
+                                                     "\\u",
+                                                     "true",
+                                                     "false",
+                                                     "null",
+                                                     "tru",
+                                                     "nul",
+                                                     "1",
+                                                     "-",
+                                                     ".",
+                                                     "25",
+                                                     "-0.5",
+                                                     "1e5",
+                                                     "e",
+                                                     "+",
+                                                     "0x1",
+                                                     "\"a\"",
+                                                     "\"\"",
+                                                     "\xC3",
+                                                     "\x80",
+                                                     "\xE2\x82\xAC",
+                                                     "{\"a\":",
+                                                     "[\"x\",",
+                                                     "9007199254740993",
+                                                     "123456789.125",
+                                                     "\"a text of more than 16 bytes\"",
+                                                     "                      ",
+                                                     "\"k\\t\xC3\xA4\" : ",
+                                                     std::string_view("\0", 1)};
+    std::mt19937 random(1);
+    int complete = 0;
+    for (int i = 0; i < 1'000'000; ++i)
+    {
+        std::string text(random() % 3 == 0 ? "{" : random() % 2 == 0 ? "[" : "");
+        for (auto count = random() % 12; count > 0; --count)
+            text += fragments[random() % std::size(fragments)];
+        for (auto count = random() % 3; count > 0; --count)
+            text += random() % 2 == 0 ? '}' : ']';
+        const std::unique_ptr<char[]> buffer(new char[text.size()]);
+        std::memcpy(buffer.get(), text.data(), text.size());
+        const JSON::Parser parser(buffer.get(), static_cast<unsigned>(text.size()));
+        const ModelReader model(text);
+        ASSERT_EQ(parser.failed(), model.failed) << text;
+        ASSERT_TRUE(sameTree(parser.result(), model.result.get())) << text;
+        const JSON::Failure failure = parser.failure();
+        ASSERT_EQ(failure.reason.empty(), !model.failed && model.result != nullptr) << text;
+        complete += parser.result() != nullptr;
+    }
+    EXPECT_GT(complete, 50'000);
+}
+
+TEST(JsonParser, readsNumbersLikeStrtod)
+{
+    std::mt19937_64 random(2);
+    for (int i = 0; i < 200'000; ++i)
+    {
+        const auto digits = [&](std::uint64_t most)
+        {
+            std::string made;
+            for (auto count = random() % (most + 1); count > 0; --count)
+                made += static_cast<char>('0' + random() % 10);
+            return made;
+        };
+        const bool isHuge = random() % 50 == 0;
+        std::string number = (random() % 3 == 0 ? "-" : "") + digits(isHuge ? 330 : 21);
+        if (number.empty() || random() % 2 == 0)
+            number += "." + (isHuge ? std::string(random() % 340, '0') : std::string()) + digits(22);
+        const Ptr list = JSON::parse(std::string_view("[" + number + "]"));
+        ASSERT_TRUE(list);
+        const double expected = std::strtod(number.c_str(), nullptr);
+        const double read = list->getNum(0u);
+        ASSERT_EQ(std::memcmp(&read, &expected, sizeof read), 0) << number << " reads as " << read;
+    }
+}
+
+TEST(JsonParser, tellsLineColumnAndReason)
+{
+    const struct
+    {
+        const char* text;
+        unsigned line, column;
+        bool hasResult;
+        const char* reason;
+    } cases[] = {
+        {"", 1, 1, false, "nothing"},
+        {"5", 1, 2, false, "no object"},
+        {"{\n \"\xC3\xA4\": x", 2, 7, false, "begins no value"},
+        {"{\"a\":1} x", 1, 9, true, "begins"},
+        {"{\"a\":1e5}", 1, 7, false, "exponent"},
+        {"[{\n", 2, 1, false, "ends before"},
+        {"{}\r\n}", 2, 1, false, "closing"},
+        {"[null]", 1, 2, false, "name"},
+        {"{:1}", 1, 2, false, "colon"},
+        {"{\"a\":tru}", 1, 6, false, "true"},
+        {"{}", 0, 0, true, ""},
+    };
+    for (const auto& each : cases)
+    {
+        JSON::Failure failure;
+        EXPECT_EQ(JSON::parse(each.text, failure) != nullptr, each.hasResult) << each.text;
+        EXPECT_EQ(failure.line, each.line) << each.text;
+        EXPECT_EQ(failure.column, each.column) << each.text;
+        EXPECT_NE(std::string_view(failure.reason).find(each.reason), std::string_view::npos) << failure.reason;
+        EXPECT_EQ(failure.reason.empty(), *each.reason == 0) << each.text;
+    }
+}
+
+TEST(JsonParser, readsFilesWideTextAndMemory)
+{
+    TempFolder folder;
+    const Wide path = TempFolder::wideOf(folder.path() / "a.json");
+    JSON::Failure failure;
+    EXPECT_EQ(JSON::parseFile(path, failure), nullptr);
+    EXPECT_FALSE(failure.reason.empty());
+    TextFile file;
+    file.appendLine("{\"\xC3\xA4\": 2}");
+    ASSERT_TRUE(file.save(path));
+    EXPECT_EQ(JSON::parseFile(path)->getNum(L"\u00e4"), 2);
+    EXPECT_EQ(JSON::parse(Wide(L"{\"\u00e4\": 2}"))->getNum(L"\u00e4"), 2);
+    EXPECT_EQ(JSON::parse(Mw::Ptr<iMemHolder>(new Holder))->getNum(0u), 1);
+    EXPECT_EQ(JSON::parse(Mw::Ptr<iMemHolder>()), nullptr);
+}
+
+TEST(Json, anyDepthTakesLittleStack)
+{
+    static const auto work = []
+    {
+        const LightweightString<char> opened(deepest, '[');
+        EXPECT_EQ(JSON::parse(opened), nullptr);
+        EXPECT_NE(JSON::parse(opened + LightweightString<char>(deepest, '}')), nullptr);
+        Ptr top(new JSON::Element);
+        JSON::Builder builder;
+        for (unsigned level = 0; level < deepest / 10; ++level)
+        {
+            const Ptr above(new JSON::Element);
+            above->addChild(L"below", top);
+            top = above;
+            builder.startChild(L"below");
+        }
+        for (unsigned level = 0; level < deepest / 10; ++level)
+            builder.endChild();
+        EXPECT_NE(JSON::parse(std::string_view(printed(builder))), nullptr);
+    };
+    iThreadMgr::ThreadParams small;
+    small.stackSizeBytes = 128 * 1024;
+    small.function = [](void*)
+    {
+        work();
+        return iThread::eExecOK;
+    };
+    ASSERT_TRUE(OS().threadMgr().createThread(small)->waitForExit(-1));
+}
+
+TEST(JsonElement, childOutlivesItsDocumentAndTakesChanges)
+{
+    Ptr document = JSON::parse("{\"a\":{\"n\":1,\"t\":\"x\",\"b\":[true]},\"c\":{\"n\":2}}");
+    const Ptr a = document->getChild(L"a");
+    const Ptr c = document->getChild(1u);
+    // Elements of one document are changed by threads of their own.
+    const auto change = [](const Ptr& element)
+    {
+        for (int i = 0; i < 1000; ++i)
+        {
+            element->addAttrib(L"more", i * 1.0);
+            element->addAttrib(L"text", L"caf\u00e9 with more characters than a small block has");
+            element->addChild(L"child")->addAttrib(L"is", true);
+        }
+    };
+    std::thread other(change, a);
+    change(c);
+    other.join();
+    document = nullptr;
+    EXPECT_EQ(a->getNum(L"n"), 1);
+    EXPECT_EQ(a->getString(L"t"), L"x");
+    EXPECT_TRUE(a->getChild(L"b")->getBool(0u));
+    EXPECT_EQ(c->getNum(1000u), 999);
+    EXPECT_EQ(c->getString(999u), L"caf\u00e9 with more characters than a small block has");
+    EXPECT_TRUE(c->getChildren().at(999)->getBool(L"is"));
+    EXPECT_EQ(a->getNumChildren(), 1001u);
+    // One child of two parents goes with the second.
+    c->addChild(L"shared", a);
+    EXPECT_EQ(c->getChild(L"shared"), a);
+}
+
+TEST(JsonElement, namesThatAreMissingGiveTheDefault)
+{
+    const Ptr element = JSON::parse("{\"n\":1,\"n\":2,\"t\":\"x\",\"b\":false,\"z\":null}");
+    EXPECT_EQ(element->getNum(L"n"), 1);
+    EXPECT_EQ(element->getNum(L"t", 7), 7);
+    EXPECT_EQ(element->getString(L"n", L"none"), L"none");
+    EXPECT_TRUE(element->getBool(L"N", true));
+    EXPECT_FALSE(element->getBool(L"b", true));
+    EXPECT_TRUE(element->hasString(L"z") && element->hasNum(L"n") && element->hasBool(L"b"));
+    EXPECT_FALSE(element->hasString(L"n") || element->hasNum(L"b") || element->hasBool(L"t"));
+    EXPECT_EQ(element->getChild(L"n"), nullptr);
+    EXPECT_EQ(element->getChild(9u), nullptr);
+    EXPECT_TRUE(element->getString(9u).empty() && element->getStringAttribName(9u).empty());
+}
+
+TEST(JsonBuilder, whatItWritesReadsBackTheSame)
+{
+    for (unsigned seed = 0; seed < 2000; ++seed)
+    {
+        JSON::Builder builder;
+        builder.startChild(nullptr);
+        const std::shared_ptr<Model> model = RandomTree(seed).write(builder, 4);
+        builder.endChild();
+        const std::string text = printed(builder, 3);
+        ASSERT_TRUE(sameTree(JSON::parse(std::string_view(text)), model.get())) << text;
+    }
+}
+
+TEST(JsonBuilder, linesAreAsPeopleReadThem)
+{
+    JSON::Builder builder;
+    builder.startChild(nullptr);
+    builder.add(L"whole", -7);
+    builder.add(L"long", 1L << 40);
+    builder.add(L"float", 0.1f);
+    builder.add(L"large", 1e22);
+    builder.add(L"infinite", std::numeric_limits<double>::infinity());
+    builder.add(L"null", static_cast<const wchar_t*>(nullptr));
+    builder.startArray(L"list");
+    builder.add(nullptr, 1);
+    builder.startChild(L"");
+    builder.add(L"a\"b", L"c\td", true);
+    builder.add(L"raw", L"\\u00e4", false);
+    builder.endChild();
+    builder.endArray();
+    builder.add(L"\u00e4", true);
+    builder.endChild();
+    EXPECT_EQ(printed(builder, 2), "{\n"
+                                   "  \"whole\" : -7,\n"
+                                   "  \"long\" : 1099511627776,\n"
+                                   "  \"float\" : 0.1,\n"
+                                   "  \"large\" : 10000000000000000000000,\n"
+                                   "  \"infinite\" : null,\n"
+                                   "  \"null\" : null,\n"
+                                   "  \"list\" : [\n"
+                                   "    1,\n"
+                                   "    {\n"
+                                   "      \"a\\\"b\" : \"c\\td\",\n"
+                                   "      \"raw\" : \"\\u00e4\"\n"
+                                   "    }\n"
+                                   "  ],\n"
+                                   "  \"\xC3\xA4\" : true\n"
+                                   "}\n");
+    EXPECT_EQ(builder.getOutput().at(14), L"\"\u00e4\" : true");
+    const Wide escaped = JSON::Builder::makePrintable(L"a\\\r\n");
+    EXPECT_EQ(escaped, L"a\\\\\\r\\n");
+    EXPECT_EQ(escaped.capacity(), 9u);
+}
+
+TEST(JsonBuilder, strayClosingIsReportedAndWritten)
+{
+    JSON::Builder builder;
+    builder.endChild();
+    builder.add(L"a", 1);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> report(std::tmpfile(), std::fclose);
+    Mw::setDiagnosticStream(report.get());
+    EXPECT_EQ(printed(builder, 4), "},\n\"a\" : 1\n");
+    Mw::setDiagnosticStream(nullptr);
+    std::rewind(report.get());
+    char line[128] = "";
+    ASSERT_TRUE(std::fgets(line, sizeof line, report.get()));
+    EXPECT_EQ(std::string_view(line).substr(0, 35), "assertion failed indentSize >= 0 at");
+}
