@@ -18,6 +18,8 @@ struct TapeSpan
     int in = 0;
     int length = 0;
     bool dropFrame = false; // how its labels count
+
+    bool operator==(const TapeSpan&) const = default;
 };
 
 struct Transition
@@ -36,6 +38,8 @@ struct Transition
     int wipe = 0;         // the number of its pattern
     int lengthFrames = 0; // 0 for cuts and backgrounds
     bool fade = false;    // a key line marked "(F)"
+
+    bool operator==(const Transition&) const = default;
 };
 
 // The speed that a tape runs at, in thousandths of a frame a second: 0 is a frozen frame, below 0 reversed.
@@ -44,6 +48,8 @@ struct TapeSpeed
     int thousandths = 0;
     int from = 0; // the frame of the source that it begins at
     bool dropFrame = false;
+
+    bool operator==(const TapeSpeed&) const = default;
 };
 
 // One line of an event.
@@ -56,6 +62,8 @@ struct Edit
     TapeSpan record;
     std::optional<TapeSpeed> speed;
     std::vector<int> addedAudio; // further audio tracks, as AUD lines name them
+
+    bool operator==(const Edit&) const = default;
 };
 
 struct Event
@@ -64,6 +72,8 @@ struct Event
     Cookie cookie;
     std::vector<Edit> edits;
     std::vector<Text> notes;
+
+    bool operator==(const Event&) const = default;
 };
 
 struct EditList

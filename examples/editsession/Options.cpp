@@ -70,6 +70,12 @@ Text setPlay(Options& options, const Text& value)
     return {};
 }
 
+Text setKeep(Options& options, const Text& value)
+{
+    options.keep = value;
+    return value.empty() ? "a directory is needed" : "";
+}
+
 Text setHelp(Options& options, const Text&)
 {
     options.help = true;
@@ -92,6 +98,7 @@ constexpr Option knownOptions[] = {
     {"--default-list", true, setDefaultList},
     {"--again", false, setAgain},
     {"--play", true, setPlay},
+    {"--keep", true, setKeep},
     {"--help", false, setHelp},
     {"-h", false, setHelp},
 };
@@ -191,6 +198,7 @@ const char* helpText()
            "                      given\n"
            "  --again             what is not given, the list included, is as in the run before\n"
            "  --play FIRST-LAST   what a player's position and marks show while it plays these events\n"
+           "  --keep DIRECTORY    keeps the file that the events were stored in, for swapcheck\n"
            "  --default-list FILE the list to read if none is named\n"
            "  --help              this text\n"
            "\n"

@@ -17,6 +17,7 @@ struct Options
     Text defaultList;   // what `list` is if no list is named
     bool again = false; // use the options used last
     EventRange play;    // the events to play after the list is printed
+    Text keep;          // the directory for the file of stored events; empty if it is not to stay
     bool help = false;
 };
 

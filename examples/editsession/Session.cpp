@@ -3,6 +3,7 @@
 #include "examples/editsession/EditListPrinter.h"
 #include "examples/editsession/EditListReader.h"
 #include "examples/editsession/EventCookies.h"
+#include "examples/editsession/EventStore.h"
 #include "examples/editsession/InputFile.h"
 #include "misc/settings/config.h"
 
@@ -32,7 +33,7 @@ ExitStatus Session::run()
     }
     EditList list = readList(text);
     nameEvents(list);
-    if (!show(EditListPrinter(list, options_.gauge).print()) || !play(list))
+    if (!show(EditListPrinter(list, options_.gauge).print()) || !play(list) || !store(list))
         return Failed;
     return refused_ == 0 ? AllRead : LinesRefused;
 }
@@ -62,6 +63,25 @@ bool Session::play(const EditList& list) const
         return show("\n" + seen);
     complain(formatted("--play: the list has no events from %d to %d", options_.play.first, options_.play.last));
     return false;
+}
+
+bool Session::store(const EditList& list) const
+{
+    Text reason;
+    const Text file = storeEvents(list, options_.keep, reason);
+    if (!reason.empty())
+    {
+        complain(reason);
+        return false;
+    }
+    Text line = formatted("\n%zu events stored and read back, all equal", list.events.size());
+    if (!options_.keep.empty() && !file.empty())
+    {
+        line += ", in ";
+        line += printable(file);
+    }
+    line += '\n';
+    return show(line);
 }
 
 void complain(const Text& message)

@@ -25,6 +25,7 @@ private:
     EditList readList(const std::string& text);
     static void nameEvents(EditList& list);
     bool play(const EditList& list) const;
+    bool store(const EditList& list) const;
 
     const Options options_;
     unsigned refused_ = 0;

@@ -133,6 +133,18 @@ TEST(Program, failsWithAMessageOfItsOwn)
     EXPECT_EQ(run("--help", onlyOutput).status, 0);
 }
 
+TEST(Program, keepsItsStoredEventsForSwapcheck)
+{
+    const TempFolder folder;
+    const std::string kept = folder.path() / "kept";
+    const std::string file = kept + "/P0030001.odb";
+    EXPECT_NE(run("--keep " + kept + " damaged.edl", onlyOutput)
+                  .output.find("\n3 events stored and read back, all equal, in " + file + "\n"),
+              std::string::npos);
+    EXPECT_EQ(std::system(("'" SWAPCHECK "' '" + file + "' | grep -q '^3 whole, 0 damaged'").c_str()), 0);
+    EXPECT_EQ(run("--keep /dev/null damaged.edl", onlyOutput).status, 2);
+}
+
 TEST(Program, readsAPipe)
 {
     EXPECT_EQ(run("/dev/stdin <coastline.edl", "2>&1").output, run("coastline.edl", "2>&1").output);
