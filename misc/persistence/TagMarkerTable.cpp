@@ -434,7 +434,7 @@ bool TagMarkerTable::findPlaces()
     auto file = std::make_unique<StreamFile>();
     if (!file->open(fileName(), iFile::eOpenExisting))
         return false;
-    readAll(*file, "reOpen", uncovered, unread,
+    readAll(*file, "reOpen()", uncovered, unread,
             [&](const Mw::Ptr<Taggable>& object, const Span& place)
             {
                 const auto marker = expected.find(object->id());
