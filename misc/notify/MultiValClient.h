@@ -78,9 +78,9 @@ private:
 // Watches the values of any number of servers, and the batches of their managers. It owns neither, and lets go of
 // a server or manager that goes.
 //
-// At its end it watches nothing any more. One that is called from other threads calls deregisterFromAll in the
-// destructor of its own class, since a call may come in until then. It may be destroyed within its own call.
-// Threads: calls come on those that write to the servers; everything else is for one thread at a time.
+// At its end it watches nothing any more. It may be destroyed within its own call. Threads: calls come on those that
+// write to the servers; everything else, and the end of servers, is for one thread at a time. One that is called
+// from other threads calls deregisterFromAll in the destructor of its own class, since calls may come until then.
 template <class T>
 class MISC_API MultiValClient : public Notifiable, public ValClientBase
 {

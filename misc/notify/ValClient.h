@@ -32,9 +32,10 @@ private:
 // Mirrors the value of one server and is called when it changes. It doesn't own the server, whose end it
 // survives: it then has none, and reads as a default T.
 //
-// A client deregisters at its end. One that is called from other threads deregisters, by registerWith(nullptr), in
-// the destructor of its own class, since a call may come in until then. It may be destroyed within its own
-// call. Threads: as the server says of the value; the client itself is used by one thread at a time.
+// A client deregisters at its end, and may be destroyed within its own call. Threads: calls come on those that write
+// to the server; everything else, and the end of the server, is for one thread at a time. A client that is called
+// from other threads registers once its own class stands and deregisters, by registerWith(nullptr), in the destructor
+// of that class, since calls may come in between.
 template <class T>
 class MISC_API ValClient
 {
@@ -51,7 +52,7 @@ public:
     virtual void valChangedNtfy() = 0;
     virtual void valPreChangedNtfy() {}
 
-    ValServer<T>* getValServer() const noexcept { return server; }
+    ValServer<T>* getValServer() const noexcept { return server.load(std::memory_order_relaxed); }
 
     // The server's value, read without a lock; without a server a default T.
     T getServerValue() const;
@@ -70,7 +71,8 @@ private:
     int handleValueChange(const NotifierEvent<T>& event);
 
     Mw::Ptr<Mw::Guard> guard;
-    ValServer<T>* server = nullptr;
+    // Calls on other threads read it.
+    std::atomic<ValServer<T>*> server{nullptr};
 };
 
 template <class T>
@@ -89,9 +91,9 @@ ValClient<T>::~ValClient()
 template <class T>
 void ValClient<T>::registerWith(ValServer<T>* newServer)
 {
-    if (newServer == server)
+    if (newServer == getValServer())
         return;
-    server = newServer;
+    server.store(newServer, std::memory_order_relaxed);
     if (newServer == nullptr)
     {
         guard.reset();
@@ -105,16 +107,18 @@ void ValClient<T>::registerWith(ValServer<T>* newServer)
 template <class T>
 T ValClient<T>::getServerValue() const
 {
-    return server != nullptr ? server->getValue() : T();
+    const ValServer<T>* const followed = getValServer();
+    return followed != nullptr ? followed->getValue() : T();
 }
 
 template <class T>
 T ValClient<T>::setServerValue(const T& newValue)
 {
-    if (server == nullptr)
+    ValServer<T>* const followed = getValServer();
+    if (followed == nullptr)
         return newValue;
     const detail::ClientWrite write(this);
-    *server = newValue;
+    *followed = newValue;
     return write.clientLives() ? getServerValue() : T();
 }
 
@@ -135,7 +139,7 @@ int ValClient<T>::handleValueChange(const NotifierEvent<T>& event)
     }
     else if (event.type == NotifyMsgTypeDictionary::destroyType)
     {
-        server = nullptr;
+        server.store(nullptr, std::memory_order_relaxed);
         guard.reset();
     }
     return 0;

@@ -121,7 +121,7 @@ TEST(Program, failsWithAMessageOfItsOwn)
     for (const char* const arguments :
          {"no-such-list.edl", ".", "", "--rate 26 coastline.edl", "--rate 24D2 coastline.edl", "--rate",
           "--gauge 70 coastline.edl", "--drop-frame coastline.edl", "--rate=30 --drop-frame night-ferry.edl",
-          "--fast coastline.edl", "--help=all", "coastline.edl night-ferry.edl"})
+          "--play 4 coastline.edl", "--fast coastline.edl", "--help=all", "coastline.edl night-ferry.edl"})
     {
         const Finished failed = run(arguments, "2>&1");
         EXPECT_EQ(failed.status, 2) << arguments;
@@ -169,6 +169,20 @@ TEST(Program, saysThatTheRunBeforeEndedBadly)
     EXPECT_EQ(runOn("coastline.edl", onlyErrors).output.find(message), 0u);
     EXPECT_EQ(nextNumber(), "114");
     EXPECT_EQ(runOn("coastline.edl", onlyErrors).output, "");
+}
+
+TEST(Program, showsWhatDisplaysSeeWhileItPlays)
+{
+    EXPECT_NE(run("--play 4-6 coastline.edl", onlyOutput)
+                  .output.find(" film\n\n"
+                               "marks  in 10:00:19:20  out 10:00:38:17\n"
+                               "  position  10:00:19:20\n"
+                               "  position  10:00:25:15\n"
+                               "  position  10:00:32:17\n"
+                               "  position  10:00:38:17\n"),
+              std::string::npos);
+    EXPECT_EQ(run("--play 6-4 coastline.edl", onlyErrors).output,
+              "editsession: --play: the list has no events from 6 to 4\n");
 }
 
 TEST(Program, usesTheOptionsOfTheRunBeforeWhenAsked)

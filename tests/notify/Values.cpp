@@ -313,7 +313,8 @@ TEST(ValServer, isWrittenWhileClientsComeAndGo)
                 server = i;
             else
             {
-                Watcher<int> passing(&server);
+                Watcher<int> passing;
+                passing.registerWith(&server);
                 MultiWatcher multi;
                 multi.registerWith(&server);
                 EXPECT_LT(passing.getServerValue(), 2000);
