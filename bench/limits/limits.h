@@ -16,6 +16,9 @@ extern "C"
     /* Stores so many numbers and looks each time whether there are clients, who must be none. */
     void limit_store_and_test(int* value, void** clients, size_t operations);
 
+    /* Exchanges a pair of words and adds to a count beside it, so many times two of each. */
+    void limit_exchange_pairs(size_t operations);
+
     /* Splits so many frame numbers into timecode fields and counts the fields back, frame after frame through
    the day from 1 on; gives the sum of the frames found. */
     long limit_fields(short fps, short drop_frame, size_t operations);

@@ -35,6 +35,8 @@ public:
 
     struct QueueItem
     {
+        QueueItem(Command&& command, unsigned itsPriority) noexcept : cmd(std::move(command)), priority(itsPriority) {}
+
         Command cmd;
         unsigned priority; // a smaller number is more urgent
 
@@ -54,10 +56,11 @@ public:
 
     void insert(Command cmd, unsigned priority)
     {
-        Items one;
-        one.push_back({std::move(cmd), priority});
         const BareEntry entry(safety_);
-        items_.splice(sorted_ ? placeFor(one.begin()) : items_.end(), one);
+        if (sorted_)
+            insertSorted(std::move(cmd), priority);
+        else
+            items_.emplace_back(std::move(cmd), priority);
     }
 
     // Runs the head, if there is one.
@@ -65,7 +68,7 @@ public:
     {
         Command cmd;
         if (take(cmd, Side::head, anyPriority))
-            cmd.execute(ctx);
+            cmd.executeAndRelease(ctx);
     }
 
     // Runs from the head until the queue is empty: what is inserted meanwhile is run as well.
@@ -145,14 +148,13 @@ private:
     void executeWhile(Side side, Wanted wanted, Ctx& ctx)
     {
         for (Command cmd; take(cmd, side, wanted);)
-            cmd.execute(ctx);
+            cmd.executeAndRelease(ctx);
     }
 
-    // Takes one command out, if the one on that side is wanted. What `cmd` held goes first, with no lock held.
+    // Takes one command out, if the one on that side is wanted. `cmd` is empty before.
     template <class Wanted>
     bool take(Command& cmd, Side side, Wanted wanted)
     {
-        cmd = Command();
         const Entry entry(safety_);
         if (items_.empty() || !wanted(at(side)->priority))
             return false;
@@ -179,24 +181,27 @@ private:
 
     Place at(Side side) noexcept { return side == Side::head ? items_.begin() : std::prev(items_.end()); }
 
-    // Where a new item of a sorted queue belongs: in front of the first one that is less urgent. The item is
-    // entered as the last of its run.
-    Place placeFor(Place item)
+    // In front of the first item that is less urgent, and so behind the last one of its run.
+    void insertSorted(Command&& cmd, unsigned priority)
     {
-        const auto run =
-            std::partition_point(lastOfRuns_.begin(), lastOfRuns_.end(),
-                                 [item](Place last) { return typename QueueItem::priority_greater()(*last, *item); });
-        if (run == lastOfRuns_.end())
-        {
-            lastOfRuns_.push_back(item);
-            return items_.begin();
-        }
-        const Place place = std::next(*run);
-        if ((*run)->priority == item->priority)
-            *run = item;
+        const auto run = std::partition_point(lastOfRuns_.begin(), lastOfRuns_.end(),
+                                              [priority](Place last) { return last->priority > priority; });
+        if (run != lastOfRuns_.end() && (*run)->priority == priority)
+            *run = items_.emplace(std::next(*run), std::move(cmd), priority);
         else
-            lastOfRuns_.insert(run, item);
-        return place;
+        {
+            const Place behind = run != lastOfRuns_.end() ? std::next(*run) : items_.begin();
+            const auto place = lastOfRuns_.insert(run, Place());
+            try
+            {
+                *place = items_.emplace(behind, std::move(cmd), priority);
+            }
+            catch (...)
+            {
+                lastOfRuns_.erase(place);
+                throw;
+            }
+        }
     }
 
     // Forgets an item that leaves the queue at one side.

@@ -138,17 +138,21 @@ public:
         return false;
     }
 
+    // The same for a caller that gives its reference away, which is let go after the run: what a queue does with
+    // a command that it has taken out, at two atomic instructions less.
+    virtual bool executeAndRelease(Ctx& ctx);
+
 protected:
     // One that `doesNothing` counts as the null command, and is not run.
     explicit CommandRep(bool doesNothing) noexcept : doesNothing_(doesNothing) {}
+
+    void addReference() noexcept { OS().atomics().increment(&refCount_); }
 
     Safety safety_{false};
 
 private:
     template <class, class>
     friend class Cmd;
-
-    void addReference() noexcept { OS().atomics().increment(&refCount_); }
 
     // True when this was the last one. The only owner needs no locked instruction: nobody else has a
     // reference, and so nobody can copy one.
@@ -159,6 +163,11 @@ private:
 
     int refCount_ = 0;
     const bool doesNothing_;
+};
+
+// Says that a handle takes over a reference which is counted already.
+struct Counted
+{
 };
 
 // A command: the handle by which it is held, copied and run. A handle may be empty; running an empty one stops
@@ -172,6 +181,7 @@ public:
 
     Cmd() noexcept = default;
     explicit Cmd(Rep* rep) noexcept : rep_(rep) { addReference(); }
+    Cmd(Rep* rep, Counted) noexcept : rep_(rep) {}
     Cmd(const Cmd& other) noexcept : rep_(other.rep_) { addReference(); }
     Cmd(Cmd&& other) noexcept : rep_(std::exchange(other.rep_, nullptr)) {}
     virtual ~Cmd() { dropReference(); }
@@ -189,16 +199,12 @@ public:
     }
 
     // Runs the command and gives its result; true for the null command, which runs nothing.
-    bool execute(Ctx& ctx)
+    bool execute(Ctx& ctx) { return isNullCommand() || (!isUninitialised() && rep_->execute(ctx)); }
+
+    // The same, and leaves the handle empty.
+    bool executeAndRelease(Ctx& ctx)
     {
-        if (isNullCommand())
-            return true;
-        if (rep_ == nullptr) [[unlikely]]
-        {
-            ErrorNullRep();
-            return false;
-        }
-        return rep_->execute(ctx);
+        return !isUninitialised() && std::exchange(rep_, nullptr)->executeAndRelease(ctx);
     }
 
     bool isValid() const noexcept { return rep_ != nullptr; }
@@ -209,6 +215,14 @@ public:
     bool operator==(const Cmd& other) const noexcept { return rep_ == other.rep_; }
 
 private:
+    // Stops the program if there is nothing to run.
+    bool isUninitialised() const
+    {
+        if (rep_ != nullptr) [[likely]]
+            return false;
+        ErrorNullRep();
+        return true;
+    }
     void swap(Cmd& other) noexcept { std::swap(rep_, other.rep_); }
     void addReference() noexcept
     {
@@ -223,6 +237,13 @@ private:
 
     Rep* rep_ = nullptr;
 };
+
+template <class Ctx, class Safety>
+bool CommandRep<Ctx, Safety>::executeAndRelease(Ctx& ctx)
+{
+    const Cmd<Ctx, Safety> last(this, Counted());
+    return execute(ctx);
+}
 
 // The command that does nothing. All of one kind are the same command.
 template <class Ctx, class Safety>
@@ -277,8 +298,12 @@ public:
 
     bool execute(Ctx& ctx) override
     {
-        // Destroyed after the lock is left, since this may go with it.
-        Handle handle(*this);
+        this->addReference();
+        return executeAndRelease(ctx);
+    }
+    bool executeAndRelease(Ctx& ctx) override
+    {
+        Handle handle(*this, Counted()); // destroyed after the lock is left, since this may go with it
         const ThreadSafetyTraits::Entry entry(this->safety_);
         return receiver_->execute(handle, ctx);
     }
@@ -300,7 +325,7 @@ public:
 
     // The receiver must outlive all runs of the command.
     explicit SmplCmd(Receiver<SmplCmd>& receiver) : Cmd<Ctx, Safety>(new Rep(receiver)) {}
-    explicit SmplCmd(Rep& rep) noexcept : Cmd<Ctx, Safety>(&rep) {}
+    SmplCmd(Rep& rep, Counted) noexcept : Cmd<Ctx, Safety>(&rep, Counted()) {}
 };
 
 template <class P, class Tag, class Ctx, class R, class Safety>
@@ -320,9 +345,14 @@ public:
     {
     }
 
-    bool execute(Ctx&) override
+    bool execute(Ctx& ctx) override
     {
-        Handle handle(*this);
+        this->addReference();
+        return executeAndRelease(ctx);
+    }
+    bool executeAndRelease(Ctx&) override
+    {
+        Handle handle(*this, Counted());
         const ThreadSafetyTraits::Entry entry(this->safety_);
         return receiver_->execute(handle, parameter_);
     }
@@ -367,7 +397,7 @@ public:
         : Cmd<Ctx, Safety>(new Rep(receiver, std::move(parameter)))
     {
     }
-    explicit ParamCmd(Rep& rep) noexcept : Cmd<Ctx, Safety>(&rep) {}
+    ParamCmd(Rep& rep, Counted) noexcept : Cmd<Ctx, Safety>(&rep, Counted()) {}
 
     // Binds the command, and so all handles that share it, to another parameter; not while it is empty.
     void bind(P parameter) { rep().setParameter(std::move(parameter)); }
@@ -401,7 +431,12 @@ public:
     // added run as well.
     bool execute(Ctx& ctx) override
     {
-        const Child self(this); // as for the other representations: a child may drop the last handle
+        this->addReference();
+        return executeAndRelease(ctx);
+    }
+    bool executeAndRelease(Ctx& ctx) override
+    {
+        const Child self(this, Counted()); // a child may drop the last handle
         const ThreadSafetyTraits::Entry entry(this->safety_);
         const Walk walk(*this);
         bool result = true;

@@ -197,7 +197,7 @@ template <class Safety, class Ctx>
 bool WorkerThreadQueue<Safety, Ctx>::executeCommand(ParamCmd& cmd, Ctx&)
 {
     Pair pair = cmd.rep().takeParameter();
-    return pair.cmd.execute(pair.context);
+    return pair.cmd.executeAndRelease(pair.context);
 }
 
 template <class Safety, class Ctx>
