@@ -2,12 +2,6 @@
 
 #include <functional>
 
-DLListRec::~DLListRec()
-{
-    if (list_ != nullptr)
-        list_->extract(this);
-}
-
 int DLListRec::compare(const DLListRec& other) const
 {
     if (this == &other)
@@ -18,9 +12,39 @@ int DLListRec::compare(const DLListRec& other) const
 DLList::~DLList()
 {
     for (Walk* walk = innermost_; walk != nullptr; walk = walk->outer_)
+    {
         walk->list_ = nullptr;
+        walk->current_ = nullptr;
+    }
     innermost_ = nullptr;
     clear();
+}
+
+DLListRec* DLList::Walk::nextOfRemoved() noexcept
+{
+    if (list_ == nullptr)
+        return nullptr;
+    isFirstCall_ = false;
+    current_ = list_->head();
+    // The head of an empty list and its marker are both null.
+    if (current_ == marker_)
+        return nullptr;
+    if (marker_ == nullptr)
+        marker_ = current_;
+    return current_;
+}
+
+// `place` is where the walk stands.
+void DLList::Walk::recordLeaves(const DLListRec* record, DLListRec* next, const DLListRec* place) noexcept
+{
+    const bool isCurrent = record == current_;
+    if (isCurrent)
+        current_ = nullptr;
+    if (record != marker_)
+        return;
+    // Where the record that is being called has gone, now or before, the one at its place is still to be called.
+    marker_ = isCurrent || (next == place && current_ == nullptr) ? nullptr : next;
+    isFirstCall_ = isFirstCall_ && isCurrent;
 }
 
 unsigned DLList::size() const noexcept
@@ -36,61 +60,35 @@ DLListRec* DLList::next(const DLListRec* record) const noexcept
     return record->next_ != head() ? record->next_ : nullptr;
 }
 
-bool DLList::append(DLListRec* record) noexcept
+// The place where a walk stands is the head for the innermost one, and for the one around it the head as it will be
+// when the inner one has ended: where that began, if what was called first is still there.
+DLListRec* DLList::Walk::placeAround(DLListRec* place) const noexcept
 {
-    if (record->list_ != nullptr)
-        return false;
-    DLListRec* const head = this->head();
-    record->next_ = head != nullptr ? head : record;
-    record->previous_ = head != nullptr ? head->previous_ : record;
-    record->next_->previous_ = record;
-    record->previous_->next_ = record;
-    record->list_ = this;
-    if (head == nullptr)
-        setHead(record);
-
-    // A walk that has called only records that are gone would take the new one, which now stands last, for
-    // one that is still to be called. It may be that in a first call only.
-    for (Walk* walk = innermost_; walk != nullptr && walk->marker_ == nullptr; walk = walk->outer_)
-        if (!walk->isFirstCall_)
-            walk->marker_ = record;
-    return true;
+    return marker_ != nullptr ? marker_ : place;
 }
 
-DLListRec* DLList::extract(DLListRec* record) noexcept
+// The record comes in before the head. A walk that began where it stands would take it for one that is still to be
+// called, and may do so in its first call only: else it ends at the record, and the walk around it goes on there.
+void DLList::joinsInWalk(DLListRec* record) noexcept
 {
-    if (record->list_ != this)
-        return nullptr;
-
-    DLListRec* const next = record->next_;
-    // The place where a walk stands: the head for the innermost one, and for the one around it the head as it
-    // will be when the inner one has ended.
-    const DLListRec* place = head();
+    DLListRec* place = head();
     for (Walk* walk = innermost_; walk != nullptr; walk = walk->outer_)
     {
-        const DLListRec* const marker = walk->marker_;
-        if (walk->current_ == record)
-            walk->current_ = nullptr;
-        if (marker == record)
-            walk->marker_ = next != place ? next : nullptr;
-        if (marker != nullptr)
-            place = marker;
+        if (place == head() && walk->isAtItsBeginning() && !walk->isFirstCall_)
+            walk->marker_ = record;
+        place = walk->placeAround(place);
     }
-
-    if (head() == record)
-        setHead(next != record ? next : nullptr);
-    next->previous_ = record->previous_;
-    record->previous_->next_ = next;
-    record->next_ = nullptr;
-    record->previous_ = nullptr;
-    record->list_ = nullptr;
-    return record;
 }
 
-void DLList::remove(DLListRec* record)
+void DLList::leavesInWalk(const DLListRec* record) noexcept
 {
-    if (extract(record) != nullptr && ownsRecords_)
-        delete record;
+    DLListRec* place = head();
+    for (Walk* walk = innermost_; walk != nullptr; walk = walk->outer_)
+    {
+        DLListRec* const placeAround = walk->placeAround(place);
+        walk->recordLeaves(record, record->next_, place);
+        place = placeAround;
+    }
 }
 
 void DLList::clear()

@@ -48,10 +48,10 @@ private:
 // - A record that is appended during the walk's first call is called, after all others. One that is appended
 //   during a later call is not called in this walk; it stands directly before the record whose call it was.
 // - A walk within a call begins with the record that the outer one is calling and has a marker of its own.
-//   A record that is appended in it follows the rule above for the inner walk. To the outer walk it stands
-//   where it was put: behind the last record, if it came in the first call of the inner walk, and so as if
-//   no inner walk ran; else directly before the record that the inner walk is calling, and the outer walk
-//   calls it if it comes to that place before it comes to its own marker.
+//   A record that is appended in it follows the rule above for the inner walk. For the outer walk it stands
+//   where it was put, and is called if the walk comes there before it comes to its own marker: behind the
+//   last record, if it came in the first call of the inner walk, so as if no inner walk ran, and else directly
+//   before the record that the inner walk is calling.
 // - A walk that an exception leaves first turns the list back to where the walk began.
 // - A walk whose list is destroyed in a call ends with that call and touches the list no more.
 //
@@ -60,8 +60,6 @@ private:
 class MISC_API DLList
 {
 public:
-    class Walk;
-
     explicit DLList(bool ownsRecords = false) noexcept : ownsRecords_(ownsRecords) {}
     // Ends all walks and takes out all records, which are deleted if the list owns them.
     ~DLList();
@@ -90,11 +88,25 @@ public:
     void remove(DLListRec* record);
     void clear();
 
-    // Walks: gives each record to `call`, whose result is ignored. False if the list was destroyed meanwhile.
+    // Walks: gives each record to `call`, whose result is ignored.
     template <class Call>
-    bool apply(Call&& call);
+    void apply(Call&& call)
+    {
+        apply(call, [](bool) {});
+    }
+
+    // The same, and calls `atEnd` when the walk is over, by an exception too: with false if the list was
+    // destroyed meanwhile, and else with true.
+    template <class Call, class AtEnd>
+    [[gnu::always_inline]] void apply(Call&& call, AtEnd&& atEnd);
 
 private:
+    class Walk;
+
+    // Put the walks in progress right before a record is at the end of the list, and before one goes.
+    void joinsInWalk(DLListRec* record) noexcept;
+    void leavesInWalk(const DLListRec* record) noexcept;
+
     void setHead(DLListRec* record) noexcept { head_.store(record, std::memory_order_relaxed); }
 
     // Atomic for the sake of `empty` alone.
@@ -103,72 +115,129 @@ private:
     bool ownsRecords_;
 };
 
-// A walk in progress, on the stack of whoever walks:
-//
-//     DLList::Walk walk(list);
-//     for (DLListRec* record = walk.first(); record != nullptr; record = walk.next())
-//
-// Walks of one list end in the reverse order of their beginnings.
+inline DLListRec::~DLListRec()
+{
+    if (list_ != nullptr) [[unlikely]]
+        list_->extract(this);
+}
+
+inline bool DLList::append(DLListRec* record) noexcept
+{
+    if (record->list_ != nullptr)
+        return false;
+    DLListRec* const head = this->head();
+    record->next_ = head != nullptr ? head : record;
+    record->previous_ = head != nullptr ? head->previous_ : record;
+    record->next_->previous_ = record;
+    record->previous_->next_ = record;
+    record->list_ = this;
+    if (innermost_ != nullptr) [[unlikely]]
+        joinsInWalk(record);
+    if (head == nullptr)
+        setHead(record);
+    return true;
+}
+
+inline DLListRec* DLList::extract(DLListRec* record) noexcept
+{
+    if (record->list_ != this)
+        return nullptr;
+    if (innermost_ != nullptr) [[unlikely]]
+        leavesInWalk(record);
+    DLListRec* const next = record->next_;
+    if (head() == record)
+        setHead(next != record ? next : nullptr);
+    next->previous_ = record->previous_;
+    record->previous_->next_ = next;
+    record->next_ = nullptr;
+    record->previous_ = nullptr;
+    record->list_ = nullptr;
+    return record;
+}
+
+inline void DLList::remove(DLListRec* record)
+{
+    if (extract(record) != nullptr && ownsRecords_)
+        delete record;
+}
+
+// A walk in progress, on the stack of `apply`. Walks of one list end in the reverse order of their beginnings.
 class DLList::Walk
 {
 public:
-    explicit Walk(DLList& list) noexcept : list_(&list), outer_(list.innermost_) { list.innermost_ = this; }
-    ~Walk() { end(); }
+    Walk(DLList& list, DLListRec* head) noexcept : list_(&list), outer_(list.innermost_), current_(head), marker_(head)
+    {
+        // The compiler doesn't see that the scope of `apply` takes it out again.
+        Walk* self = this;
+        asm("" : "+r"(self));
+        list.innermost_ = self;
+    }
     Walk(const Walk&) = delete;
     Walk& operator=(const Walk&) = delete;
 
-    // The record to call, null for none. `next` is for after the call, whatever it did.
-    DLListRec* first() noexcept { return current_ = list_->head(); }
-    DLListRec* next() noexcept;
+    // From the record that was called, which may be gone, to the next one to call. False at the end. The list
+    // is the one of the walk; it is used only if it still stands.
+    bool next(DLList& list, DLListRec*& record) noexcept;
 
-    // False once the list is destroyed.
-    bool listStands() const noexcept { return list_ != nullptr; }
-
-    // Turns the list back to where the walk began, if it isn't there, and lets go of it.
-    void end() noexcept;
+    // Turns the list back to where the walk began, if it isn't there. False if the list is destroyed.
+    bool end() noexcept;
 
 private:
     friend class DLList;
 
-    DLList* list_;
+    // Null at the end.
+    MISC_API DLListRec* nextOfRemoved() noexcept;
+    DLListRec* placeAround(DLListRec* place) const noexcept;
+    void recordLeaves(const DLListRec* record, DLListRec* next, const DLListRec* place) noexcept;
+
+    // Whether the place where the walk began is the one where it stands: all that were called are gone, apart
+    // from the one that is being called.
+    bool isAtItsBeginning() const noexcept { return marker_ == nullptr || marker_ == current_; }
+
+    DLList* list_; // null once it is destroyed
     Walk* const outer_;
-    DLListRec* current_ = nullptr; // the one that is being called, null once it is removed
-    DLListRec* marker_ = nullptr;  // the first one of those called that are still there
-    bool isFirstCall_ = true;
+    DLListRec* current_;      // the one that is being called, null once it is removed
+    DLListRec* marker_;       // the first one of those called that are still there
+    bool isFirstCall_ = true; // of use while the walk is at its beginning
 };
 
-inline DLListRec* DLList::Walk::next() noexcept
+inline bool DLList::Walk::next(DLList& list, DLListRec*& record) noexcept
 {
-    if (list_ == nullptr) [[unlikely]]
-        return nullptr;
-    isFirstCall_ = false;
-    if (current_ != nullptr) [[likely]]
-    {
-        if (marker_ == nullptr)
-            marker_ = current_;
-        list_->setHead(current_->next_);
-    }
-    // The head of an empty list and its marker are both null.
-    DLListRec* const head = list_->head();
-    current_ = head != marker_ ? head : nullptr;
-    return current_;
+    if (current_ != record) [[unlikely]]
+        return (record = nextOfRemoved()) != nullptr;
+    record = record->next_;
+    list.setHead(record);
+    current_ = record;
+    return record != marker_;
 }
 
-inline void DLList::Walk::end() noexcept
+inline bool DLList::Walk::end() noexcept
 {
-    if (list_ == nullptr)
-        return;
+    if (list_ == nullptr) [[unlikely]]
+        return false;
     if (marker_ != nullptr)
         list_->setHead(marker_);
     list_->innermost_ = outer_;
-    list_ = nullptr;
+    return true;
 }
 
-template <class Call>
-bool DLList::apply(Call&& call)
+// Inlined by order: what the two operations hold stays in registers then.
+template <class Call, class AtEnd>
+inline void DLList::apply(Call&& call, AtEnd&& atEnd)
 {
-    Walk walk(*this);
-    for (DLListRec* record = walk.first(); record != nullptr; record = walk.next())
+    struct Scope
+    {
+        ~Scope() { atEnd_(walk_.end()); }
+
+        Walk& walk_;
+        AtEnd& atEnd_;
+    };
+    DLListRec* record = head();
+    Walk walk(*this, record);
+    const Scope scope{walk, atEnd};
+    if (record == nullptr)
+        return;
+    do
         call(record);
-    return walk.listStands();
+    while (walk.next(*this, record));
 }

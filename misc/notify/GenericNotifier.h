@@ -3,9 +3,6 @@
 #include "Mw/Callback.h"
 #include "misc/notify/NotifierBase.h"
 
-#include <memory>
-#include <optional>
-
 // A registration for messages of class T.
 template <class T>
 class CallbackInvoker final : public CallbackInvokerBase
@@ -69,25 +66,19 @@ public:
 protected:
     // As issueNotification, with the message that `make` gives under the lock, if there are clients.
     template <class Make>
-    void issueMade(const Make& make, int type) const;
+    [[gnu::always_inline]] void issueMade(const Make& make, int type) const;
 
 private:
-    struct Context
-    {
-        template <class Make>
-        Context(const Make& make, int type) : msg(make()), type(type)
-        {
-        }
-
-        T msg;
-        int type;
-    };
+    template <class Make>
+    [[gnu::noinline]] void issueRecorded(const Make& make, int type) const;
 
     // `before` is told of each callback that is about to be called.
     template <class Make, class Before>
-    void callClients(const Make& make, int type, Before before) const;
+    [[gnu::always_inline]] void callClients(const Make& make, int type, Before before) const;
+    template <class Make>
+    T madeInLock(const Make& make) const;
     template <class Before>
-    static void listCallback(DLListRec* record, const Context& context, Before& before);
+    static void listCallback(DLListRec* record, const T& msg, int type, Before& before);
 };
 
 template <class T>
@@ -98,40 +89,63 @@ void GenericNotifier<T>::issueNotification(const T& msg, int type) const
 
 template <class T>
 template <class Make>
-void GenericNotifier<T>::issueMade(const Make& make, int type) const
+inline void GenericNotifier<T>::issueMade(const Make& make, int type) const
 {
-    if (!NotifierRecorder::isOn()) [[likely]]
-        return callClients(make, type, [](const Callback&) {});
+    if (NotifierRecorder::isOn()) [[unlikely]]
+        return issueRecorded(make, type);
+    callClients(make, type, [](const Callback&) {});
+}
+
+template <class T>
+template <class Make>
+void GenericNotifier<T>::issueRecorded(const Make& make, int type) const
+{
     NotifierRecorder::Entry entry(*this);
     callClients(make, type, [&entry](const Callback& callback) { entry.calls(typeid(callback)); });
 }
 
 template <class T>
 template <class Make, class Before>
-void GenericNotifier<T>::callClients(const Make& make, int type, Before before) const
+inline void GenericNotifier<T>::callClients(const Make& make, int type, Before before) const
 {
+    lock_.enter();
+    if (clients_.empty())
+        return lock_.leave();
     // Outlives the lock: what the copy holds may have much to destroy.
-    std::optional<Context> context;
-    Issue issue(*this);
-    DLListRec* record = issue.walk().first();
-    if (record == nullptr)
-        return;
-    context.emplace(make, type);
-    for (; record != nullptr; record = issue.walk().next())
-        listCallback(record, *context, before);
+    const T msg = madeInLock(make);
+    clients_.apply([&msg, &before, type](DLListRec* record) { listCallback(record, msg, type, before); },
+                   [this](bool stands)
+                   {
+                       // The lock goes with the list.
+                       if (stands)
+                           lock_.leave();
+                   });
+}
+
+template <class T>
+template <class Make>
+inline T GenericNotifier<T>::madeInLock(const Make& make) const
+try
+{
+    return make();
+}
+catch (...)
+{
+    lock_.leave();
+    throw;
 }
 
 // The call comes last: it may destroy the record and the callback.
 template <class T>
 template <class Before>
-void GenericNotifier<T>::listCallback(DLListRec* record, const Context& context, Before& before)
+inline void GenericNotifier<T>::listCallback(DLListRec* record, const T& msg, int type, Before& before)
 {
     const auto* const invoker = static_cast<const CallbackInvoker<T>*>(record);
-    if (!invoker->typeMatch(context.type))
+    if (!invoker->typeMatch(type))
         return;
     Callback* const callback = invoker->callback();
     before(*callback);
-    callback->execute(context.msg);
+    callback->execute(msg);
 }
 
 template <class T>

@@ -21,7 +21,8 @@ Notifiable::~Notifiable()
 {
     while (DLListRec* const record = buffered_.head())
     {
-        auto* const rep = static_cast<NotifyMsgRep*>(buffered_.extract(record));
+        auto* const rep = static_cast<NotifyMsgRep*>(record);
+        buffered_.extract(rep);
         if (rep->decRef() == 0)
             delete rep;
     }

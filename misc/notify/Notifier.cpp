@@ -15,5 +15,5 @@ void Notifier::issueNotification(const NotifyMsg& msg, int type) const
     if (NotifyMsgRep* const rep = msg.rep())
         rep->setSender(const_cast<Notifier*>(this));
     msg.setType(type);
-    GenericNotifier<NotifyMsg>::issueNotification(msg, type);
+    issueMade([&msg]() -> const NotifyMsg& { return msg; }, type);
 }

@@ -1,0 +1,153 @@
+#include "misc/diagnostics/Log.h"
+#include "misc/notify/Notifier.h"
+#include "misc/notify/NotifierEvent.h"
+#include "platform/ThreadSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <string>
+
+namespace
+{
+
+using Event = NotifierEvent<int>;
+using EventNotifier = GenericNotifier<Event>;
+
+// Calls a function when it is told, until it is poisoned.
+struct Client
+{
+    std::function<void()> act;
+    std::atomic<bool> isThere{true};
+
+    ~Client() { isThere = false; }
+    int take(const Event&)
+    {
+        EXPECT_TRUE(isThere);
+        if (act)
+            act();
+        return 0;
+    }
+    Mw::Ptr<Mw::Guard> at(EventNotifier& notifier)
+    {
+        return notifier.registerNotification(Mw::makePtr<MethodCallback<Client, Event>>(this, &Client::take));
+    }
+};
+
+// What is logged while it stands.
+class Logged
+{
+public:
+    Logged() { SetLogOutput(file_); }
+    ~Logged()
+    {
+        SetLogOutput(nullptr);
+        std::fclose(file_);
+    }
+    std::string text()
+    {
+        std::string all(static_cast<std::size_t>(std::ftell(file_)), ' ');
+        std::rewind(file_);
+        all.resize(std::fread(all.data(), 1, all.size(), file_));
+        return all;
+    }
+
+private:
+    std::FILE* const file_ = std::tmpfile();
+};
+
+} // namespace
+
+TEST(NotifierThreads, clientsComeAndGoWhileOthersIssue)
+{
+    EventNotifier notifier;
+    std::atomic<int> inside{0};
+    const test::Crowd crowd(4,
+                            [&](int number)
+                            {
+                                for (int round = 0; round < 2000; ++round)
+                                {
+                                    Client client;
+                                    client.act = [&]
+                                    {
+                                        EXPECT_EQ(++inside, 1) << "callbacks of one notifier run at the same time";
+                                        --inside;
+                                    };
+                                    const Mw::Ptr<Mw::Guard> guard = client.at(notifier);
+                                    if ((round + number) % 2 == 0)
+                                        notifier.issueNotification({0, nullptr, round}, 2);
+                                }
+                            });
+}
+
+TEST(NotifierThreads, releasingAGuardWaitsForAWalkOnAnotherThread)
+{
+    EventNotifier notifier;
+    Client walking, leaving;
+    std::atomic<bool> inWalk{false}, released{false};
+    Mw::Ptr<Mw::Guard> guard = leaving.at(notifier);
+    walking.act = [&]
+    {
+        inWalk = true;
+        inWalk.notify_one();
+        // Long enough for a release that doesn't wait to be seen.
+        for (int i = 0; i < 200; ++i)
+        {
+            OS().threadMgr().yield();
+            EXPECT_FALSE(released);
+        }
+    };
+    const Mw::Ptr<Mw::Guard> walkingGuard = walking.at(notifier);
+    test::Runner releasing(
+        [&]
+        {
+            inWalk.wait(false);
+            guard.reset();
+            released = true;
+        });
+    notifier.issueNotification({}, 2);
+    releasing.join();
+    EXPECT_TRUE(released);
+}
+
+TEST(NotifierRecorder, logsNotifiersEnteredInBothOrdersOnceAndBeforeAnythingHangs)
+{
+    Logged logged;
+    NotifierRecorder::turn(true);
+    std::array<EventNotifier, 3> notifiers;
+    std::array<Client, 2> clients;
+    const auto enter = [&](int from, int to)
+    {
+        Client& client = clients[static_cast<std::size_t>(from)];
+        client.act = [&] { notifiers[static_cast<std::size_t>(to)].issueNotification({}, 2); };
+        const Mw::Ptr<Mw::Guard> guard = client.at(notifiers[static_cast<std::size_t>(from)]);
+        notifiers[static_cast<std::size_t>(from)].issueNotification({}, 2);
+    };
+    enter(0, 1);
+    enter(0, 2);
+    {
+        // The same address after a notifier's end is another notifier.
+        EventNotifier& reused = notifiers[1];
+        reused.~GenericNotifier();
+        new (&reused) EventNotifier;
+    }
+    enter(1, 0);
+    EXPECT_EQ(logged.text(), "");
+    {
+        const test::Runner other([&] { enter(0, 1); });
+    }
+    enter(1, 0);
+    NotifierRecorder::turn(false);
+    enter(0, 1);
+
+    const std::string text = logged.text();
+    char first[32], second[32];
+    std::snprintf(first, sizeof first, "%p of ", static_cast<void*>(&notifiers[0]));
+    std::snprintf(second, sizeof second, "%p", static_cast<void*>(&notifiers[1]));
+    EXPECT_NE(text.find(second), std::string::npos) << text;
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
+    const std::size_t callback = text.find("MethodCallback<(anonymous namespace)::Client");
+    EXPECT_NE(text.find("MethodCallback<(anonymous namespace)::Client", callback + 1), std::string::npos) << text;
+}
