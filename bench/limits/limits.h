@@ -19,6 +19,9 @@ extern "C"
     /* Exchanges a pair of words and adds to a count beside it, so many times two of each. */
     void limit_exchange_pairs(size_t operations);
 
+    /* Allocates two blocks, enters and leaves a recursive mutex twice, and frees them, so many times. */
+    void limit_allocate_and_lock(size_t operations);
+
     /* Splits so many frame numbers into timecode fields and counts the fields back, frame after frame through
    the day from 1 on; gives the sum of the frames found. */
     long limit_fields(short fps, short drop_frame, size_t operations);

@@ -1,0 +1,137 @@
+// Area notify: what it costs to tell clients, and to become one and to leave again.
+//
+// Workload: clients that add a number (events) or count (messages) in a handler of their own, told by one
+// thread while a second one of the program sleeps. An event is a number with its type and source; a
+// message is a counted handle to a text. The walk is measured without the lock beside virtual calls over an
+// array of pointers.
+
+#include "bench/notify.h"
+
+#include "bench/harness/Keep.h"
+#include "bench/harness/Registry.h"
+#include "bench/limits/limits.h"
+#include "misc/notify/Notifier.h"
+#include "misc/notify/NotifierEvent.h"
+
+#include <deque>
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+using namespace bench::notify;
+using IntEvent = NotifierEvent<int>;
+
+// A notifier with clients, which lives to the end of the program.
+template <class Notifier, class Message>
+class Stage
+{
+public:
+    Stage(int count, int (Client::*handler)(const Message&)) : handler_(handler)
+    {
+        for (int i = 0; i < count; ++i)
+            guards_.push_back(registered());
+    }
+
+    Mw::Ptr<Mw::Guard> registered()
+    {
+        using Callback = MethodCallback<Client, Message>;
+        return notifier_.registerNotification(
+            Mw::Ptr<iCallbackBase<int, Message>>(new Callback(&clients_.emplace_back(), handler_)));
+    }
+    GenericNotifier<Message>& notifier() { return notifier_; }
+
+private:
+    int (Client::*handler_)(const Message&);
+    Notifier notifier_;
+    std::deque<Client> clients_;
+    std::vector<Mw::Ptr<Mw::Guard>> guards_;
+};
+
+// A record that is called directly, for the walk alone.
+struct Record : DLListRec
+{
+    virtual void call(int value) { client.takeEvent(IntEvent{0, nullptr, value}); }
+    Client client;
+};
+
+void addIssue(bench::Registry& registry, int count)
+{
+    // A tenth more for ten, where the lock's lead is used up and the walk's set-up still counts.
+    const double ratio = count == 10 ? 1.1 : 1.0;
+    registry.declare({eventCase(count),
+                      "Issues a NotifierEvent<int> to so many clients.",
+                      {{ratio, "vector"}, {0.2, "boost::signals2"}}});
+    registry.declare({messageCase(count),
+                      "Issues a NotifyMsg to so many clients.",
+                      {{ratio, "vector and a handle"}, {0.2, "boost::signals2"}}});
+
+    using EventStage = Stage<GenericNotifier<IntEvent>, IntEvent>;
+    auto* const events = new EventStage(count, &Client::takeEvent<IntEvent>);
+    registry.ours(eventCase(count),
+                  [&notifier = events->notifier(), number = 0]() mutable {
+                      bench::hidden(&notifier)->issueNotification(IntEvent{0, nullptr, ++number}, 2);
+                  });
+
+    auto* const messages = new Stage<Notifier, NotifyMsg>(count, &Client::takeMessage<NotifyMsg>);
+    registry.ours(messageCase(count), [&notifier = messages->notifier(), message = NotifyMsg("changed", {})]
+                  { bench::hidden(&notifier)->issueNotification(message, 2); });
+}
+
+void addWalk(bench::Registry& registry, int count)
+{
+    registry.declare({walkCase(count),
+                      "Walks over so many records, without a lock, and calls a virtual operation of each.",
+                      {{1.5, bench::theLimit}}});
+    auto* const list = new DLList;
+    auto* const records = new std::vector<Record*>;
+    for (int i = 0; i < count; ++i)
+    {
+        records->push_back(new Record);
+        list->append(records->back());
+    }
+    registry.ours(walkCase(count),
+                  [list, number = 0]() mutable {
+                      list->apply([value = ++number](DLListRec* record) { static_cast<Record*>(record)->call(value); });
+                  });
+    registry.add(walkCase(count), {bench::Role::limit, "virtual calls",
+                                   [records, number = 0](std::size_t times) mutable
+                                   {
+                                       for (; times != 0; --times, ++number)
+                                           for (Record* const record : *bench::hidden(records))
+                                               record->call(number);
+                                   }});
+}
+
+void addRegister(bench::Registry& registry, int others)
+{
+    registry.declare({registerCase(others),
+                      "Registers a client at a notifier with so many others, and releases it.",
+                      {{1.5, bench::theLimit}}});
+    using EventStage = Stage<GenericNotifier<IntEvent>, IntEvent>;
+    auto* const events = new EventStage(others, &Client::takeEvent<IntEvent>);
+    static Client client;
+    const Mw::Ptr<iCallbackBase<int, IntEvent>> callback(
+        new MethodCallback<Client, IntEvent>(&client, &Client::takeEvent<IntEvent>));
+    registry.ours(registerCase(others),
+                  [events, callback]
+                  {
+                      Mw::Ptr<Mw::Guard> guard = events->notifier().registerNotification(callback, 2);
+                      bench::keep(guard);
+                  });
+    registry.add(registerCase(others), {bench::Role::limit, "two allocations and two locks", limit_allocate_and_lock});
+}
+
+const bench::Registration registration(
+    [](bench::Registry& registry)
+    {
+        for (const int count : issueCounts)
+            addIssue(registry, count);
+        for (const int count : issueCounts)
+            addWalk(registry, count);
+        for (const int others : registeredCounts)
+            addRegister(registry, others);
+    });
+
+} // namespace
