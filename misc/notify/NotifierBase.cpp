@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cstdio>
 #include <memory>
-#include <string>
 
 namespace
 {
@@ -85,16 +84,20 @@ LightweightString<char> NotifierBase::clientsText() const
 {
     const auto& types = NotifyMsgTypeDictionary::instance();
     LightweightString<char> text;
-    const CriticalSection::Lock lock(lock_);
-    unsigned number = 0;
-    for (const DLListRec* record = clients_.head(); record != nullptr; record = clients_.next(record))
+    const auto addLines = [&]
     {
-        const auto& client = static_cast<const CallbackInvokerBase&>(*record);
-        char place[64];
-        std::snprintf(place, sizeof place, " at %p\n", client.callbackAddress());
-        text += LightweightString<char>(std::to_string(++number).c_str()) + " " + types.msgTypeName(client.msgType()) +
-                " " + typeName(client.callbackType()) + place;
-    }
+        unsigned number = 0;
+        for (const DLListRec* record = clients_.head(); record != nullptr; record = clients_.next(record))
+        {
+            const auto& client = static_cast<const CallbackInvokerBase&>(*record);
+            char first[16], last[32];
+            std::snprintf(first, sizeof first, "%u ", ++number);
+            std::snprintf(last, sizeof last, " at %p\n", client.callbackAddress());
+            text += first;
+            text += types.msgTypeName(client.msgType()) + " " + typeName(client.callbackType()) + last;
+        }
+    };
+    inside(*this, lock_, addLines);
     return text;
 }
 

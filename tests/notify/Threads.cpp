@@ -5,9 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <functional>
+#include <memory>
 #include <string>
 
 namespace
@@ -34,28 +37,6 @@ struct Client
     {
         return notifier.registerNotification(Mw::makePtr<MethodCallback<Client, Event>>(this, &Client::take));
     }
-};
-
-// What is logged while it stands.
-class Logged
-{
-public:
-    Logged() { SetLogOutput(file_); }
-    ~Logged()
-    {
-        SetLogOutput(nullptr);
-        std::fclose(file_);
-    }
-    std::string text()
-    {
-        std::string all(static_cast<std::size_t>(std::ftell(file_)), ' ');
-        std::rewind(file_);
-        all.resize(std::fread(all.data(), 1, all.size(), file_));
-        return all;
-    }
-
-private:
-    std::FILE* const file_ = std::tmpfile();
 };
 
 } // namespace
@@ -114,39 +95,39 @@ TEST(NotifierThreads, releasingAGuardWaitsForAWalkOnAnotherThread)
 
 TEST(NotifierRecorder, logsNotifiersEnteredInBothOrdersOnceAndBeforeAnythingHangs)
 {
-    Logged logged;
+    std::FILE* const log = std::tmpfile();
+    SetLogOutput(log);
     NotifierRecorder::turn(true);
     std::array<EventNotifier, 3> notifiers;
-    std::array<Client, 2> clients;
-    const auto enter = [&](int from, int to)
+    const auto enter = [&](std::size_t from, std::size_t to)
     {
-        Client& client = clients[static_cast<std::size_t>(from)];
-        client.act = [&] { notifiers[static_cast<std::size_t>(to)].issueNotification({}, 2); };
-        const Mw::Ptr<Mw::Guard> guard = client.at(notifiers[static_cast<std::size_t>(from)]);
-        notifiers[static_cast<std::size_t>(from)].issueNotification({}, 2);
+        Client client;
+        client.act = [&] { notifiers[to].issueNotification({}, 2); };
+        const Mw::Ptr<Mw::Guard> guard = client.at(notifiers[from]);
+        notifiers[from].issueNotification({}, 2);
     };
     enter(0, 1);
     enter(0, 2);
-    {
-        // The same address after a notifier's end is another notifier.
-        EventNotifier& reused = notifiers[1];
-        reused.~GenericNotifier();
-        new (&reused) EventNotifier;
-    }
+    // At the same address stands another notifier now.
+    std::destroy_at(&notifiers[1]);
+    std::construct_at(&notifiers[1]);
     enter(1, 0);
-    EXPECT_EQ(logged.text(), "");
+    EXPECT_EQ(std::ftell(log), 0);
     {
         const test::Runner other([&] { enter(0, 1); });
     }
     enter(1, 0);
     NotifierRecorder::turn(false);
     enter(0, 1);
+    SetLogOutput(nullptr);
 
-    const std::string text = logged.text();
-    char first[32], second[32];
-    std::snprintf(first, sizeof first, "%p of ", static_cast<void*>(&notifiers[0]));
-    std::snprintf(second, sizeof second, "%p", static_cast<void*>(&notifiers[1]));
-    EXPECT_NE(text.find(second), std::string::npos) << text;
+    std::string text(static_cast<std::size_t>(std::ftell(log)), ' ');
+    std::rewind(log);
+    text.resize(std::fread(text.data(), 1, text.size(), log));
+    std::fclose(log);
+    char both[64];
+    std::snprintf(both, sizeof both, "at %p, and ", static_cast<void*>(&notifiers[0]));
+    EXPECT_NE(text.find(both), std::string::npos) << text;
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
     const std::size_t callback = text.find("MethodCallback<(anonymous namespace)::Client");
     EXPECT_NE(text.find("MethodCallback<(anonymous namespace)::Client", callback + 1), std::string::npos) << text;
