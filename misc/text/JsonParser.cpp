@@ -65,9 +65,10 @@ double outOfRange(const char* p) noexcept
 }
 
 constexpr std::ptrdiff_t mostDigits = 19; // so many fit in 64 bits
-constexpr std::array<std::uint64_t, mostDigits + 1> tenTo = []
+template <class Number>
+constexpr std::array<Number, mostDigits + 1> tenTo = []
 {
-    std::array<std::uint64_t, mostDigits + 1> powers{1};
+    std::array<Number, mostDigits + 1> powers{1};
     for (std::size_t i = 1; i < powers.size(); ++i)
         powers[i] = 10 * powers[i - 1];
     return powers;
@@ -97,7 +98,8 @@ const char* readDigits(const char* p, const char* end, std::uint64_t& number) no
             if (count == 0)
                 return p;
             // Those behind the last digit fall off, and zeros stand before the first.
-            number = number * tenTo[static_cast<std::size_t>(count)] + numberOfEight(digits << (64 - 8 * count));
+            number = number * tenTo<std::uint64_t>[static_cast<std::size_t>(count)] +
+                     numberOfEight(digits << (64 - 8 * count));
             p += count;
             if (count != 8)
                 return p;
@@ -130,7 +132,7 @@ const char* readDecimal(const char* const start, const char* end, double& value)
     {
         // Both are exact, and so the quotient is rounded once.
         const double size =
-            static_cast<double>(digits) / static_cast<double>(tenTo[static_cast<std::size_t>(decimals)]);
+            static_cast<double>(static_cast<std::int64_t>(digits)) / tenTo<double>[static_cast<std::size_t>(decimals)];
         value = isNegative && count != 0 ? -size : size;
     }
     else if (std::from_chars(start, p, value, std::chars_format::fixed).ec == std::errc::result_out_of_range)
@@ -297,7 +299,7 @@ private:
         case 'n':
             return readNull(p);
         default:
-            return Parser::isNumericChar(*p) ? readNumber(p) : failAtStrangeByte(p);
+            return Parser::isNumericChar(*p) ? readNumbers(p) : failAtStrangeByte(p);
         }
     }
 
@@ -335,9 +337,12 @@ private:
         return skipBlanksIfAny(p + 1);
     }
 
+    // None or one is most common.
     const char* skipBlanksIfAny(const char* p) const noexcept
     {
-        return p != end_ && isBlank(*p) ? skipBlanks(p + 1, end_) : p;
+        if (p == end_ || !isBlank(*p) || ++p == end_ || !isBlank(*p))
+            return p;
+        return skipBlanks(p + 1, end_);
     }
 
     bool isWord(const char* p, std::string_view word) const noexcept
@@ -363,14 +368,19 @@ private:
         return behindValue(p + 4);
     }
 
-    const char* readNumber(const char* p)
+    // A number, and those that follow in an array.
+    const char* readNumbers(const char* p)
     {
-        double value = 0;
-        p = readDecimal(p, end_, value);
-        while (p != end_ && Parser::isNumericChar(*p))
-            ++p;
-        members_[numbers].add(takeKey()).number = value;
-        return behindValue(p);
+        do
+        {
+            double value = 0;
+            p = readDecimal(p, end_, value);
+            while (p != end_ && Parser::isNumericChar(*p))
+                ++p;
+            members_[numbers].add(takeKey()).number = value;
+            p = behindValue(p);
+        } while (p != end_ && Parser::isNumericChar(*p));
+        return p;
     }
 
     // A text, from behind its quote: it is the value of the pending key, or becomes that. Names come again and again,

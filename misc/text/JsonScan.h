@@ -12,7 +12,7 @@ namespace JSON
 
 inline bool isBlank(char c) noexcept
 {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+    return static_cast<unsigned char>(c) <= ' ' && (c == ' ' || c == '\n' || c == '\t' || c == '\r');
 }
 
 inline bool endsText(char c) noexcept

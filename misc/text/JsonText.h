@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <string_view>
 
 namespace JSON
@@ -68,11 +67,16 @@ inline LightweightString<wchar_t> stringOf(const Text* text)
         return {};
     if (text->isWide)
         return LightweightString<wchar_t>(text->characters(), text->length);
-    wchar_t wide[32];
-    if (text->length > std::size(wide))
+    // Long ones are worth a call that takes them in blocks.
+    constexpr unsigned shortLength = 16;
+    if (text->length > shortLength)
         return Mw::wideFromUtf8(text->bytes(), text->length);
-    std::copy_n(text->bytes(), text->length, wide);
-    return LightweightString<wchar_t>(wide, text->length);
+    LightweightString<wchar_t>::ImplPtr wide = LightweightString<wchar_t>::createImpl(text->length, true);
+    const char* const bytes = text->bytes();
+    wchar_t* const characters = wide->characters();
+    for (unsigned i = 0; i < text->length; ++i)
+        characters[i] = bytes[i];
+    return LightweightString<wchar_t>(std::move(wide));
 }
 
 inline bool isSame(const Text* text, std::wstring_view other) noexcept
@@ -83,11 +87,14 @@ inline bool isSame(const Text* text, std::wstring_view other) noexcept
         return false;
     if (text->isWide)
         return std::wmemcmp(text->characters(), other.data(), text->length) == 0;
+    // Names of one length mostly differ in their first character or not at all.
     const char* const bytes = text->bytes();
-    for (unsigned i = 0; i < text->length; ++i)
-        if (bytes[i] != other[i])
-            return false;
-    return true;
+    if (bytes[0] != other[0])
+        return false;
+    int difference = 0;
+    for (std::size_t i = 1; i < other.size(); ++i)
+        difference |= bytes[i] ^ other[i];
+    return difference == 0;
 }
 
 inline bool isSame(const Text* text, std::string_view ascii) noexcept
