@@ -89,14 +89,4 @@ TEST(EditListPrinter, remarksStandUnderTheirEdit)
     EXPECT_EQ(lines[5], "    runs at -12.5 frames a second from 00:00:00:24");
 }
 
-TEST(EventCookies, areClassicAndReadBack)
-{
-    newEventCookie();
-    const Cookie second = newEventCookie();
-    const Text text = second.asString(true);
-    EXPECT_TRUE(Cookie::isValid(text.c_str())) << text.c_str();
-    EXPECT_EQ(Cookie(text.c_str(), true), second);
-    EXPECT_NE(newEventCookie(), second);
-}
-
 } // namespace

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <set>
 #include <string>
 #include <sys/mman.h>
 #include <thread>
@@ -110,13 +109,8 @@ TEST(StackTrace, canBeTakenByManyThreadsAtOnce)
 TEST(Debugger, clocksRunForwardAndATestCanMoveThem)
 {
     iDebugger& debugger = OS().debugger();
-    double before = debugger.getTimeMs();
-    for (int i = 0; i < 1000; ++i)
-    {
-        const double now = debugger.getPreciseTimeMs();
-        EXPECT_GE(now, before);
-        before = now;
-    }
+    const double before = debugger.getTimeMs();
+    EXPECT_GE(debugger.getPreciseTimeMs(), before);
     // Wall time in microseconds: later than 2020, before 2200.
     EXPECT_GT(debugger.getClock(), 1.577e15);
     EXPECT_LT(debugger.getClock(), 7.258e15);
@@ -131,46 +125,14 @@ TEST(Debugger, clocksRunForwardAndATestCanMoveThem)
     EXPECT_EQ(OS().debugger().widen(nullptr, 0xFFFFFFFFu), L"");
 }
 
-namespace
+TEST(Windowing, modifiersAreTheKeysThatAreDownOfTheFour)
 {
-
-class Grid : public iStatusWindow::iContents
-{
-public:
-    int width() override { return 10; }
-    int height() override { return 3; }
-    LightweightString<wchar_t> row(int y) override { return rows[static_cast<std::size_t>(y)]; }
-    bool takeChanged(int y) override { return changed.erase(y) != 0; }
-    void lock() override { ++locks; }
-    void unlock() override { --locks; }
-
-    std::vector<LightweightString<wchar_t>> rows{L"one  ", L"tw\u00F6", L"     "};
-    std::set<int> changed{0, 1, 2};
-    int locks = 0;
-};
-
-} // namespace
-
-TEST(Windowing, aStatusWindowShowsTheRowsThatHaveChanged)
-{
-    const Mw::Ptr<Grid> grid = Mw::makePtr<Grid>();
-    const Mw::Ptr<iStatusWindow> window = OS().windowing().createStatusWindow(grid, nullptr);
-    EXPECT_FALSE(window->isVisible());
-    window->setVisible(true);
-    EXPECT_TRUE(window->isVisible());
-    EXPECT_EQ(window->asText(), "one\ntw\xC3\xB6\n\n");
-    grid->rows = {L"ONE", L"not marked", L"three"};
-    grid->changed = {0, 2};
-    window->update();
-    EXPECT_EQ(window->asText(), "ONE\ntw\xC3\xB6\nthree\n");
-    EXPECT_EQ(grid->locks, 0);
-
     iWindowing& windowing = OS().windowing();
     for (const int key : {0x2000000, 0x100000, 27})
         windowing.setKeyDown(key, true);
     windowing.setKeyDown(0x2000000, false);
     EXPECT_TRUE(windowing.isKeyDown(27));
-    EXPECT_EQ(windowing.getKeyboardModifiers(), 0x100000) << "the keys that are down, of the four";
+    EXPECT_EQ(windowing.getKeyboardModifiers(), 0x100000);
 }
 
 TEST(SystemInfo, tellsOfTheMachine)
