@@ -105,7 +105,7 @@ void ValClient<T>::registerWith(ValServer<T>* newServer)
 }
 
 template <class T>
-T ValClient<T>::getServerValue() const
+inline T ValClient<T>::getServerValue() const
 {
     const ValServer<T>* const followed = getValServer();
     return followed != nullptr ? followed->getValue() : T();
