@@ -4,6 +4,7 @@
 #include "OS/OS.h"
 #include "libmw/Text.h"
 #include "misc/diagnostics/Log.h"
+#include "misc/identity/NumberFileLock.h"
 #include "misc/settings/Directories.h"
 #include "misc/settings/RegistryConfig.h"
 #include "misc/settings/ValueText.h"
@@ -29,19 +30,6 @@ std::uint32_t storedNumber(const Path& path)
         return 0;
     const long number = Mw::valuetext::toLong(text);
     return number >= 1 && number <= long{lastNumber} ? static_cast<std::uint32_t>(number) : 0;
-}
-
-// Held while the number file is compared and replaced. It is a file beside it, for the number file itself is
-// another one after each write.
-Mw::Ptr<iFile> lockNumberFile(const Path& path)
-{
-    const Path target = OS().fileMgr().resolve(path);
-    const Mw::Ptr<iFile> lock =
-        OS().fileMgr().openFile((target.empty() ? path : target) + L".lock", iFile::eWrite, iFile::eOpenAlways);
-    // Where the disk knows no locks, the file is written without.
-    if (lock->isOpen())
-        lock->lock(iFile::eLockExclusive, iFile::eWaitForLock);
-    return lock;
 }
 
 // The warnings are logged whole, however long the path is.
@@ -111,12 +99,13 @@ void CookieJar::init()
 
 unsigned CookieJar::cookieNum()
 {
-    const std::uint32_t number = nextNum_.fetch_add(1, std::memory_order_relaxed);
-    if (number >= lastNumber) [[unlikely]]
+    // One step, also at the end of the numbers: threads that meet there get no number twice.
+    std::uint32_t number = nextNum_.load(std::memory_order_relaxed);
+    while (!nextNum_.compare_exchange_weak(number, number < lastNumber ? number + 1 : 0, std::memory_order_relaxed))
     {
-        LogBoth("CookieJar::cookieNum() : next Cookie number is too big! ...setting to zero\n");
-        nextNum_.store(0, std::memory_order_relaxed);
     }
+    if (number >= lastNumber) [[unlikely]]
+        LogBoth("CookieJar::cookieNum() : next Cookie number is too big! ...setting to zero\n");
     return number;
 }
 
@@ -163,10 +152,10 @@ bool CookieJar::writeCookieNum(const Path& path)
     const std::uint32_t number = nextNum_.load(std::memory_order_relaxed);
     const LightweightString<char> text = StringFromInteger(static_cast<int>(number));
 
-    const Mw::Ptr<iFile> lock = lockNumberFile(path);
+    const NumberFileLock lock(path);
     const std::uint32_t found = storedNumber(path);
     const std::uint32_t triedBefore = std::exchange(triedNum_, number);
-    if (!lock->isOpen() || !Mw::replaceFile(path, text.c_str(), text.length()))
+    if (!lock.isHeld() || !Mw::replaceFile(path, text.c_str(), text.length()))
     {
         warnOfFailedWrite(path);
         return false;
@@ -178,10 +167,9 @@ bool CookieJar::writeCookieNum(const Path& path)
     return true;
 }
 
-void CookieJar::flush()
+bool CookieJar::flush()
 {
-    if (nextNum_.load(std::memory_order_relaxed) != writtenNum_)
-        writeCookieNum(getCookieDotNumPath());
+    return nextNum_.load(std::memory_order_relaxed) == writtenNum_ || writeCookieNum(getCookieDotNumPath());
 }
 
 Cookie newCookie(CookieType type, int subType)

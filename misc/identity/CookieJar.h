@@ -45,12 +45,12 @@ public:
     bool readCookieNum(const LightweightString<wchar_t>& path);
 
     // Replaces the file by one with the next number. If it can't, the result is false and a loud warning
-    // is logged; what is known to be written stays. Logs a warning as well if another process has
-    // written the file since this jar read or wrote it.
+    // is logged; what is known to be written stays. Others that write the file are waited for, 10 seconds
+    // at most. Logs a warning as well if another process has written the file since this jar read or wrote it.
     bool writeCookieNum(const LightweightString<wchar_t>& path);
 
-    // Writes "cookie.num" if it doesn't hold the next number.
-    void flush();
+    // Writes "cookie.num" if it doesn't hold the next number. False if that failed.
+    bool flush();
 
 private:
     void init();

@@ -5,10 +5,12 @@
 #include "OS/FileMgr.h"
 #include "OS/OS.h"
 #include "OS/SystemInfo.h"
+#include "libmw/CriticalSection.h"
 #include "libmw/Text.h"
 #include "misc/base/TextFile.h"
 #include "misc/diagnostics/Log.h"
 #include "misc/identity/Cookie.h"
+#include "misc/identity/NumberFileLock.h"
 #include "misc/settings/RegistryConfig.h"
 #include "misc/settings/ValueText.h"
 
@@ -35,6 +37,9 @@ namespace
 using Path = LightweightString<wchar_t>;
 
 constexpr wchar_t fileName[] = L"machine.num";
+
+// For the threads of a process where the disk knows no locks.
+constinit CriticalSection theMakingLock("machine number");
 
 int numberFromRegistry()
 {
@@ -65,17 +70,44 @@ void makeUpNumber(const Path& path)
     file.save(path);
 }
 
-Mw::Ptr<iFile> openNumberFile()
+// Whether there is no file, which is no reason for a word. Tells of one that can't be opened.
+bool isAbsent(iFile& unopened, const Path& path)
 {
-    for (const wchar_t* const path : {L"c:\\machine.num", fileName})
-        if (const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path); file->isOpen())
-            return file;
-    const Path path = pathInUserData();
-    const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
+    const std::optional<iFileMgr::Status> status = OS().fileMgr().status(path);
+    if (status && !status->exists)
+        return true;
+    LogStringBoth(
+        ("our_machine_number_get_from_file() : could not open " + toUTF8(path) + ": " + unopened.lastError() + "\n")
+            .c_str());
+    return false;
+}
+
+// A file that can't be opened may hold the number of this machine and is left alone. Of several threads or
+// processes of a first run one makes up the number, and all find it.
+Mw::Ptr<iFile> openOrMakeUp(const Path& path)
+{
+    Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
     if (file->isOpen())
+        return file;
+    const CriticalSection::Lock making(theMakingLock);
+    const NumberFileLock lock(path);
+    file = OS().fileMgr().openFile(path);
+    if (file->isOpen() || !isAbsent(*file, path) || !lock.isHeld())
         return file;
     makeUpNumber(path);
     return OS().fileMgr().openFile(path);
+}
+
+Mw::Ptr<iFile> openNumberFile()
+{
+    for (const Path path : {L"c:\\machine.num", fileName})
+    {
+        const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
+        if (file->isOpen())
+            return file;
+        isAbsent(*file, path);
+    }
+    return openOrMakeUp(pathInUserData());
 }
 
 // 0 if there is none that a machine can have.

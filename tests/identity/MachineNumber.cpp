@@ -5,6 +5,9 @@
 
 #include "OS/SystemInfo.h"
 
+#include <thread>
+#include <vector>
+
 namespace
 {
 
@@ -81,28 +84,69 @@ TEST_F(MachineNumber, isMadeUpOnceAndKept)
     const int made = our_machine_number_get_from_file();
     EXPECT_TRUE(isValidMachineNum(made) && made < 2700);
     EXPECT_EQ(contents(ofUser_), std::to_string(made) + "\n");
-    clock_.advance(1);
-    EXPECT_EQ(our_machine_number_get_from_file(), made);
 
     // Another machine, set up a millisecond later.
+    clock_.advance(1);
+    EXPECT_EQ(our_machine_number_get_from_file(), made);
     EXPECT_TRUE(files_.remove(ofUser_));
     EXPECT_NE(our_machine_number_get_from_file(), made);
     EXPECT_EQ(log_.take(), "");
 }
 
+TEST_F(MachineNumber, isOneForAllThreadsOfAFirstRun)
+{
+    HastyClock clock;
+    const OSReplacement<iDebugger> replaced(clock);
+    for (int round = 0; round < 50; ++round)
+    {
+        files_.remove(ofUser_);
+        int found[3] = {};
+        std::vector<std::thread> threads;
+        for (int& number : found)
+            threads.emplace_back(
+                [&]
+                {
+                    clock.advance(1);
+                    number = our_machine_number_get_from_file();
+                });
+        for (std::thread& thread : threads)
+            thread.join();
+        ASSERT_EQ(found[0], found[1]);
+        ASSERT_EQ(found[0], found[2]);
+        ASSERT_EQ(contents(ofUser_), std::to_string(found[0]) + "\n");
+    }
+}
+
+TEST_F(MachineNumber, fileThatCannotBeOpenedIsToldOfAndLeftAlone)
+{
+    files_.ensureDirectory(L"/here/machine.num");
+    files_.ensureDirectory(ofUser_);
+    EXPECT_EQ(our_machine_number_get_from_file(), 0);
+    const std::string log = log_.take();
+    for (const char* const path : {"machine.num", "/data/editor/machine.num"})
+        EXPECT_NE(log.find("could not open " + std::string(path) + ": Is a directory\n"), log.npos) << log;
+    EXPECT_TRUE(files_.isDirectory(ofUser_));
+}
+
 TEST_F(MachineNumber, isWholeOrNoneWhateverFails)
 {
-    for (int n = 1;; ++n)
-    {
-        FailingFileMgr failing(files_);
-        const OSReplacement<iFileMgr> replaced(failing);
-        failing.failAt(n, FailingFileMgr::eFromThenOn);
-        const int made = our_machine_number_get_from_file();
-        const bool all = failing.calls() < n;
-        EXPECT_EQ(contents(ofUser_), made != 0 ? std::to_string(made) + "\n" : "none") << n;
-        EXPECT_EQ(occurrences(log_.take(), banner_), made != 0 ? 0u : 1u) << n;
-        files_.remove(ofUser_);
-        if (all)
-            return;
-    }
+    HastyClock clock;
+    const OSReplacement<iDebugger> replacedClock(clock);
+    for (const auto afterwards : {FailingFileMgr::eOnce, FailingFileMgr::eFromThenOn})
+        for (int n = 1;; ++n)
+        {
+            FailingFileMgr failing(files_, FailingFileMgr::eAllCalls);
+            const OSReplacement<iFileMgr> replaced(failing);
+            failing.failAt(n, afterwards);
+            const int made = our_machine_number_get_from_file();
+            const bool all = failing.calls() < n;
+            failing.failAt(0);
+            const std::string found = contents(ofUser_);
+            EXPECT_TRUE(found == std::to_string(made) + "\n" || made == 0) << n << found;
+            EXPECT_TRUE(found == "none" || isValidMachineNum(std::stoi(found))) << n << found;
+            EXPECT_EQ(occurrences(log_.take(), banner_), made != 0 ? 0u : 1u) << n;
+            files_.remove(ofUser_);
+            if (all)
+                break;
+        }
 }

@@ -1,4 +1,4 @@
-// What one process alone does not show: a jar that is killed, and two jars on one file.
+// What one process alone does not show: a jar that is killed, two jars on one file, and another user's lock.
 
 #include "identity/Support.h"
 #include "misc/identity/CookieJar.h"
@@ -14,26 +14,23 @@
 namespace
 {
 
-constexpr char told[] = "another process has written ";
-
 class NumberFile : public testing::Test
 {
 protected:
-    using Path = LightweightString<wchar_t>;
-
-    // A process with a jar that begins with the number in the file `start`. Its settings are in memory.
+    // A process with a jar that begins with the number in `start`. Its settings are in memory.
     template <class Work>
     pid_t startProcess(const std::string& start, Work work)
     {
         const pid_t child = ::fork();
         if (child != 0)
             return child;
-        SetLogOutput(std::fopen("/dev/null", "w"));
+        SetLogOutput(std::fopen((folder_.path() / (start + ".log")).c_str(), "w"));
         TestDesktop desktop;
         const OSReplacement<iDesktop> desktopReplaced(desktop);
         CookieJar jar;
-        jar.readCookieNum(TempFolder::wideOf(start));
+        jar.readCookieNum(TempFolder::wideOf(folder_.path() / start));
         work(jar);
+        std::fflush(nullptr);
         ::_exit(0);
     }
 
@@ -45,8 +42,7 @@ protected:
     }
 
     TempFolder folder_;
-    const std::string file_ = folder_.path() / "cookie.num";
-    const Path path_ = TempFolder::wideOf(file_);
+    const LightweightString<wchar_t> path_ = TempFolder::wideOf(folder_.path() / "cookie.num");
 };
 
 } // namespace
@@ -60,19 +56,17 @@ TEST_F(NumberFile, holdsWhatWasPromisedWhenItsWriterIsKilled)
     {
         int ends[2];
         ASSERT_EQ(::pipe(ends), 0);
-        const pid_t writer =
-            startProcess(file_,
-                         [&](CookieJar& jar)
-                         {
-                             for (;;)
-                             {
-                                 const unsigned promised = jar.cookieNum() + 1;
-                                 if (!jar.writeCookieNum(path_) || ::write(ends[1], &promised, sizeof promised) < 0)
-                                     ::_exit(1);
-                             }
-                         });
+        const auto count = [&](CookieJar& jar)
+        {
+            for (;;)
+            {
+                const unsigned promised = jar.cookieNum() + 1;
+                if (!jar.writeCookieNum(path_) || ::write(ends[1], &promised, sizeof promised) < 0)
+                    ::_exit(1);
+            }
+        };
+        const pid_t writer = startProcess("cookie.num", count);
         ::close(ends[1]);
-
         unsigned promised = 0;
         const auto hear = [&] { return ::read(ends[0], &promised, sizeof promised) == sizeof promised; };
         for (auto writes = random() % 4; writes > 0; --writes)
@@ -95,51 +89,54 @@ TEST_F(NumberFile, holdsWhatWasPromisedWhenItsWriterIsKilled)
 TEST_F(NumberFile, whoeverOverwritesAnotherProcessSaysSo)
 {
     constexpr int writes = 40;
-    struct Process
+    const std::pair<const char*, int> processes[] = {{"a", 1000}, {"b", 500000}};
+    for (const auto& [name, first] : processes)
     {
-        const char* name;
-        int first;
-        std::string log{};
-
-        std::string last() const { return std::to_string(first + writes); }
-        bool tells(const std::string& number) const { return log.find(told + number + " ") != log.npos; }
-    } processes[] = {{"a", 1000}, {"b", 500000}};
-
-    for (const Process& process : processes)
-    {
-        begin(process.name, process.first);
-        startProcess(folder_.path() / process.name,
+        begin(name, first);
+        startProcess(name,
                      [&](CookieJar& jar)
                      {
-                         SetLogOutput(std::fopen((folder_.path() / process.name).c_str(), "w"));
                          for (int i = 0; i < writes; ++i)
                          {
                              jar.cookieNum();
                              jar.writeCookieNum(path_);
                          }
-                         std::fflush(nullptr);
                      });
     }
     while (::wait(nullptr) > 0)
         ;
-    for (Process& process : processes)
-        process.log = read(process.name);
-
-    // A process that does not find the number that it wrote last was overwritten, and the other has told of it.
-    const auto check = [&](const Process& process, const Process& other)
+    // Each number of one that the other replaced is told of by the other, the last one of the loser, too.
+    const std::string last = read("cookie.num");
+    for (int p = 0; p < 2; ++p)
     {
-        for (int number = process.first + 1; number < process.first + writes; ++number)
+        const int first = processes[p].second;
+        const std::string mine = read(processes[p].first + std::string(".log"));
+        const std::string others = read(processes[1 - p].first + std::string(".log"));
+        for (int number = first + 1; number <= first + writes; ++number)
         {
-            if (process.log.find("which becomes " + std::to_string(number + 1) + ".") != process.log.npos)
-            {
-                EXPECT_TRUE(other.tells(std::to_string(number))) << number;
-            }
+            const bool overwritten = number == first + writes
+                                         ? std::to_string(number) != last
+                                         : mine.find("which becomes " + std::to_string(number + 1) + ".") != mine.npos;
+            const bool isTold = others.find("has written " + std::to_string(number) + " ") != others.npos;
+            EXPECT_EQ(isTold, overwritten) << number;
         }
+    }
+}
+
+TEST_F(NumberFile, lockFileOfAnotherUserServes)
+{
+    begin("cookie.num", 7);
+    begin("cookie.num.lock", 0);
+    std::filesystem::permissions(folder_.path() / "cookie.num.lock", std::filesystem::perms(0444));
+    std::filesystem::permissions(folder_.path(), std::filesystem::perms(0777));
+    const auto count = [&](CookieJar& jar)
+    {
+        // The superuser may write to anything.
+        jar.cookieNum();
+        ::_exit((::geteuid() != 0 || ::setuid(65534) == 0) && jar.writeCookieNum(path_) ? 0 : 1);
     };
-    check(processes[0], processes[1]);
-    check(processes[1], processes[0]);
-    const std::string number = read("cookie.num");
-    ASSERT_TRUE(number == processes[0].last() || number == processes[1].last()) << number;
-    const bool firstWon = number == processes[0].last();
-    EXPECT_TRUE(processes[firstWon ? 0 : 1].tells(processes[firstWon ? 1 : 0].last()));
+    int status = -1;
+    ::waitpid(startProcess("cookie.num", count), &status, 0);
+    EXPECT_EQ(status, 0) << read("cookie.num.log");
+    EXPECT_EQ(read("cookie.num"), "8");
 }

@@ -3,12 +3,12 @@
 #include "OS/OS.h"
 #include "OS/testing/FailingFileMgr.h"
 #include "OS/testing/MemoryFileMgr.h"
-#include "OS/testing/TestClock.h"
 #include "OS/testing/TestDesktop.h"
 #include "libmw/Text.h"
 #include "misc/diagnostics/Log.h"
 #include "misc/settings/RegistryConfig.h"
 #include "platform/Environment.h"
+#include "platform/HastyClock.h"
 
 #include <cstdio>
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "OS/ForkCount.h"
 #include "OS/OS.h"
 #include "OS/Settings.h"
-#include "OS/testing/TestClock.h"
+#include "platform/HastyClock.h"
 #include "platform/TempFolder.h"
 
 #include <filesystem>
@@ -11,17 +11,6 @@
 #include <string>
 #include <sys/wait.h>
 #include <vector>
-
-// Time passes whenever it is looked at.
-class HastyClock : public TestClock
-{
-public:
-    double getPreciseTimeMs() override
-    {
-        advance(1'000);
-        return getTimeMs();
-    }
-};
 
 // The words of the tests of the settings store: a folder with one store, and what was said meanwhile.
 class SettingsStore : public testing::Test
