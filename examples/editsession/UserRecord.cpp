@@ -1,6 +1,8 @@
 #include "examples/editsession/UserRecord.h"
 
+#include "examples/editsession/EventCookies.h"
 #include "examples/editsession/Session.h"
+#include "misc/diagnostics/FatalError.h"
 #include "misc/settings/RegistryConfig.h"
 
 #include "OS/FileMgr.h"
@@ -39,13 +41,18 @@ RunRecord::RunRecord()
     // The first run has none before it.
     if (user.sourceOf(normalExit, normalExitSection) == RegistryConfig::eFromDefault)
         user.setValue(normalExit, true, normalExitSection);
-    if (!user.getValue(normalExit, true, normalExitSection))
-        complain("the run before this one ended badly; cookies that it gave to events may be given again");
+    if (user.getValue(normalExit, true, normalExitSection))
+        return;
+    const Cookie last = lastKeptEventCookie();
+    const Text behind = last.valid() ? " behind " + last.asString(true) : Text();
+    complain("the run before this one ended badly; cookies" + behind + " that it gave to events may be given again");
 }
 
 RunRecord::~RunRecord()
 {
-    UserConfig().setValue(normalExit, true, normalExitSection);
+    // First the numbers: a run whose numbers are not in their file ended badly, however well it went.
+    if (keepEventCookies() && get_crash_flag() == 0)
+        UserConfig().setValue(normalExit, true, normalExitSection);
 }
 
 void keepOptions(const Options& options)
