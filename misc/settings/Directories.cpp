@@ -24,6 +24,13 @@ Path& chosenBase()
     return base;
 }
 
+Path withoutEnd(Path path)
+{
+    while (path.length() > 1 && path.back() == OS().fileMgr().pathSeparator())
+        path.resize(path.length() - 1);
+    return path;
+}
+
 Path userDataDirectory()
 {
     return OS().desktop().getUserDataPath(OS().fileMgr().getApplicationName());
@@ -46,8 +53,8 @@ Path getDefaultLocalProjectsDir()
 {
     // Only an absolute path counts, as for the directories of the desktop.
     const char* const chosen = std::getenv("MW_PROJECTS_DIR");
-    const Path path =
-        chosen != nullptr && chosen[0] == '/' ? fromUTF8(chosen) : Mw::joinPath(userDataDirectory(), L"Projects");
+    const bool isChosen = chosen != nullptr && chosen[0] == '/';
+    const Path path = isChosen ? withoutEnd(fromUTF8(chosen)) : Mw::joinPath(userDataDirectory(), L"Projects");
     OS().fileMgr().ensureDirectory(path);
     return path;
 }
@@ -65,7 +72,7 @@ Path getProjectsBaseDirectory()
 void setProjectsBaseDirectory(const Path& path)
 {
     const CriticalSection::Lock lock(theBaseLock);
-    chosenBase() = path;
+    chosenBase() = withoutEnd(path);
 }
 
 Path getProjectDirectory(const Cookie& cookie)

@@ -7,7 +7,8 @@
 
 class Cookie;
 
-// Where projects and what belongs to them lie. None of these paths ends in a separator. Any thread.
+// Where projects and what belongs to them lie. None of these paths but the root ends in a separator. Any
+// thread.
 //
 //     $MW_PROJECTS_DIR, or Projects in the user's data directory
 //         cookie.num                 the next cookie number

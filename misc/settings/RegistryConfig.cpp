@@ -22,10 +22,10 @@ RegistryConfig& makeImmortal(const wchar_t* fileName, iDesktop::eSettingsOwner o
 template <class T, class Parse>
 struct Parser final : iSettings::Reader
 {
-    T value;
+    std::optional<T> value;
     Parse parse;
 
-    Parser(const T& dflt, Parse parse) : value(dflt), parse(parse) {}
+    explicit Parser(Parse parse) : parse(parse) {}
     void read(const LightweightString<char>& text) override { value = parse(text); }
 };
 
@@ -47,11 +47,11 @@ const RegistryConfig::Text* RegistryConfig::legacyValue(std::string_view key, st
 }
 
 template <class T, class Parse>
-T RegistryConfig::parsed(std::string_view key, const T& dflt, std::string_view section, Parse parse) const
+std::optional<T> RegistryConfig::parsed(std::string_view key, std::string_view section, Parse parse) const
 {
     if (const Text* const legacy = legacyValue(key, section))
         return parse(*legacy);
-    Parser<T, Parse> parser(dflt, parse);
+    Parser<T, Parse> parser(parse);
     settings_->readValue(key, section, parser);
     return parser.value;
 }
@@ -72,22 +72,25 @@ RegistryConfig::Text RegistryConfig::getValue(std::string_view key, char const* 
 
 int RegistryConfig::getValue(std::string_view key, int dflt, std::string_view section) const
 {
-    return parsed(key, dflt, section, Mw::valuetext::toInt);
+    return parsed<int>(key, section, Mw::valuetext::toInt).value_or(dflt);
 }
 
 bool RegistryConfig::getValue(std::string_view key, bool dflt, std::string_view section) const
 {
-    return parsed(key, dflt, section, [dflt](std::string_view text) { return Mw::valuetext::toBool(text, dflt); });
+    const auto parse = [dflt](std::string_view text) { return Mw::valuetext::toBool(text, dflt); };
+    return parsed<bool>(key, section, parse).value_or(dflt);
 }
 
 double RegistryConfig::getValue(std::string_view key, double dflt, std::string_view section) const
 {
-    return parsed(key, dflt, section, Mw::valuetext::toDouble);
+    return parsed<double>(key, section, Mw::valuetext::toDouble).value_or(dflt);
 }
 
 Cookie RegistryConfig::getValue(std::string_view key, const Cookie& dflt, std::string_view section) const
 {
-    return parsed(key, dflt, section, [](const Text& text) { return Cookie(text.c_str(), false); });
+    const auto parse = [](const Text& text) { return Cookie(text.c_str(), false); };
+    const std::optional<Cookie> found = parsed<Cookie>(key, section, parse);
+    return found ? *found : parse(dflt.asString(false));
 }
 
 RegistryConfig::eSource RegistryConfig::sourceOf(std::string_view key, std::string_view section) const

@@ -6,6 +6,7 @@
 #include "OS/Settings.h"
 #include "misc/settings/configb.h"
 
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -40,7 +41,8 @@ public:
 
     // The value, or `dflt` if there is none. A text that is no number reads as the number it begins with,
     // else 0; one that is neither "true" nor "false" as the default; one that is no cookie as the invalid
-    // cookie.
+    // cookie. Cookies and id stamps go through their text, also the default: a cookie comes back without a
+    // sub-type of its own.
     Text getValue(std::string_view key, const Text& dflt, std::string_view section) const;
     Text getValue(std::string_view key, char const* dflt, std::string_view section) const;
     int getValue(std::string_view key, int dflt, std::string_view section) const;
@@ -77,9 +79,9 @@ private:
     // The legacy file's value, null if it has none that counts.
     const Text* legacyValue(std::string_view key, std::string_view section) const noexcept;
 
-    // Parses the text in force; the default where there is none.
+    // Parses the text in force; nothing where there is none.
     template <class T, class Parse>
-    T parsed(std::string_view key, const T& dflt, std::string_view section, Parse parse) const;
+    std::optional<T> parsed(std::string_view key, std::string_view section, Parse parse) const;
 
     Mw::Ptr<iSettings> settings_;
     Mw::Ptr<configb> legacy_; // null if there is no file

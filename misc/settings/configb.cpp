@@ -173,10 +173,11 @@ int configb::read_from_file(std::ifstream* stream)
     return readFailed_ ? 1 : 0;
 }
 
-// A guess that spares growing: lines of a usual length, and no more memory than the file deserves.
+// A guess that spares growing: lines of a usual length, and no more memory than a file of them deserves.
 void configb::reserveFor(std::ifstream& stream)
 {
     constexpr std::streamoff usualLine = 40;
+    constexpr std::streamoff mostLines = 50'000;
     const std::streampos start = stream.tellg();
     if (start < 0)
         return stream.clear();
@@ -184,7 +185,7 @@ void configb::reserveFor(std::ifstream& stream)
     stream.clear();
     stream.seekg(start);
     if (end > start)
-        table_.reserve(table_.size() + static_cast<std::size_t>((end - start) / usualLine));
+        table_.reserve(table_.size() + static_cast<std::size_t>(std::min((end - start) / usualLine, mostLines)));
 }
 
 int configb::read_all()
@@ -446,7 +447,8 @@ void configb::set(std::string_view key, std::string_view value, std::string_view
 
 void configb::set(char const* key, char const* value, char const* type)
 {
-    set(viewOf(key), viewOrNull(value), viewOrNull(type));
+    if (key != nullptr)
+        set(std::string_view(key), viewOrNull(value), viewOrNull(type));
 }
 
 void configb::set(char const* key, LightweightString<char> const& value)
@@ -486,7 +488,7 @@ void configb::set(char const* key, strp_field const& value)
 
 void configb::remove(char const* key)
 {
-    if (table_.remove(viewOf(key)))
+    if (key != nullptr && table_.remove(key))
         set_dirty(true);
 }
 
@@ -500,7 +502,7 @@ void configb::clear()
 
 char const* configb::in(char const* key) const noexcept
 {
-    const ConfigEntryT* const entry = find_var(viewOf(key));
+    const ConfigEntryT* const entry = key != nullptr ? find_var(key) : nullptr;
     return entry != nullptr ? entry->value_.c_str() : nullptr;
 }
 
@@ -599,7 +601,7 @@ int configb::in(char const* key, strp_field& out) const
 
 int configb::in(char const* key, ConfigEntryT& out) const
 {
-    const ConfigEntryT* const entry = find_var(viewOf(key));
+    const ConfigEntryT* const entry = key != nullptr ? find_var(key) : nullptr;
     if (entry == nullptr)
         return -1;
     out = *entry;

@@ -110,7 +110,8 @@ public:
     void unpack(PStream& stream, unsigned char version);
 
     // Stores a value under a type; null means none is given. A key that has another type keeps both its
-    // value and its type; a null value changes nothing but adds the key. A change sets the dirty flag.
+    // value and its type; a null value changes nothing but adds the key; a null key is no key, here and
+    // below. A change sets the dirty flag.
     void set(char const* key, char const* value, char const* type = nullptr);
     void set(char const* key, LightweightString<char> const& value);
     void set(char const* key, ConfigEntryT const& entry);
