@@ -1,7 +1,5 @@
 #include "OS/Settings.h"
 
-#include "OS/Desktop.h"
-#include "platform/Environment.h"
 #include "platform/SettingsStore.h"
 #include "platform/SqliteFaults.h"
 
@@ -10,45 +8,23 @@
 #include <atomic>
 #include <thread>
 
-namespace
-{
-
 using Text = LightweightString<char>;
-
-int sqlite(const std::filesystem::path& file, const char* statements)
-{
-    sqlite3* database = nullptr;
-    sqlite3_open(file.c_str(), &database);
-    const int code = sqlite3_exec(database, statements, nullptr, nullptr, nullptr);
-    sqlite3_close(database);
-    return code;
-}
-
-} // namespace
-
 using Settings = SettingsStore;
 
-TEST_F(Settings, nothingIsMadeBeforeTheFirstWrite)
-{
-    const Mw::Ptr<iSettings> store = open();
-    std::vector<iSettings::NameValuePair> values;
-    std::vector<Text> sections;
-    store->getMultipleValues(values, "");
-    store->getSections(sections);
-    EXPECT_EQ(get(store, "a"), "(none)");
-    EXPECT_EQ(store->removeValue("a", ""), iSettings::eStored);
-    EXPECT_TRUE(values.empty() && sections.empty());
-    EXPECT_FALSE(std::filesystem::exists(file().parent_path()));
-    EXPECT_EQ(store->setValue("a", "1", ""), iSettings::eStored);
-    EXPECT_EQ(stored("a"), "1");
-    EXPECT_EQ(theMessages, std::vector<std::string>());
-}
-
-TEST_F(Settings, valuesReadBackAsTheyWereStored)
+TEST_F(Settings, valuesReadBackAsTheyWereStoredAndNothingIsMadeBefore)
 {
     const Text texts[] = {"", "Key", "key", "a\xFF\xC3", Text("z\0z", 3), "Configuration\\MappingManager2", "'; --"};
+    std::vector<iSettings::NameValuePair> values;
+    std::vector<Text> sections;
     {
         const Mw::Ptr<iSettings> store = open();
+        store->getMultipleValues(values, "");
+        store->getSections(sections);
+        EXPECT_EQ(get(store, "a"), "(none)");
+        EXPECT_EQ(store->removeValue("a", ""), iSettings::eStored);
+        EXPECT_TRUE(values.empty() && sections.empty());
+        EXPECT_FALSE(std::filesystem::exists(file().parent_path()));
+
         std::vector<iSettings::Change> changes;
         for (const Text& section : texts)
             for (const Text& key : texts)
@@ -58,29 +34,29 @@ TEST_F(Settings, valuesReadBackAsTheyWereStored)
         EXPECT_EQ(store->apply(changes), iSettings::eStored);
     }
     const Mw::Ptr<iSettings> store = open();
-    std::vector<Text> sections;
     store->getSections(sections);
     EXPECT_EQ(sections.size(), std::size(texts));
     EXPECT_TRUE(std::is_sorted(sections.begin(), sections.end()));
     for (const Text& section : texts)
     {
-        std::vector<iSettings::NameValuePair> values;
+        values.clear();
         store->getMultipleValues(values, section);
         EXPECT_EQ(values.size(), std::size(texts));
         for (const iSettings::NameValuePair& pair : values)
             EXPECT_EQ(std::string_view(pair.value), std::string_view(section + "/" + pair.name));
         EXPECT_EQ(std::string_view(store->getValue("Key", "", section)), std::string_view(section + "/Key"));
     }
-    EXPECT_EQ(get(store, "KEY"), "(none)");
-    EXPECT_EQ(get(store, "gone"), "(none)");
+    EXPECT_EQ(get(store, "KEY") + get(store, "gone"), "(none)(none)");
+    EXPECT_TRUE(theMessages.empty());
 }
 
 TEST_F(Settings, theFileHasTheDocumentedForm)
 {
     put("QA Splat", "1");
     EXPECT_EQ(bytes(file()).substr(60, 4) + bytes(file()).substr(68, 4), std::string("\0\0\0\1MwSt", 8));
-    EXPECT_EQ(sqlite(file(), "INSERT INTO settings (section, name, value) VALUES ('Section', 'Name', 'value');"
-                             "UPDATE settings SET value = '2' WHERE section = '' AND name = 'QA Splat'"),
+    EXPECT_EQ(Holder(file(), "INSERT INTO settings (section, name, value) VALUES ('Section', 'Name', 'value');"
+                             "UPDATE settings SET value = '2' WHERE section = '' AND name = 'QA Splat'")
+                  .code,
               SQLITE_OK);
     EXPECT_EQ(stored("QA Splat") + get(open(), "Name", "Section"), "2value");
 }
@@ -107,15 +83,14 @@ TEST_F(Settings, othersChangesAreSeenAfterFiftyMillisecondsAndNoCallIsMadeBefore
     EXPECT_EQ(get(reader, "a"), "1");
     EXPECT_LT(layer.calls(), 5);
     // While another commits, it is asked as often as ever.
-    sqlite3* other = nullptr;
-    sqlite3_open(file().c_str(), &other);
-    sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
-    clock.advance(51);
-    EXPECT_EQ(get(reader, "a"), "1");
-    layer.at(0, SqliteFaults::eFailOnce, true);
-    EXPECT_EQ(get(reader, "a"), "1");
-    EXPECT_EQ(layer.calls(), 0);
-    sqlite3_close(other);
+    {
+        const Holder other(file(), "BEGIN EXCLUSIVE");
+        clock.advance(51);
+        EXPECT_EQ(get(reader, "a"), "1");
+        layer.at(0, SqliteFaults::eFailOnce, true);
+        EXPECT_EQ(get(reader, "a"), "1");
+        EXPECT_EQ(layer.calls(), 0);
+    }
     // A clock that was set back is no reason to be blind.
     writer->removeValue("a", "");
     clock.set(0);
@@ -133,14 +108,12 @@ TEST_F(Settings, anEqualValueWritesNothing)
 {
     SqliteFaults layer;
     const Mw::Ptr<iSettings> one = open();
-    const Mw::Ptr<iSettings> two = open();
     one->setValue("a", "1", "");
     layer.at(0);
-    EXPECT_EQ(one->setValue("a", "1", ""), iSettings::eStored);
     EXPECT_EQ(one->apply({{"a", "", "1"}, {"b", "", std::nullopt}}), iSettings::eStored);
     EXPECT_EQ(layer.writes(), 0);
     // Equal to what another has written over is not equal.
-    two->setValue("a", "2", "");
+    put("a", "2");
     EXPECT_EQ(one->setValue("a", "1", ""), iSettings::eStored);
     EXPECT_EQ(stored("a"), "1");
 }
@@ -152,13 +125,12 @@ TEST_F(Settings, aWriterGivesUpAfterThirtySeconds)
     const OSReplacement<iDebugger> replaced(clock);
     const Mw::Ptr<iSettings> store = open();
     EXPECT_EQ(get(store, "a"), "1");
-    sqlite3* other = nullptr;
-    sqlite3_open(file().c_str(), &other);
-    sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
-    EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eBusy);
-    EXPECT_FALSE(store->lastError().empty());
-    EXPECT_EQ(get(store, "a"), "1");
-    sqlite3_close(other);
+    {
+        const Holder other(file(), "BEGIN IMMEDIATE");
+        EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eBusy);
+        EXPECT_FALSE(store->lastError().empty());
+        EXPECT_EQ(get(store, "a"), "1");
+    }
     EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eStored);
     EXPECT_TRUE(theMessages.empty());
 }
@@ -184,7 +156,7 @@ TEST_F(Settings, aStoreThatCannotBeOpenedStaysAndTheRunKeepsItsSettingsInMemory)
     for (const char* const foreign : {"CREATE TABLE settings (a)", "PRAGMA user_version = 7",
                                       "PRAGMA application_id = 0x4D775374; PRAGMA user_version = 2"})
     {
-        ASSERT_EQ(sqlite(file(), foreign), SQLITE_OK);
+        ASSERT_EQ(Holder(file(), foreign).code, SQLITE_OK);
         const std::string before = bytes(file());
         expectMemory(open());
         EXPECT_EQ(bytes(file()), before) << foreign;
@@ -194,11 +166,10 @@ TEST_F(Settings, aStoreThatCannotBeOpenedStaysAndTheRunKeepsItsSettingsInMemory)
     put("a", "1");
     HastyClock clock;
     const OSReplacement<iDebugger> replaced(clock);
-    sqlite3* other = nullptr;
-    sqlite3_open(file().c_str(), &other);
-    sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
-    expectMemory(open());
-    sqlite3_close(other);
+    {
+        const Holder other(file(), "BEGIN EXCLUSIVE");
+        expectMemory(open());
+    }
     EXPECT_EQ(stored("a"), "1");
     expectMemory(Mw::openSettingsFile({}));
     expectMemory(Mw::openSettingsFile(L"/proc/self/none/settings"));
@@ -294,24 +265,4 @@ TEST_F(Settings, threadsReadWholeValuesWhileOthersWrite)
     done = true;
     for (std::thread& thread : readers)
         thread.join();
-}
-
-TEST_F(Settings, theDesktopGivesOneStoreForAFileAndOwner)
-{
-    const std::string folder = file().parent_path().parent_path();
-    const Environment environment(
-        {{"MW_CONFIG_DIR", folder + "/user"}, {"MW_MACHINE_CONFIG_DIR", folder + "/machine"}});
-    iDesktop& desktop = OS().desktop();
-    const Mw::Ptr<iSettings> user = desktop.openSettings(L"a.dat", iDesktop::eUserSettings);
-    EXPECT_EQ(user, desktop.openSettings(L"a.dat", iDesktop::eUserSettings));
-    EXPECT_EQ(user->setValue("a", "user", ""), iSettings::eStored);
-    EXPECT_EQ(desktop.openSettings(L"a.dat", iDesktop::eMachineSettings)->setValue("a", "machine", ""), 0);
-    EXPECT_EQ(get(desktop.openSettings(L"b.dat", iDesktop::eUserSettings), "a"), "(none)");
-    for (const std::string owner : {"user", "machine"})
-    {
-        const Text application =
-            Mw::utf8FromWide(OS().fileMgr().getApplicationName().c_str(), OS().fileMgr().getApplicationName().length());
-        const std::string path = folder + "/" + owner + "/" + application.c_str() + "/a.dat.sqlite";
-        EXPECT_EQ(get(Mw::openSettingsFile(TempFolder::wideOf(path)), "a"), owner);
-    }
 }

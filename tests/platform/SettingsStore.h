@@ -8,9 +8,25 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sqlite3.h>
 #include <string>
 #include <sys/wait.h>
 #include <vector>
+
+// Another program at a database: runs statements, and keeps the locks that they took for a scope.
+struct Holder
+{
+    Holder(const std::filesystem::path& file, const char* statements)
+        : code(sqlite3_open(file.c_str(), &database) | sqlite3_exec(database, statements, nullptr, nullptr, nullptr))
+    {
+    }
+    ~Holder() { sqlite3_close(database); }
+    Holder(const Holder&) = delete;
+    Holder& operator=(const Holder&) = delete;
+
+    sqlite3* database = nullptr;
+    const int code;
+};
 
 // The words of the tests of the settings store: a folder with one store, and what was said meanwhile.
 class SettingsStore : public testing::Test

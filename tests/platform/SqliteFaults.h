@@ -2,7 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
+#include <map>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -24,7 +24,6 @@ public:
     {
         current_ = this;
         layer_.zName = "faults";
-        layer_.szOsFile = static_cast<int>(sizeof(File)) + real_->szOsFile;
         layer_.xOpen = open;
         layer_.xDelete = remove;
         layer_.xGetLastError = [](sqlite3_vfs*, int, char*) { return current_->failed_ ? EIO : errno; };
@@ -49,16 +48,6 @@ public:
     int writes() const { return writes_; }
 
 private:
-    struct File
-    {
-        sqlite3_file base;
-
-        sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
-    };
-
-    // The file's own layer for one call.
-    static sqlite3_file* real(sqlite3_file* file) { return reinterpret_cast<File*>(file)->real(); }
-
     bool fails(bool isRead, bool isLock)
     {
         if ((isRead && !reads_) || (action_ == eBusyFromThenOn && !isLock))
@@ -82,52 +71,43 @@ private:
     static int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
     {
         file->pMethods = nullptr;
-        const auto call = [&] { return current_->real_->xOpen(current_->real_, name, real(file), flags, outFlags); };
-        const int code = pass(call, SQLITE_CANTOPEN, false);
+        const int code = pass([&] { return current_->real_->xOpen(current_->real_, name, file, flags, outFlags); },
+                              SQLITE_CANTOPEN, false);
         if (code == SQLITE_OK)
-            file->pMethods = &methods_;
+            file->pMethods = methodsOver(file->pMethods);
         return code;
     }
     static int remove(sqlite3_vfs*, const char* name, int)
     {
         return pass([&] { return current_->real_->xDelete(current_->real_, name, 0); }, SQLITE_IOERR_DELETE, false);
     }
-    static int write(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset)
-    {
-        ++current_->writes_;
-        const auto half = [&] { return real(file)->pMethods->xWrite(real(file), data, size / 2, offset); };
-        if (current_->at_ == current_->calls_ + 1)
-            half();
-        return pass([&] { return real(file)->pMethods->xWrite(real(file), data, size, offset); }, SQLITE_IOERR_WRITE,
-                    false);
-    }
 
-    static constexpr sqlite3_io_methods methods_ = {
-        1,
-        [](sqlite3_file* f) { return real(f)->pMethods->xClose(real(f)); },
-        [](sqlite3_file* f, void* data, int size, sqlite3_int64 offset) {
-            return pass([&] { return real(f)->pMethods->xRead(real(f), data, size, offset); }, SQLITE_IOERR_READ, true);
-        },
-        write,
-        [](sqlite3_file* f, sqlite3_int64 size)
-        { return pass([&] { return real(f)->pMethods->xTruncate(real(f), size); }, SQLITE_IOERR_TRUNCATE, false); },
-        [](sqlite3_file*, int) { return pass([] { return SQLITE_OK; }, SQLITE_IOERR_FSYNC, false); },
-        [](sqlite3_file* f, sqlite3_int64* size)
-        { return pass([&] { return real(f)->pMethods->xFileSize(real(f), size); }, SQLITE_IOERR_FSTAT, true); },
-        [](sqlite3_file* f, int level)
-        { return pass([&] { return real(f)->pMethods->xLock(real(f), level); }, SQLITE_IOERR_LOCK, true); },
-        [](sqlite3_file* f, int level) { return real(f)->pMethods->xUnlock(real(f), level); },
-        [](sqlite3_file* f, int* held) { return real(f)->pMethods->xCheckReservedLock(real(f), held); },
-        [](sqlite3_file* f, int op, void* data) { return real(f)->pMethods->xFileControl(real(f), op, data); },
-        [](sqlite3_file* f) { return real(f)->pMethods->xSectorSize(real(f)); },
-        [](sqlite3_file* f) { return real(f)->pMethods->xDeviceCharacteristics(real(f)); },
-        nullptr,
-        nullptr,
-        nullptr,
-        nullptr,
-        nullptr,
-        nullptr,
-    };
+    // The file's own methods, with those that are watched in their place. A journal has others for locks and
+    // closing than a database, which is opened first.
+    static const sqlite3_io_methods* methodsOver(const sqlite3_io_methods* below)
+    {
+        static const sqlite3_io_methods* const file = below;
+        static std::map<const sqlite3_io_methods*, sqlite3_io_methods> changed;
+        sqlite3_io_methods& methods = changed.try_emplace(below, *below).first->second;
+        methods.iVersion = 1;
+        methods.xRead = [](sqlite3_file* f, void* data, int size, sqlite3_int64 offset)
+        { return pass([&] { return file->xRead(f, data, size, offset); }, SQLITE_IOERR_READ, true); };
+        methods.xWrite = [](sqlite3_file* f, const void* data, int size, sqlite3_int64 offset)
+        {
+            ++current_->writes_;
+            if (current_->at_ == current_->calls_ + 1)
+                file->xWrite(f, data, size / 2, offset);
+            return pass([&] { return file->xWrite(f, data, size, offset); }, SQLITE_IOERR_WRITE, false);
+        };
+        methods.xTruncate = [](sqlite3_file* f, sqlite3_int64 size)
+        { return pass([&] { return file->xTruncate(f, size); }, SQLITE_IOERR_TRUNCATE, false); };
+        methods.xSync = [](sqlite3_file*, int) { return pass([] { return SQLITE_OK; }, SQLITE_IOERR_FSYNC, false); };
+        methods.xFileSize = [](sqlite3_file* f, sqlite3_int64* size)
+        { return pass([&] { return file->xFileSize(f, size); }, SQLITE_IOERR_FSTAT, true); };
+        methods.xLock = [](sqlite3_file* f, int level)
+        { return pass([&] { return file->xLock(f, level); }, SQLITE_IOERR_LOCK, true); };
+        return &methods;
+    }
 
     static inline SqliteFaults* current_ = nullptr;
 
