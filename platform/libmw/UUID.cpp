@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+#include <memory>
+#include <new>
 #include <sys/random.h>
 #include <uuid/uuid.h>
 
@@ -86,57 +88,95 @@ UUID::Words parse(const char* text) noexcept
     return good ? UUID::Words{a, b, c, d} : UUID::Words{};
 }
 
-// Random values of the kernel in stock: asking for each would cost ten times as much. A forked child has a
-// copy of its parent's stock and throws it away.
+// Where a sandbox forbids to ask the kernel.
+void fillWithoutKernel(UUID::Words* values, std::size_t count)
+{
+    for (; count != 0; --count, ++values)
+    {
+        uuid_t bytes;
+        uuid_generate_random(bytes);
+        std::memcpy(values, bytes, sizeof bytes);
+    }
+}
+
+void fillRandomly(UUID::Words* values, std::size_t count)
+{
+    char* const begin = reinterpret_cast<char*>(values);
+    const std::size_t sizeBytes = count * sizeof *values;
+    for (std::size_t filled = 0; filled < sizeBytes;)
+    {
+        const ssize_t got = ::getrandom(begin + filled, sizeBytes - filled, 0);
+        if (got > 0)
+            filled += static_cast<std::size_t>(got);
+        else if (errno != EINTR)
+            return fillWithoutKernel(values, count);
+    }
+}
+
+// As large as makes a difference, and placed as the kernel copies fastest.
+struct alignas(64) Block
+{
+    std::array<UUID::Words, 1024> values;
+};
+
+// Random values of the kernel in stock: asking for each would cost ten times as much. A thread begins with
+// one, and takes a block when it needs more. A forked child has a copy of its parent's stock and throws it away.
 class Stock
 {
 public:
     // Not inline, so that the thread's stock is looked up once.
     [[gnu::noinline]] UUID take()
     {
-        const unsigned forks = forkCount();
-        if (left_ == 0 || forks != forks_) [[unlikely]]
-        {
+        if (left_ == 0 || forkCount() != forks_) [[unlikely]]
             refill();
-            forks_ = forks;
-        }
         UUID::Words words = values_[--left_];
         words[1] = (words[1] & 0xFFFF0FFFu) | 0x00004000u; // version 4
         words[2] = (words[2] & 0x3FFFFFFFu) | 0x80000000u; // variant of RFC 4122
         return UUID(words);
     }
 
+    // At the end of the thread, after which values come singly.
+    void loseBlock()
+    {
+        values_ = nullptr;
+        left_ = 0;
+        isOver_ = true;
+    }
+
 private:
-    void refill()
-    {
-        left_ = values_.size();
-        char* const begin = reinterpret_cast<char*>(values_.data());
-        for (std::size_t filled = 0; filled < sizeof values_;)
-        {
-            const ssize_t got = ::getrandom(begin + filled, sizeof values_ - filled, 0);
-            if (got > 0)
-                filled += static_cast<std::size_t>(got);
-            else if (errno != EINTR)
-                return refillWithoutKernel();
-        }
-    }
+    void refill();
 
-    // Where a sandbox forbids the call.
-    void refillWithoutKernel()
-    {
-        for (UUID::Words& value : values_)
-        {
-            uuid_t bytes;
-            uuid_generate_random(bytes);
-            std::memcpy(&value, bytes, sizeof value);
-        }
-    }
-
-    // A page: the kernel gives larger pieces no faster.
-    std::array<UUID::Words, 256> values_{};
-    std::size_t left_ = 0;
+    UUID::Words* values_ = nullptr;
+    std::uint32_t left_ = 0;
     unsigned forks_ = 0;
+    UUID::Words single_{};
+    bool isOver_ = false;
 };
+
+// One for each thread, so that none waits for another. The model of its storage spares a call with each value; it
+// is small enough for a library that is loaded late.
+[[gnu::tls_model("initial-exec")]] constinit thread_local Stock theStock;
+
+struct BlockOwner
+{
+    std::unique_ptr<Block> block{new (std::nothrow) Block};
+
+    ~BlockOwner() { theStock.loseBlock(); }
+};
+
+void Stock::refill()
+{
+    Block* block = nullptr;
+    if (values_ != nullptr && !isOver_)
+    {
+        thread_local const BlockOwner owner;
+        block = owner.block.get();
+    }
+    values_ = block != nullptr ? block->values.data() : &single_;
+    left_ = block != nullptr ? static_cast<std::uint32_t>(block->values.size()) : 1;
+    forks_ = forkCount();
+    fillRandomly(values_, left_);
+}
 
 } // namespace
 
@@ -168,9 +208,7 @@ UUID UUID::fromText(std::string_view text) noexcept
 
 UUID UUID::generate()
 {
-    // One for each thread, so that none waits for another.
-    thread_local constinit Stock stock;
-    return stock.take();
+    return theStock.take();
 }
 
 void UUID::asString(char* text) const noexcept

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -117,4 +118,28 @@ TEST(UUID, parentAndForkedChildMakeDifferentOnes)
     EXPECT_TRUE(fromChild.valid());
     for (int i = 0; i < 100; ++i)
         EXPECT_NE(Mw::UUID::generate(), fromChild);
+}
+
+TEST(UUID, areMadeUntilTheVeryEndOfAThread)
+{
+    // Made before the thread's stock, and so destroyed after it.
+    struct Late
+    {
+        std::set<Mw::UUID>* made = nullptr;
+        ~Late()
+        {
+            for (int i = 0; i < 3; ++i)
+                EXPECT_TRUE(made->insert(Mw::UUID::generate()).second);
+        }
+    };
+    std::set<Mw::UUID> made;
+    std::thread(
+        [&]
+        {
+            thread_local Late late;
+            late.made = &made;
+            for (int i = 0; i < 1100; ++i)
+                EXPECT_TRUE(made.insert(Mw::UUID::generate()).second);
+        })
+        .join();
 }
