@@ -30,3 +30,12 @@ __attribute__((optimize("O3"))) void limit_widen(const char* bytes, size_t size,
     for (size_t i = 0; i < size; ++i)
         wide[i] = (unsigned char)bytes[i];
 }
+
+void limit_write_alone(const char* path, const char* bytes, size_t size)
+{
+    const int file = open(path, O_CREAT | O_TRUNC | O_WRONLY, 0666);
+    if (file < 0 || write(file, bytes, size) != (ssize_t)size)
+        abort();
+    close(file);
+    unlink(path);
+}

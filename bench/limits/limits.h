@@ -48,6 +48,9 @@ extern "C"
     /* Writes the bytes to a file by one call and waits until they are on the disk. */
     void limit_write_and_sync(const char* path, const char* bytes, size_t size);
 
+    /* Writes them and waits for nothing; the file is removed, so that no later sync finds its bytes. */
+    void limit_write_alone(const char* path, const char* bytes, size_t size);
+
 #ifdef __cplusplus
 }
 #endif
