@@ -76,6 +76,12 @@ Text setKeep(Options& options, const Text& value)
     return value.empty() ? "a directory is needed" : "";
 }
 
+Text setJson(Options& options, const Text& value)
+{
+    options.json = value;
+    return {};
+}
+
 Text setHelp(Options& options, const Text&)
 {
     options.help = true;
@@ -99,6 +105,7 @@ constexpr Option knownOptions[] = {
     {"--again", false, setAgain},
     {"--play", true, setPlay},
     {"--keep", true, setKeep},
+    {"--json", true, setJson},
     {"--help", false, setHelp},
     {"-h", false, setHelp},
 };
@@ -199,6 +206,7 @@ const char* helpText()
            "  --again             what is not given, the list included, is as in the run before\n"
            "  --play FIRST-LAST   what a player's position and marks show while it plays these events\n"
            "  --keep DIRECTORY    keeps the file that the events were stored in, for swapcheck\n"
+           "  --json FILE         writes the list, its cookies and the totals to a file as JSON\n"
            "  --default-list FILE the list to read if none is named\n"
            "  --help              this text\n"
            "\n"

@@ -18,6 +18,7 @@ struct Options
     bool again = false; // use the options used last
     EventRange play;    // the events to play after the list is printed
     Text keep;          // the directory for the file of stored events; empty if it is not to stay
+    Text json;          // the file for the report; empty for none
     bool help = false;
 };
 

@@ -5,6 +5,7 @@
 #include "examples/editsession/EventCookies.h"
 #include "examples/editsession/EventStore.h"
 #include "examples/editsession/InputFile.h"
+#include "examples/editsession/SessionReport.h"
 #include "misc/settings/config.h"
 
 #include <algorithm>
@@ -33,7 +34,7 @@ ExitStatus Session::run()
     }
     EditList list = readList(text);
     nameEvents(list);
-    if (!show(EditListPrinter(list, options_.gauge).print()) || !play(list) || !store(list))
+    if (!show(EditListPrinter(list, options_.gauge).print()) || !play(list) || !store(list) || !report(list))
         return Failed;
     return refused_ == 0 ? AllRead : LinesRefused;
 }
@@ -82,6 +83,14 @@ bool Session::store(const EditList& list) const
     }
     line += '\n';
     return show(line);
+}
+
+bool Session::report(const EditList& list) const
+{
+    const Text reason = options_.json.empty() ? Text() : writeReport(list, refused_, options_.json);
+    if (!reason.empty())
+        complain(Text("--json: ") + reason);
+    return reason.empty();
 }
 
 void complain(const Text& message)

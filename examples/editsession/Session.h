@@ -26,6 +26,7 @@ private:
     static void nameEvents(EditList& list);
     bool play(const EditList& list) const;
     bool store(const EditList& list) const;
+    bool report(const EditList& list) const;
 
     const Options options_;
     unsigned refused_ = 0;

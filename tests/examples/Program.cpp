@@ -1,6 +1,7 @@
 #include "ListReading.h"
 
 #include "examples/editsession/Options.h"
+#include "misc/text/JSON.h"
 #include "platform/TestHome.h"
 
 #include <cstdio>
@@ -143,6 +144,18 @@ TEST(Program, keepsItsStoredEventsForSwapcheck)
               std::string::npos);
     EXPECT_EQ(std::system(("'" SWAPCHECK "' '" + file + "' | grep -q '^3 whole, 0 damaged'").c_str()), 0);
     EXPECT_EQ(run("--keep /dev/null damaged.edl", onlyOutput).status, 2);
+}
+
+TEST(Program, reportsAsJson)
+{
+    const TempFolder folder;
+    const std::string file = folder.path() / "report.json";
+    EXPECT_EQ(run("--json " + file + " damaged.edl", onlyOutput).status, 1);
+    const Mw::Ptr<JSON::Element> report = JSON::parseFile(TempFolder::wideOf(file));
+    ASSERT_TRUE(report);
+    EXPECT_EQ(report->getChild(L"events")->getChild(0u)->getString(L"cookie"), L"E0030001");
+    EXPECT_EQ(report->getChild(L"totals")->getNum(L"events"), 3);
+    EXPECT_EQ(run("--json /dev/null/x damaged.edl", onlyOutput).status, 2);
 }
 
 TEST(Program, readsAPipe)

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "examples/editsession/EditList.h"
+
+// Writes what the session found to a JSON file, for other programs: the list's title and rate, its events with their
+// cookies and edits, and the totals. The file is then read back and compared with the list. Gives an empty text, or
+// what went wrong.
+Text writeReport(const EditList& list, unsigned refusedLines, const Text& path);
