@@ -1,7 +1,5 @@
 #include "Mw/PooledStdAllocator.h"
 
-#include "pool_module/Module.h"
-
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -10,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <list>
 #include <thread>
-#include <tuple>
 #include <vector>
 
 namespace
@@ -37,13 +34,15 @@ struct Block
 {
     void* link = nullptr;
     std::atomic<int> owner{0};
-    int visits = 0; // plain: the stack alone orders its accesses
+    long visits = 0; // plain: the stack alone orders its accesses
 };
 using Stack = Mw::LockFree::Stack<Block>;
 
-[[noreturn]] void twoOwners(int one, int other)
+void changeOwner(Block& block, int from, int to)
 {
-    std::fprintf(stderr, "threads %d and %d own one object\n", one, other);
+    if (const int found = block.owner.exchange(to, std::memory_order_relaxed); found == from)
+        return;
+    std::fprintf(stderr, "an object has two owners\n");
     std::abort();
 }
 
@@ -51,16 +50,13 @@ using Stack = Mw::LockFree::Stack<Block>;
 // another block than it stood on before.
 void takeAndGiveBack(Stack& stack, int thread, long pops)
 {
-    Block* held[2];
     for (unsigned turn = 0; pops > 0; ++turn)
     {
+        Block* held[2];
         unsigned count = 0;
-        for (; count < 1 + turn % 2; ++count)
+        for (; count < 1 + turn % 2 && (held[count] = stack.pop()) != nullptr; ++count)
         {
-            if ((held[count] = stack.pop()) == nullptr)
-                break;
-            if (const int other = held[count]->owner.exchange(thread, std::memory_order_relaxed); other != 0)
-                twoOwners(thread, other);
+            changeOwner(*held[count], 0, thread);
             ++held[count]->visits;
             held[count]->link = held; // what a late reader of the link would follow
             --pops;
@@ -69,62 +65,43 @@ void takeAndGiveBack(Stack& stack, int thread, long pops)
             std::reverse(held, held + count);
         for (unsigned i = 0; i < count; ++i)
         {
-            if (const int other = held[i]->owner.exchange(0, std::memory_order_relaxed); other != thread)
-                twoOwners(thread, other);
+            changeOwner(*held[i], thread, 0);
             stack.push(held[i]);
         }
     }
 }
 
-class StackRace : public testing::TestWithParam<std::tuple<Stack::Means, int>>
-{
-};
-
-INSTANTIATE_TEST_SUITE_P(, StackRace,
-                         testing::Combine(testing::Values(Stack::Means::pairExchange, Stack::Means::lock),
-                                          testing::Values(2, 4, 8, 16)),
-                         [](const auto& of)
-                         {
-                             return (std::get<0>(of.param) == Stack::Means::lock ? "lock" : "exchange") +
-                                    std::to_string(std::get<1>(of.param));
-                         });
-
-long popsInAll()
-{
-    // Together with the other sizes: 2,000,000 pops, and 200,000,000 in the long form.
-    return std::getenv("MW_LONG_TESTS") != nullptr ? 50'000'000 : 500'000;
-}
-
 } // namespace
 
-TEST_P(StackRace, givesEachObjectOneOwner)
+TEST(LockFreeStack, givesEachObjectOneOwner)
 {
-    const auto [means, size] = GetParam();
-    if (means == Stack::Means::pairExchange && !OS().atomics().hasPairExchange())
-        GTEST_SKIP() << "this processor has no 16-byte exchange";
-    Stack stack(means);
-    std::vector<Block> blocks(static_cast<std::size_t>(size) + 2);
-    for (Block& block : blocks)
-        stack.push(&block);
-    {
-        std::vector<std::thread> threads;
-        for (int i = 1; i <= size; ++i)
-            threads.emplace_back([&, i] { takeAndGiveBack(stack, i, popsInAll() / size); });
-        for (std::thread& thread : threads)
-            thread.join();
-    }
-    EXPECT_EQ(stack.count(), std::ssize(blocks));
-    long visits = 0;
-    std::vector<Block*> found;
-    while (Block* const block = stack.pop())
-    {
-        found.push_back(block);
-        visits += block->visits;
-    }
-    std::sort(found.begin(), found.end());
-    EXPECT_EQ(std::unique(found.begin(), found.end()) - found.begin(), std::ssize(blocks));
-    EXPECT_GE(visits, popsInAll());
-    EXPECT_EQ(stack.count(), 0);
+    // 2,000,000 pops, and 200,000,000 in the long form.
+    const long pops = std::getenv("MW_LONG_TESTS") != nullptr ? 50'000'000 : 500'000;
+    for (const int size : {2, 4, 8, 16})
+        for (const auto means : {Stack::bestMeans(), Stack::Means::lock})
+        {
+            Stack stack(means);
+            std::vector<Block> blocks(static_cast<std::size_t>(size) + 2);
+            for (Block& block : blocks)
+                stack.push(&block);
+            std::vector<std::thread> threads;
+            for (int i = 1; i <= size; ++i)
+                threads.emplace_back([&, i] { takeAndGiveBack(stack, i, pops / size); });
+            for (std::thread& thread : threads)
+                thread.join();
+            EXPECT_EQ(stack.count(), std::ssize(blocks));
+            long visits = 0;
+            std::vector<Block*> found;
+            while (Block* const block = stack.pop())
+            {
+                found.push_back(block);
+                visits += block->visits;
+            }
+            std::sort(found.begin(), found.end());
+            EXPECT_EQ(std::unique(found.begin(), found.end()) - found.begin(), std::ssize(blocks));
+            EXPECT_GE(visits, pops);
+            EXPECT_EQ(stack.count(), 0);
+        }
 }
 
 TEST(PooledObject, goesRoundThroughTheStackOfItsType)
@@ -149,14 +126,13 @@ TEST(PooledObject, goesRoundThroughTheStackOfItsType)
 
 TEST(PooledStdAllocator, givesTheNodesOfAListBackToTheirPool)
 {
-    using List = std::list<short, Mw::PooledStdAllocator<short, Mw::PooledObjectDebug::LoggingTraits>>;
     using Node = std::_List_node<short>;
-    const auto& watch = Mw::Private::DebugTraitsHolder<Mw::PooledObjectDebug::LoggingTraits<Node>>::get();
     using Holder = Mw::Private::NodeHolder<Node, Mw::PooledObjectDebug::LoggingTraits>;
+    const auto& watch = Mw::Private::DebugTraitsHolder<Mw::PooledObjectDebug::LoggingTraits<Node>>::get();
     for (int round = 0; round < 2; ++round)
     {
-        List list(100, short{7});
-        list.erase(std::next(list.begin(), 50), list.end());
+        std::list<short, Mw::PooledStdAllocator<short, Mw::PooledObjectDebug::LoggingTraits>> list(100, short{7});
+        list.resize(50);
         EXPECT_EQ(pooled<Holder>(), 50);
         list.assign(70, short{8});
         EXPECT_EQ(std::count(list.begin(), list.end(), 8), 70);
@@ -164,27 +140,20 @@ TEST(PooledStdAllocator, givesTheNodesOfAListBackToTheirPool)
     EXPECT_EQ(pooled<Holder>(), 100);
     EXPECT_EQ(watch.pops(), 240u);
     EXPECT_EQ(watch.pushes(), 240u);
-    std::vector<short, Mw::PooledStdAllocator<short>> array(100, short{9});
+    const std::vector<short, Mw::PooledStdAllocator<short>> array(100, short{9});
     EXPECT_EQ(array.back(), 9) << "arrays are none of the pool's";
 }
 
 TEST(PooledObject, hasOneStackForAllLibraries)
 {
-    const auto open = [](const char* path)
-    {
-        void* const library = ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
-        EXPECT_NE(library, nullptr) << ::dlerror();
-        return library;
-    };
-    void* const a = open(POOL_MODULE_A);
-    void* const b = open(POOL_MODULE_B);
-    ASSERT_TRUE(a != nullptr && b != nullptr);
-    const auto of = [](void* library, auto* function, const char* name)
-    { return reinterpret_cast<decltype(function)>(::dlsym(library, name)); };
-    EXPECT_NE(of(a, &code, "code")(), of(b, &code, "code")()) << "each has its own code, or this shows nothing";
-    EXPECT_EQ(of(a, &stack, "stack")(), of(b, &stack, "stack")());
-    void* const object = of(a, &make, "make")();
-    of(b, &drop, "drop")(object);
-    EXPECT_EQ(of(a, &make, "make")(), object);
-    of(a, &drop, "drop")(object);
+    void* const a = ::dlopen(POOL_MODULE_A, RTLD_NOW | RTLD_LOCAL);
+    void* const b = ::dlopen(POOL_MODULE_B, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_TRUE(a != nullptr && b != nullptr) << ::dlerror();
+    const auto call = [](void* library, const char* name)
+    { return reinterpret_cast<void* (*)()>(::dlsym(library, name))(); };
+    EXPECT_NE(call(a, "code"), call(b, "code")) << "each has its own code, or this shows nothing";
+    EXPECT_EQ(call(a, "stack"), call(b, "stack"));
+    void* const object = call(a, "make");
+    reinterpret_cast<void (*)(void*)>(::dlsym(b, "drop"))(object);
+    EXPECT_EQ(call(a, "make"), object);
 }

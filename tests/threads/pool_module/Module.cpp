@@ -1,32 +1,29 @@
-#include "pool_module/Module.h"
+// A library that makes and drops objects of a pooled type. It is built twice, and each has a copy of the pool's
+// code.
 
 #include "Mw/MwPooledObject.h"
 
-namespace pool_module
-{
+#define SHOWN extern "C" __attribute__((visibility("default")))
 
-struct Shared : Mw::PooledObject<Shared>
+struct SharedByLibraries : Mw::PooledObject<SharedByLibraries>
 {
     char contents[48];
 };
+using Pool = Mw::Private::StackHolder<SharedByLibraries>;
 
-} // namespace pool_module
-
-using pool_module::Shared;
-
-void* make()
+SHOWN void* make()
 {
-    return new Shared;
+    return new SharedByLibraries;
 }
-void drop(void* object)
+SHOWN void drop(void* object)
 {
-    delete static_cast<Shared*>(object);
+    delete static_cast<SharedByLibraries*>(object);
 }
-void* stack()
+SHOWN void* stack()
 {
-    return &Mw::Private::StackHolder<Shared>::get();
+    return &Pool::get();
 }
-const void* code()
+SHOWN void* code()
 {
-    return reinterpret_cast<const void*>(&Mw::Private::StackHolder<Shared>::get);
+    return reinterpret_cast<void*>(&Pool::get);
 }
