@@ -148,9 +148,14 @@ TEST(WorkerThreadQueue, losesAndRepeatsNoCommandOfFourProducers)
         long priority, producer, sequence;
     };
     std::vector<Run> runs;
+    const auto all = OS().threadMgr().createEvent(iThreadEvent::eAutoReset);
     test::Calls<Safe, Ctx> command(
-        [&](auto&, Ctx& ctx) {
-            return runs.push_back({ctx.sequence % priorities, ctx.producer, ctx.sequence}), true;
+        [&](auto&, Ctx& ctx)
+        {
+            runs.push_back({ctx.sequence % priorities, ctx.producer, ctx.sequence});
+            if (std::ssize(runs) == producers * each)
+                all->set();
+            return true;
         });
     const MwDC::NullCommand<Ctx, Safe> none;
     for (long round = 0; round < rounds; ++round)
@@ -172,6 +177,7 @@ TEST(WorkerThreadQueue, losesAndRepeatsNoCommandOfFourProducers)
             for (std::thread& thread : threads)
                 thread.join();
             gate->set();
+            ASSERT_EQ(all->wait(250'000), iThreadEvent::eWaitSuccess) << "a command was lost";
         }
         ASSERT_EQ(std::ssize(runs), producers * each);
         long last[priorities][producers];
