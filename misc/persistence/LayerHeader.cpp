@@ -15,14 +15,6 @@ bool isBase(std::string_view name) noexcept
 
 } // namespace
 
-unsigned LayerHeader::load(const char* bytes) noexcept
-{
-    unsigned value = 0;
-    for (unsigned i = 0; i < 4; ++i)
-        value |= unsigned(static_cast<unsigned char>(bytes[i])) << 8 * i;
-    return value;
-}
-
 bool LayerHeader::read(PStream& stream)
 {
     version_ = stream.version();

@@ -36,7 +36,11 @@ public:
     }
 
     // A number of 32 bits as it is stored.
-    static unsigned load(const char* bytes) noexcept;
+    static unsigned load(const char* bytes) noexcept
+    {
+        const auto at = [bytes](unsigned i) { return unsigned(static_cast<unsigned char>(bytes[i])) << 8 * i; };
+        return at(0) | at(1) | at(2) | at(3);
+    }
 
     std::string_view name; // lives with the header
     unsigned majorRev = 0;

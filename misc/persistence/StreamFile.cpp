@@ -429,13 +429,6 @@ std::string_view StreamFile::readText()
     return take(scanned);
 }
 
-std::string_view StreamFile::take(std::size_t count) noexcept
-{
-    const std::string_view bytes = cached().substr(0, count);
-    cachePos_ += count;
-    return bytes;
-}
-
 bool StreamFile::readBinary(unsigned char* out, unsigned lengthBytes, bool raw)
 {
     if (!raw)

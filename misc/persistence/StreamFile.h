@@ -149,7 +149,12 @@ private:
     void takeWhole();
     void reserve(std::size_t capacity);
     // Passes so many bytes of the cache, which holds them.
-    std::string_view take(std::size_t count) noexcept;
+    std::string_view take(std::size_t count) noexcept
+    {
+        const std::string_view bytes = cached().substr(0, count);
+        cachePos_ += count;
+        return bytes;
+    }
     template <StreamPrimitive T>
     static T littleEndian(T value) noexcept;
 
