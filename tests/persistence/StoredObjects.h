@@ -26,21 +26,14 @@ public:
     LightweightString<char> name;
 };
 
-// What its layer does is the test's affair.
 class Title : public StreamableLayer<Title, Clip>
 {
 public:
     static constexpr StreamLayerNames layerNames = {"T", "Title"};
     void pack(PStream& stream) const { stream << text; }
-    void unpack(PStream& stream)
-    {
-        stream >> text;
-        if (onUnpack)
-            onUnpack(*this, stream);
-    }
+    void unpack(PStream& stream) { stream >> text; }
 
     LightweightString<char> text;
-    static inline std::function<void(Title&, PStream&)> onUnpack;
 };
 
 // Objects of any class within an object.
@@ -130,7 +123,6 @@ protected:
     {
         SetLogOutput(nullptr);
         std::fclose(log_);
-        Title::onUnpack = nullptr;
         Bin::onPack = nullptr;
     }
 

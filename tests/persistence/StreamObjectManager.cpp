@@ -93,7 +93,7 @@ TEST_F(StreamObjects, nextObjectIsReadWhateverABuilderDid)
     manager.registerClass("C.T", "Clip.Title",
                           [](PStream& stream)
                           {
-                              stream.file()->setPosition(stream.file()->position() + *move);
+                              stream.file()->setPosition(stream.file()->position() + static_cast<unsigned>(*move));
                               return Mw::Ptr<Streamable>(new Clip);
                           });
     // A first layer that holds more than the name is none of the usual ones.
