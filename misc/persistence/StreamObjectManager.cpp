@@ -70,16 +70,23 @@ void StreamObjectManager::registerClass(const LightweightString<char>& shortName
 
 void StreamObjectManager::insert(const LightweightString<char>& name, StreamBuilder builder)
 {
-    if (!classes_.emplace(name, SORegisterRec{builder}).second)
+    const auto [added, isNew] = classes_.emplace(name, SORegisterRec{builder});
+    if (!isNew)
     {
         oma_splat((LightweightString<char>("Non-unique short name or full name registering ") + name).c_str());
         return;
     }
-    if (2 * classes_.size() > index_.size())
-        index_.assign(std::bit_ceil(4 * classes_.size()), {});
+    if (2 * classes_.size() <= index_.size())
+        return enter(added->first, builder);
+    index_.assign(std::bit_ceil(4 * classes_.size()), {});
     for (const auto& [key, record] : classes_)
-        if (Entry& entry = entryOf(key.text()); entry.builder == nullptr)
-            entry = {key.text(), record.builder};
+        enter(key, record.builder);
+}
+
+// `name` is a key of the map, which keeps its text where it is.
+void StreamObjectManager::enter(const LightweightString<char>& name, StreamBuilder builder)
+{
+    entryOf(name.text()) = {name.text(), builder};
 }
 
 int StreamObjectManager::unregisterClass(const LightweightString<char>&)

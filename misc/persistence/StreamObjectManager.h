@@ -88,6 +88,7 @@ private:
     };
 
     void insert(const LightweightString<char>& name, StreamBuilder builder);
+    void enter(const LightweightString<char>& name, StreamBuilder builder);
     StreamBuilder builderOf(std::string_view name) const;
     Entry& entryOf(std::string_view name);
     static Mw::Ptr<Streamable> build(PStream& stream, StreamBuilder builder, std::uint64_t end);
