@@ -6,7 +6,6 @@
 #include "misc/notify/ValClient.h"
 
 #include <algorithm>
-#include <array>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
@@ -114,7 +113,8 @@ public:
             {
                 const auto& followed = model_.followed[client];
                 const bool isThere = i < static_cast<int>(followed.size());
-                EXPECT_EQ(real_.clients[client]->serverAt(i), isThere ? real_.servers[followed[i]].get() : nullptr);
+                EXPECT_EQ(real_.clients[client]->serverAt(i),
+                          isThere ? real_.servers[followed[static_cast<std::size_t>(i)]].get() : nullptr);
             }
     }
 
@@ -232,8 +232,8 @@ private:
 
     struct
     {
-        std::array<std::unique_ptr<Server>, serverCount> servers;
-        std::array<std::unique_ptr<Tested>, clientCount> clients;
+        std::unique_ptr<Server> servers[serverCount];
+        std::unique_ptr<Tested> clients[clientCount];
     } real_;
     struct
     {
