@@ -91,8 +91,20 @@ std::uint32_t machineOfStamps()
 
 constexpr std::size_t wordDigits = 8;
 
+int hexDigit(char c) noexcept
+{
+    return c >= '0' && c <= '9' ? c - '0' : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+// As strtol, which reads what stamps don't write.
 std::uint32_t wordOf(const char* digits) noexcept
 {
+    std::uint32_t word = 0;
+    std::size_t count = 0;
+    for (int digit; count <= wordDigits && (digit = hexDigit(digits[count])) >= 0; ++count)
+        word = word << 4 | static_cast<std::uint32_t>(digit);
+    if (digits[count] == '\0' && count <= wordDigits)
+        return word;
     return static_cast<std::uint32_t>(std::strtol(digits, nullptr, 16));
 }
 

@@ -30,6 +30,10 @@ thread_local TagMarkerTable* tableBeingRead = nullptr;
 thread_local int readingDepth = 0;
 
 constexpr std::uint64_t largestFileBytes = std::numeric_limits<std::uint32_t>::max();
+// Reading a whole file, so much is read at once where less than a usual object is left of the time before.
+constexpr std::uint64_t readAheadBytes = 128 * 1024;
+constexpr std::size_t largestSmallObjectBytes = 4 * 1024;
+
 constexpr const char* location = "misc/tag";
 
 Text lineNumber(int line)
@@ -334,6 +338,8 @@ bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector
     Span place;
     for (; !file.eof(); place.position += place.length)
     {
+        if (file.cached().size() < largestSmallObjectBytes)
+            file.cacheForward(place.position + readAheadBytes);
         const Mw::Ptr<Streamable> object = theSOManager().readObject(stream);
         place.length = file.position() - place.position;
         if (!stream.failed() && place.length == 0)
