@@ -45,11 +45,6 @@ wchar_t* escapeTo(wchar_t* out, std::wstring_view text) noexcept
     return out;
 }
 
-std::wstring_view viewOf(const wchar_t* text) noexcept
-{
-    return text != nullptr ? std::wstring_view(text) : std::wstring_view();
-}
-
 wchar_t* put(wchar_t* out, std::wstring_view text) noexcept
 {
     return std::copy(text.begin(), text.end(), out);
@@ -62,7 +57,7 @@ wchar_t* putPrintable(wchar_t* out, std::wstring_view text) noexcept
 
 } // namespace
 
-void Builder::startChild(const wchar_t* name)
+void Builder::startChild(Name name)
 {
     open(name, L'{');
 }
@@ -72,7 +67,7 @@ void Builder::endChild()
     close(L'}');
 }
 
-void Builder::startArray(const wchar_t* name)
+void Builder::startArray(Name name)
 {
     open(name, L'[');
 }
@@ -82,10 +77,9 @@ void Builder::endArray()
     close(L']');
 }
 
-void Builder::open(const wchar_t* name, wchar_t bracket)
+void Builder::open(Name name, wchar_t bracket)
 {
-    const View view = viewOf(name);
-    wchar_t* const out = beginItem(view, !view.empty(), 1);
+    wchar_t* const out = beginItem(name.text().empty() ? Name(nullptr) : name, 1);
     *out = bracket;
     endLine(out + 1);
     open_.push_back(hasItems_);
@@ -119,34 +113,34 @@ void Builder::addSeparator()
 }
 
 // Begins a line with the name. Gives where the value goes, for which there is room.
-wchar_t* Builder::beginItem(View name, bool isNamed, std::size_t valueLength, bool escape)
+wchar_t* Builder::beginItem(Name name, std::size_t valueLength, bool escape)
 {
     constexpr View behindName = L"\" : ";
     addSeparator();
-    wchar_t* out = line_.room(1 + 2 * name.size() + behindName.size() + valueLength);
-    if (!isNamed)
+    wchar_t* out = line_.room(1 + 2 * name.text().size() + behindName.size() + valueLength);
+    if (!name.isGiven())
         return out;
     *out++ = L'"';
-    out = escape ? putPrintable(out, name) : put(out, name);
+    out = escape ? putPrintable(out, name.text()) : put(out, name.text());
     return put(out, behindName);
 }
 
-void Builder::addLine(const wchar_t* name, View value)
+void Builder::addLine(Name name, View value)
 {
-    endLine(put(beginItem(viewOf(name), name != nullptr, value.size()), value));
+    endLine(put(beginItem(name, value.size()), value));
 }
 
 // The reader takes no null without a name; an empty text is the same to it.
-void Builder::addNull(const wchar_t* name, bool escape)
+void Builder::addNull(Name name, bool escape)
 {
     constexpr View null = L"null";
-    wchar_t* const out = beginItem(viewOf(name), name != nullptr, null.size(), escape);
-    endLine(put(out, name != nullptr ? null : View(L"\"\"")));
+    wchar_t* const out = beginItem(name, null.size(), escape);
+    endLine(put(out, name.isGiven() ? null : View(L"\"\"")));
 }
 
-void Builder::addText(const wchar_t* name, View text, bool escape)
+void Builder::addText(Name name, View text, bool escape)
 {
-    wchar_t* out = beginItem(viewOf(name), name != nullptr, 2 * text.size() + 2, escape);
+    wchar_t* out = beginItem(name, 2 * text.size() + 2, escape);
     *out++ = L'"';
     out = escape ? putPrintable(out, text) : put(out, text);
     *out++ = L'"';
@@ -154,7 +148,7 @@ void Builder::addText(const wchar_t* name, View text, bool escape)
 }
 
 template <class Number>
-void Builder::addNumber(const wchar_t* name, Number value)
+void Builder::addNumber(Name name, Number value)
 {
     // The longest are the smallest doubles: a sign, "0.", 323 zeros and digits.
     char digits[400];
@@ -169,37 +163,37 @@ void Builder::addNumber(const wchar_t* name, Number value)
     addLine(name, View(wide, static_cast<std::size_t>(std::copy(digits, written.ptr, wide) - wide)));
 }
 
-void Builder::add(const wchar_t* name, int value)
+void Builder::add(Name name, int value)
 {
     addNumber(name, value);
 }
 
-void Builder::add(const wchar_t* name, long value)
+void Builder::add(Name name, long value)
 {
     addNumber(name, value);
 }
 
-void Builder::add(const wchar_t* name, float value)
+void Builder::add(Name name, float value)
 {
     addNumber(name, value);
 }
 
-void Builder::add(const wchar_t* name, double value)
+void Builder::add(Name name, double value)
 {
     addNumber(name, value);
 }
 
-void Builder::add(const wchar_t* name, bool value)
+void Builder::add(Name name, bool value)
 {
     addLine(name, value ? L"true" : L"false");
 }
 
-void Builder::add(const wchar_t* name, const LightweightString<wchar_t>& value, bool escape)
+void Builder::add(Name name, const LightweightString<wchar_t>& value, bool escape)
 {
     addText(name, value, escape);
 }
 
-void Builder::add(const wchar_t* name, const wchar_t* value, bool escape)
+void Builder::add(Name name, const wchar_t* value, bool escape)
 {
     value != nullptr ? addText(name, value, escape) : addNull(name, escape);
 }

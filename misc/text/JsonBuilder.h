@@ -22,24 +22,45 @@ class MISC_API Builder
 public:
     using Lines = std::vector<LightweightString<wchar_t>, StdAllocator<LightweightString<wchar_t>>>;
 
+    // A name, or none where it's null. It is used during the call only.
+    class Name
+    {
+    public:
+        Name(std::nullptr_t) noexcept {}
+        Name(const wchar_t* text) noexcept : isGiven_(text != nullptr)
+        {
+            if (isGiven_)
+                text_ = text;
+        }
+        Name(const LightweightString<wchar_t>& text) noexcept : text_(text), isGiven_(true) {}
+        Name(std::wstring_view text) noexcept : text_(text), isGiven_(true) {}
+
+        std::wstring_view text() const noexcept { return text_; }
+        bool isGiven() const noexcept { return isGiven_; }
+
+    private:
+        std::wstring_view text_;
+        bool isGiven_ = false;
+    };
+
     // Open a container, with a name unless that is null or empty, and close the innermost one.
-    void startChild(const wchar_t* name);
+    void startChild(Name name);
     void endChild();
-    void startArray(const wchar_t* name);
+    void startArray(Name name);
     void endArray();
 
     // Numbers are in fixed notation, in the fewest digits that read back as the same value of their type; one that
     // isn't finite is null.
-    void add(const wchar_t* name, int value);
-    void add(const wchar_t* name, long value);
-    void add(const wchar_t* name, float value);
-    void add(const wchar_t* name, double value);
-    void add(const wchar_t* name, bool value);
+    void add(Name name, int value);
+    void add(Name name, long value);
+    void add(Name name, float value);
+    void add(Name name, double value);
+    void add(Name name, bool value);
 
     // Without `escape` name and text are written as they stand, for callers that escaped them. A null text is
     // null; where there is no name the reader takes no null, and an empty text stands for it.
-    void add(const wchar_t* name, const LightweightString<wchar_t>& value, bool escape = true);
-    void add(const wchar_t* name, const wchar_t* value, bool escape = true);
+    void add(Name name, const LightweightString<wchar_t>& value, bool escape = true);
+    void add(Name name, const wchar_t* value, bool escape = true);
 
     // The lines so far, without indentation.
     Lines getOutput() const;
@@ -56,16 +77,16 @@ public:
 private:
     using View = std::wstring_view;
 
-    void open(const wchar_t* name, wchar_t bracket);
+    void open(Name name, wchar_t bracket);
     void close(wchar_t bracket);
     void addSeparator();
-    wchar_t* beginItem(View name, bool isNamed, std::size_t valueLength, bool escape = true);
+    wchar_t* beginItem(Name name, std::size_t valueLength, bool escape = true);
     void endLine(const wchar_t* end);
-    void addLine(const wchar_t* name, View value);
-    void addNull(const wchar_t* name, bool escape);
-    void addText(const wchar_t* name, View text, bool escape);
+    void addLine(Name name, View value);
+    void addNull(Name name, bool escape);
+    void addText(Name name, View text, bool escape);
     template <class Number>
-    void addNumber(const wchar_t* name, Number value);
+    void addNumber(Name name, Number value);
 
     LineList lines_;
     Buffer<wchar_t> line_;   // room for the line that is being made

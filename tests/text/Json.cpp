@@ -350,7 +350,7 @@ TEST(JsonBuilder, linesAreAsPeopleReadThem)
     builder.add(L"raw", L"\\u00e4", false);
     builder.endChild();
     builder.endArray();
-    builder.add(L"\u00e4", true);
+    builder.add(Wide(L"\u00e4"), true);
     builder.endChild();
     EXPECT_EQ(printed(builder, 2), "{\n"
                                    "  \"whole\" : -7,\n"
