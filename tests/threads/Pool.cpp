@@ -153,7 +153,9 @@ TEST(PooledObject, hasOneStackForAllLibraries)
     { return reinterpret_cast<void* (*)()>(::dlsym(library, name))(); };
     EXPECT_NE(call(a, "code"), call(b, "code")) << "each has its own code, or this shows nothing";
     EXPECT_EQ(call(a, "stack"), call(b, "stack"));
+    const auto drop = reinterpret_cast<void (*)(void*)>(::dlsym(b, "drop"));
     void* const object = call(a, "make");
-    reinterpret_cast<void (*)(void*)>(::dlsym(b, "drop"))(object);
+    drop(object);
     EXPECT_EQ(call(a, "make"), object);
+    drop(object);
 }
