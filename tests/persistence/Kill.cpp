@@ -54,7 +54,7 @@ long generationOfText(const Path& path)
     for (unsigned i = 1; i < text.numLines(); ++i)
         if (text[i] != text[0])
             return -1;
-    return std::atol(std::string(text[0]).c_str());
+    return std::stol(std::string(text[0]));
 }
 
 // Saves one generation after the other and tells each that is saved, until it is killed.

@@ -108,11 +108,8 @@ TEST_F(ConfigB, fileIsReadLineByLine)
 TEST_F(ConfigB, lineOf1024BytesEndsTheRead)
 {
     const std::string first(5000, '{'), longest = "a " + std::string(1021, 'v');
-    EXPECT_EQ(entriesOf(configb(file(first + "\n" + longest + "\nb 1\n}").c_str())),
+    EXPECT_EQ(entriesOf(configb(file(first + "\n" + longest + "\nb 1\n" + longest + "v\nc 1\n}").c_str())),
               "a||" + longest.substr(2) + "\nb||1\n");
-    configb table;
-    EXPECT_EQ(table.readFromFile(TempFolder::wideOf(file("{\nb 1\n" + longest + "v\nc 1\n}"))), 1);
-    EXPECT_EQ(entriesOf(table), "b||1\n");
 }
 
 TEST_F(ConfigB, tablesFollowEachOtherInOneStream)
@@ -123,7 +120,6 @@ TEST_F(ConfigB, tablesFollowEachOtherInOneStream)
     second.set_end_str("End of it");
     EXPECT_EQ(second.read_from_file(&stream), 0) << "a prefix of the end string ends the table";
     EXPECT_EQ(entriesOf(second), "a||2\n");
-    EXPECT_EQ(second.read_from_file(nullptr), 1);
 }
 
 TEST_F(ConfigB, debugMessagesTellOfOpeningAndUnexpectedEnd)
@@ -236,11 +232,8 @@ TEST_F(ConfigB, textOfTheFormatsPage)
                              "}";
     EXPECT_EQ(sample().asString(), text);
     TextFile file;
-    file.appendLine("first");
     sample().writeTo(file, 2);
-    EXPECT_EQ(file[1], "  {");
-    EXPECT_EQ(file[2], "    autosave:bool true");
-    EXPECT_EQ(file[10], "  }");
+    EXPECT_EQ(std::string(file[0]) + std::string(file[1]) + std::string(file[9]), "  {    autosave:bool true  }");
 }
 
 TEST_F(ConfigB, packedFormOfTheFormatsPage)
