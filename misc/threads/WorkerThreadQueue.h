@@ -3,9 +3,9 @@
 #include "OS/OS.h"
 #include "OS/ThreadExit.h"
 #include "OS/ThreadMgr.h"
+#include "misc/threads/CoProcess.h"
 #include "misc/threads/CommandQueue.h"
 #include "misc/threads/ServiceLock.h"
-#include "misc/threads/switch.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,0 +1,277 @@
+#pragma once
+
+#include "Mw/Assert.h"
+#include "Mw/Ptr.h"
+#include "OS/OS.h"
+#include "OS/ThreadMgr.h"
+#include "libmw/CriticalSection.h"
+#include "libmw/TypeName.h"
+#include "misc/threads/CoProcess.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <list>
+#include <utility>
+#include <vector>
+
+// A list of items and a few threads that take them from it: whoever queues an item goes on at once, and one of
+// the threads hands it to the owner's Decoupler. Items are taken in the list's order; on several threads they
+// run at the same time and end in any order. The queue shares its items with those who queued them. Any thread.
+template <class T>
+class DecouplingQueue
+{
+public:
+    using Item = Mw::Ptr<T>;
+
+    // What the owner of a queue does with its items; it outlives the queue.
+    class Decoupler
+    {
+    public:
+        // The name of the queue's threads. The "$" leaves them to the queue when the co-processes are stopped.
+        virtual LightweightString<char> getName()
+        {
+            return LightweightString<char>("$DQ<") + typeName(typeid(T)) + ">";
+        }
+
+        // Works on an item, on one of the queue's threads, with no lock held. It may queue more.
+        virtual void despatch(Item item) = 0;
+
+        // Takes the next item for `despatch`, null if there is none. An owner who keeps account of its items
+        // does so here, in one step with the taking, under a lock of its own that it takes before the queue's.
+        virtual Item take(DecouplingQueue& queue) { return queue.takeItem(); }
+
+        virtual ~Decoupler() = default;
+    };
+
+    static constexpr unsigned maxThreads = 16;
+    static constexpr unsigned noTimeout = ~0u;
+
+    // Starts the threads, at most `maxThreads`. `priority` is one of the library's; the argument behind it is
+    // ignored. A thread that has nothing to do looks at the list again every `waitTimeoutMs`.
+    //
+    // Without threads, items are worked on by despatchItemFromQueue alone.
+    DecouplingQueue(unsigned numThreads, unsigned priority, int, unsigned stackSizeBytes, Decoupler* decoupler,
+                    unsigned waitTimeoutMs);
+
+    // Works on all that is queued and waits for the threads, however long that takes. On one of the queue's own
+    // threads it doesn't wait for that one; what nobody else takes is then dropped.
+    ~DecouplingQueue();
+    DecouplingQueue(const DecouplingQueue&) = delete;
+    DecouplingQueue& operator=(const DecouplingQueue&) = delete;
+
+    // Puts an item behind the others, or before them. Without a thread to take it, which the destructor's
+    // drain doesn't count as, an assertion line says so.
+    void queue(const Item& item);
+    void queueFront(const Item& item);
+
+    bool isQueued(const Item& item) const;
+    bool empty() const;
+    void getQueuedItems(std::list<Item>& items) const;
+
+    // Takes an item out wherever it stands, once; false if it isn't there.
+    bool remove(const Item& item);
+
+    // Drops all items.
+    void clear();
+
+    // Takes the first item out, passing over null ones; null if there is none. For Decoupler::take.
+    Item takeItem();
+
+    // Takes one item and works on it, on the caller's thread.
+    void despatchItemFromQueue();
+
+    // The threads' body.
+    static iThread::eExecRC decoupledThread(void* queue);
+
+private:
+    // What a thread may look at when the queue is gone.
+    struct Life : iObject
+    {
+        std::atomic<bool> isOver{false};
+    };
+
+    DecouplingQueue(unsigned numThreads, Decoupler* decoupler, unsigned waitTimeoutMs);
+
+    void wakeThread();
+    void work();
+    bool despatchNext();
+
+    mutable CriticalSection lock_{"decoupling queue"};
+    std::list<Item> items_;
+    Mw::Ptr<iThreadEvent> itemEvent_; // cleared by the thread that it wakes; null without threads, like the next
+    Mw::Ptr<iThreadEvent> stopEvent_; // stays set
+    Decoupler* const decoupler_;
+    const unsigned numThreads_;
+    std::array<Mw::Ptr<iThread>, maxThreads> threads_;
+    std::atomic<bool> threadRequired_{false};
+    const unsigned waitTimeoutMs_;
+    const Mw::Ptr<Life> life_{Mw::makePtr<Life>()};
+};
+
+template <class T>
+DecouplingQueue<T>::DecouplingQueue(unsigned numThreads, Decoupler* decoupler, unsigned waitTimeoutMs)
+    : decoupler_(decoupler), numThreads_(std::min(numThreads, maxThreads)), waitTimeoutMs_(waitTimeoutMs)
+{
+}
+
+// The destructor stops the threads that were made before one failed.
+template <class T>
+DecouplingQueue<T>::DecouplingQueue(unsigned numThreads, unsigned priority, int, unsigned stackSizeBytes,
+                                    Decoupler* decoupler, unsigned waitTimeoutMs)
+    : DecouplingQueue(numThreads, decoupler, waitTimeoutMs)
+{
+    if (numThreads_ == 0)
+        return;
+    itemEvent_ = OS().threadMgr().createEvent(iThreadEvent::eAutoReset);
+    stopEvent_ = OS().threadMgr().createEvent(iThreadEvent::eManualReset);
+    threadRequired_ = true;
+    for (unsigned i = 0; i < numThreads_; ++i)
+        threads_[i] = coThreadGet(co_create(decoupledThread, decoupler_->getName().c_str(), static_cast<int>(priority),
+                                            this, 1 << i, stackSizeBytes));
+}
+
+template <class T>
+DecouplingQueue<T>::~DecouplingQueue()
+{
+    if (numThreads_ == 0)
+        return;
+    threadRequired_ = false;
+    if (stopEvent_)
+        stopEvent_->set();
+    for (const Mw::Ptr<iThread>& thread : threads_)
+        if (thread)
+            thread->waitForExit(-1);
+    life_->isOver = true;
+}
+
+template <class T>
+void DecouplingQueue<T>::queue(const Item& item)
+{
+    {
+        const CriticalSection::Lock lock(lock_);
+        MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 177");
+        items_.push_back(item);
+    }
+    wakeThread();
+}
+
+template <class T>
+void DecouplingQueue<T>::queueFront(const Item& item)
+{
+    {
+        const CriticalSection::Lock lock(lock_);
+        MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 161");
+        items_.push_front(item);
+    }
+    wakeThread();
+}
+
+template <class T>
+bool DecouplingQueue<T>::isQueued(const Item& item) const
+{
+    const CriticalSection::Lock lock(lock_);
+    return std::find(items_.begin(), items_.end(), item) != items_.end();
+}
+
+template <class T>
+bool DecouplingQueue<T>::empty() const
+{
+    const CriticalSection::Lock lock(lock_);
+    return items_.empty();
+}
+
+template <class T>
+void DecouplingQueue<T>::getQueuedItems(std::list<Item>& items) const
+{
+    const CriticalSection::Lock lock(lock_);
+    items = items_;
+}
+
+template <class T>
+bool DecouplingQueue<T>::remove(const Item& item)
+{
+    const CriticalSection::Lock lock(lock_);
+    const auto place = std::find(items_.begin(), items_.end(), item);
+    if (place == items_.end())
+        return false;
+    items_.erase(place);
+    return true;
+}
+
+template <class T>
+void DecouplingQueue<T>::clear()
+{
+    std::list<Item> dropped; // their destructors run when the lock is free again
+    const CriticalSection::Lock lock(lock_);
+    dropped.swap(items_);
+}
+
+// The event wakes one thread, however often it was set before that one looked: who takes an item and leaves
+// others wakes the next.
+template <class T>
+typename DecouplingQueue<T>::Item DecouplingQueue<T>::takeItem()
+{
+    Item item;
+    bool others = false;
+    {
+        const CriticalSection::Lock lock(lock_);
+        while (!item && !items_.empty())
+        {
+            item = std::move(items_.front());
+            items_.pop_front();
+        }
+        others = !items_.empty();
+    }
+    if (others)
+        wakeThread();
+    return item;
+}
+
+template <class T>
+void DecouplingQueue<T>::despatchItemFromQueue()
+{
+    despatchNext();
+}
+
+template <class T>
+bool DecouplingQueue<T>::despatchNext()
+{
+    Item item = decoupler_->take(*this);
+    if (!item)
+        return false;
+    decoupler_->despatch(std::move(item));
+    return true;
+}
+
+template <class T>
+void DecouplingQueue<T>::wakeThread()
+{
+    if (itemEvent_)
+        itemEvent_->set();
+}
+
+template <class T>
+iThread::eExecRC DecouplingQueue<T>::decoupledThread(void* queue)
+{
+    static_cast<DecouplingQueue*>(queue)->work();
+    return iThread::eExecOK;
+}
+
+// An item's work may drop the last handle to the queue.
+template <class T>
+void DecouplingQueue<T>::work()
+{
+    const Mw::Ptr<Life> life = life_;
+    const std::vector<Mw::Ptr<iThreadEvent>> events{itemEvent_, stopEvent_};
+    while (threadRequired_)
+    {
+        OS().threadMgr().waitForEvents(events, false, static_cast<int>(waitTimeoutMs_));
+        while (threadRequired_ && despatchNext())
+            if (life->isOver)
+                return;
+    }
+    while (despatchNext())
+        if (life->isOver)
+            return;
+}
