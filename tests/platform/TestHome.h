@@ -17,6 +17,10 @@ class TestHome : public testing::Environment
 public:
     void SetUp() override
     {
+        // A program that a death test starts again dies without an end, and uses its parent's.
+        if (std::getenv("MW_TEST_HOME") != nullptr)
+            return;
+        ::setenv("MW_TEST_HOME", "1", 1);
         // Goes after what writes at exit: it was made before.
         static const TempFolder folder;
         for (const char* const name : {"MW_CONFIG_DIR", "MW_MACHINE_CONFIG_DIR", "MW_DATA_DIR", "MW_PROJECTS_DIR"})

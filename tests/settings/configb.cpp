@@ -218,8 +218,14 @@ TEST_F(ConfigB, valuesConvertOnTheWayOut)
     EXPECT_EQ(cookie, Cookie('V', 5, 0, 12)) << "sub-types are not stored";
 }
 
-TEST_F(ConfigB, textOfTheFormatsPage)
+TEST_F(ConfigB, formsOfTheFormatsPage)
 {
+    configb two;
+    two.set("Rate", 25);
+    two.set("path", "C:\\");
+    EXPECT_EQ(packed(two), std::string("\2\0\0\0path\0C:\\\0\0Rate\0"
+                                       "25\0int\0",
+                                       26));
     const char* const text = "{\n"
                              "  autosave:bool true\n"
                              "  black:cookie VZ0Z0001\n"
@@ -234,17 +240,6 @@ TEST_F(ConfigB, textOfTheFormatsPage)
     TextFile file;
     sample().writeTo(file, 2);
     EXPECT_EQ(std::string(file[0]) + std::string(file[1]) + std::string(file[9]), "  {    autosave:bool true  }");
-}
-
-TEST_F(ConfigB, packedFormOfTheFormatsPage)
-{
-    configb table;
-    table.set("Rate", 25);
-    table.set("path", "C:\\");
-    const std::string bytes = packed(table);
-    EXPECT_EQ(bytes, std::string("\2\0\0\0path\0C:\\\0\0Rate\0"
-                                 "25\0int\0",
-                                 26));
 }
 
 TEST_F(ConfigB, everyFormReadsBackAsTheSameEntries)
