@@ -28,10 +28,11 @@ public:
     // The user may not remove it.
     bool readOnly() const noexcept { return readOnly_; }
     bool valid() const noexcept { return valid_; }
-    // Means something only if usingCke().
+    // Means something only if usingCke() or lacksSlot().
     ComplexKeyboardEvent const& cke() const noexcept { return cke_; }
-    // Whether the item is a gesture that has a slot.
+    // Whether the item is a gesture that has a slot, and whether it is one that found none free.
     bool usingCke() const noexcept { return usingCke_; }
+    bool lacksSlot() const noexcept { return lacksSlot_; }
 
 private:
     void registerCke();
@@ -43,6 +44,7 @@ private:
     bool valid_ = false;
     ComplexKeyboardEvent cke_;
     bool usingCke_ = false;
+    bool lacksSlot_ = false;
 };
 
 // Reads a display form of one key or of a gesture, as keycodeFromDisplayText does, into an item that the user may

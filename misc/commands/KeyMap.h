@@ -1,0 +1,118 @@
+#pragma once
+
+#include "Mw/LightweightString.h"
+#include "OS/Export.h"
+#include "misc/base/UIString.h"
+#include "misc/commands/MapItem.h"
+
+#include <memory>
+#include <vector>
+
+// One action that keys can be bound to: its output, which is a number or the name of a command, and the keys that
+// produce it. The keys that it is made with are its defaults, which it remembers when the user changes them. One
+// thread at a time.
+class MISC_API KeyMap
+{
+public:
+    using Text = LightweightString<wchar_t>;
+    using Name = LightweightString<char>;
+
+    enum KeyMapScope
+    {
+        notInReports = 0,
+        inReports = 1
+    };
+
+    enum eOutputMode
+    {
+        byValue = 0,
+        byString = 1
+    };
+
+    struct Output
+    {
+        Output(int value) noexcept : value(value) {}
+        Output(Name name) noexcept : string(std::move(name)), mode(byString) {}
+        Output(const char* name) : Output(Name(name)) {}
+
+        int value = -1;
+        Name string;
+        eOutputMode mode = byValue;
+    };
+
+    // Not valid: ends a table.
+    KeyMap() noexcept = default;
+
+    // With no key, one, two, or those of a table that ends with an item that isn't valid. A key that is given
+    // twice, and a name that verifyOutputString refuses, are reported by qa_splat.
+    explicit KeyMap(const Output& output, const UIString& displayName = {}, const UIString& displayDescription = {},
+                    KeyMapScope scope = notInReports);
+    KeyMap(const Output& output, const MapItem& key, const UIString& displayName = {},
+           const UIString& displayDescription = {}, KeyMapScope scope = notInReports);
+    KeyMap(const Output& output, const MapItem& key, const MapItem& otherKey, const UIString& displayName = {},
+           const UIString& displayDescription = {}, KeyMapScope scope = notInReports);
+    KeyMap(const Output& output, MapItem const* keys, const UIString& displayName = {},
+           const UIString& displayDescription = {}, KeyMapScope scope = notInReports);
+
+    KeyMap(const KeyMap& other);
+    KeyMap(KeyMap&&) noexcept = default;
+    KeyMap& operator=(const KeyMap& other) { return *this = KeyMap(other); }
+    KeyMap& operator=(KeyMap&&) noexcept = default;
+    ~KeyMap() = default;
+
+    bool valid() const noexcept { return valid_; }
+    eOutputMode outputMode() const noexcept { return output_.mode; }
+    int outputValue() const noexcept { return output_.value; }
+    const Name& outputString() const noexcept { return output_.string; }
+    KeyMapScope scope() const noexcept { return scope_; }
+
+    // What was given, or else the output's own name and a text that says that there is no description.
+    const Text& displayName() const;
+    const Text& displayDescription() const;
+
+    // For the client's own use.
+    void tag(void* tag) const noexcept { tag_ = tag; }
+    void* tag() const noexcept { return tag_; }
+
+    const std::vector<MapItem>& mapItems() const noexcept { return items_; }
+
+    // The item of the code, null if there is none. It is valid until the map is changed.
+    MapItem const* lookup(int keycode) const noexcept;
+
+    // Appends a copy. False for a code that is there already; an item that isn't valid is ignored, and true.
+    bool addMapItem(const MapItem& item);
+
+    // False for a code that isn't there, and for an item that is read only.
+    bool removeMapItem(int keycode);
+
+    // The keys that the map was made with, whether or not they are bound now.
+    const std::vector<MapItem>& defaultItems() const noexcept { return defaults_ ? *defaults_ : items_; }
+    bool isDefaultKey(int keycode) const noexcept;
+    // From now on the present keys are the defaults.
+    void makeKeysDefault() noexcept { defaults_.reset(); }
+
+    // Runs the command that the output string names, without a context. False if there is no such command.
+    bool executeCommand() const;
+
+    // Whether the output string can be stored: every character is above 31 and none is a colon, and it doesn't
+    // begin like a number, "0x". Empty is good.
+    bool verifyOutputString() const noexcept;
+
+private:
+    void construct(const UIString& displayName, const UIString& displayDescription);
+    void addDefault(const MapItem& item);
+    void keepDefaults();
+
+    std::vector<MapItem> items_;
+    Output output_{0};
+    mutable Text displayName_;
+    mutable Text displayDescription_;
+    KeyMapScope scope_ = notInReports;
+    bool valid_ = false;
+    mutable void* tag_ = nullptr;
+    std::unique_ptr<const std::vector<MapItem>> defaults_; // null while the items are the defaults
+};
+
+// The text of the resource, or the default if that is empty.
+MISC_API LightweightString<wchar_t> defaultableResourceStr(ResId id, const LightweightString<char>& defaultText);
+MISC_API LightweightString<wchar_t> defaultableResourceStr(ResId id, ResId defaultId);
