@@ -2,24 +2,37 @@
 
 #include "media/AssertionLines.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <map>
 
 namespace
 {
 
 using Details = OutputFormat::Details;
-using Indices = std::vector<unsigned>;
 
-Indices allBut(const Indices& left)
+// The rule told once more, by what rates are: numbers of ticks and the sets that they belong to.
+bool isPermitted(OutputFormat::Type type, Mw::FrameRate output, Mw::FrameRate project)
 {
-    Indices rest;
-    for (unsigned i = 0; i < OutputFormat::getNumFormats(); ++i)
-        if (std::find(left.begin(), left.end(), i) == left.end())
-            rest.push_back(i);
-    return rest;
+    const AssertionLines unheeded;
+    const bool isNormal = Mw::isInFrameRateGroup(output, Mw::FrameRateGroups::Normal);
+    const int ticks = isNormal ? Mw::getTicksPerSecond(output) : 0;
+    switch (project)
+    {
+    case Mw::FR24:
+        return isNormal && ticks != 48;
+    case Mw::FR25:
+    case Mw::FR50:
+        return isNormal && ticks % 25 == 0;
+    case Mw::FR30:
+        return isNormal && ticks % 30 == 0;
+    case Mw::FR60:
+        return isNormal && ticks % 30 == 0 && output != Mw::FR30;
+    case Mw::FR48:
+    case Mw::FR48M:
+        return (ticks != 25 && ticks != 30) || (type != OutputFormat::SevenTwentyP &&
+                                                type != OutputFormat::TenEightyP && type != OutputFormat::TenEightyPsf);
+    default:
+        return true;
+    }
 }
 
 } // namespace
@@ -47,29 +60,24 @@ TEST(OutputFormat, readsBackWhatItStoresOfEveryFormat)
 
 TEST(OutputFormat, isPermittedByTheRateOfTheProject)
 {
-    // Others permit all.
-    const std::map<int, Indices> permitted = {
-        {Mw::FR24, allBut({20})},
-        {Mw::FR25, {0, 1, 6, 7, 12, 17, 21, 29}},
-        {Mw::FR50, {0, 1, 6, 7, 12, 17, 21, 29}},
-        {Mw::FR30, {2, 3, 8, 9, 10, 11, 13, 14, 18, 19, 22, 30}},
-        {Mw::FR48, allBut({6, 10, 11, 17, 18, 19})},
-        {Mw::FR48M, allBut({6, 10, 11, 17, 18, 19})},
-        {Mw::FR60, {2, 3, 8, 9, 10, 13, 18, 22, 30}},
-    };
-    for (int project = -1; project < 50; ++project)
+    for (int number = -1; number < 50; ++number)
     {
-        Indices found{99};
-        OutputFormat::getAllowedOutputFormatsForProjectFrameRate(Mw::FrameRate(project), found);
-        const auto row = permitted.find(project);
-        EXPECT_EQ(found, row != permitted.end() ? row->second : allBut({})) << project;
+        const auto project = Mw::FrameRate(number);
+        for (int type = 0; type <= 16; ++type)
+            for (int output = -1; output < 70; ++output)
+                EXPECT_EQ(OutputFormat::isOutputRateAllowedForProjectFrameRate(OutputFormat::Type(type),
+                                                                               Mw::FrameRate(output), project),
+                          isPermitted(OutputFormat::Type(type), Mw::FrameRate(output), project))
+                    << output << " of type " << type << " in " << project;
 
-        const bool isLimited = row != permitted.end() && project != Mw::FR48 && project != Mw::FR48M;
-        for (const int output : {-1, 0, 11, 31, 32, 47})
-            EXPECT_EQ(
-                OutputFormat::isOutputRateAllowedForProjectFrameRate(Mw::FrameRate(output), Mw::FrameRate(project)),
-                !isLimited)
-                << output << " in " << project;
+        std::vector<unsigned> wanted;
+        for (unsigned i = 0; i < OutputFormat::getNumFormats(); ++i)
+            if (isPermitted(OutputFormat::getFormat(i).type_, OutputFormat::getFormat(i).frameRate(), project))
+                wanted.push_back(i);
+        std::vector<unsigned> found{99};
+        OutputFormat::getAllowedOutputFormatsForProjectFrameRate(project, found);
+        EXPECT_EQ(found, wanted) << project;
+        EXPECT_FALSE(found.empty());
     }
 }
 
@@ -106,6 +114,20 @@ TEST(OutputFormat, readsTextsOfEveryForm)
         EXPECT_EQ(format.width_, wanted.type == 0 ? 0 : 720) << wanted.text;
         EXPECT_EQ(format.isVideoDataSet_, wanted.type != 0) << wanted.text;
         EXPECT_EQ(format.videoFormatUID_ != 0, format.valid()) << wanted.text;
+    }
+
+    // What is read of a text that was damaged in any one byte, or cut, is stored and read back as it is.
+    for (unsigned row = 0; row < OutputFormat::getNumFormats(); ++row)
+    {
+        const LightweightString<char> text = OutputFormat::getFormat(row).getPersistableString();
+        for (unsigned at = 0; at < text.length(); ++at)
+            for (const char byte : {'|', '-', '9', ' ', '\0', '\xE2'})
+            {
+                LightweightString<char> damaged(text);
+                damaged.writable()[at] = byte;
+                for (const Details& read : {Details(damaged), Details(text.substr(0, at))})
+                    EXPECT_TRUE(!read.valid() || Details(read.getPersistableString()) == read) << damaged;
+            }
     }
 
     // 21 bytes stand before the qualifier, which leaves room for 29 characters of two; behind one byte more the last
