@@ -3,7 +3,7 @@
 #include "examples/editsession/UserRecord.h"
 
 #include "libmw/Text.h"
-#include "misc/media/ProjectRate.h"
+#include "misc/media/CurrentProject.h"
 #include "misc/media/TimecodeLabel.h"
 #include "misc/settings/config.h"
 
@@ -156,7 +156,7 @@ Text complete(Options& options)
     if (const Text reason = completeFromSettings(options); !reason.empty())
         return reason;
     if (options.rate == Mw::FRInvalid)
-        options.rate = Mw::currentProjectFrameRate();
+        options.rate = Mw::CurrentProject::getFrameRate();
     if (options.gauge == FILM_INVALID)
         options.gauge = FILM_35MM;
     if (options.list.empty())

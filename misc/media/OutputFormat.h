@@ -52,6 +52,10 @@ public:
 
     // Makes `indices` those of the catalogue's formats that are permitted, in ascending order.
     static void getAllowedOutputFormatsForProjectFrameRate(Mw::FrameRate project, std::vector<unsigned>& indices);
+
+    // Makes the first permitted format the current project's output format, with notification, if the project's rate
+    // doesn't permit the one that it has. Stands above this module, with Mw::CurrentProject.
+    static void validateProjectSettings();
 };
 
 // One video format: what an image is, how it is scanned, and how many there are in a second. A value; what is

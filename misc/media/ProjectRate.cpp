@@ -1,6 +1,7 @@
 #include "misc/media/ProjectRate.h"
 
 #include "Mw/Assert.h"
+#include "misc/media/CurrentProject.h"
 
 #include <iterator>
 
@@ -30,15 +31,10 @@ double bandEnd(std::size_t index)
 
 } // namespace
 
-FrameRate currentProjectFrameRate()
-{
-    return FR25;
-}
-
 FrameRate getEquivalentMwFrameRate(double fps)
 {
     if (fps > 1000.0)
-        return currentProjectFrameRate();
+        return CurrentProject::getFrameRate();
     if (fps >= lowestEquivalentFps())
     {
         for (std::size_t i = 0; i != std::size(ascendingRates); ++i)

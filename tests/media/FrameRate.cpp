@@ -1,4 +1,5 @@
 #include "media/AssertionLines.h"
+#include "misc/media/CurrentProject.h"
 #include "misc/media/ProjectRate.h"
 
 #include <gtest/gtest.h>
@@ -158,10 +159,11 @@ TEST(ProjectRate, everyRateIsNearestToItsOwnFramesPerSecond)
 
 TEST(ProjectRate, numbersBetweenAndBeyondTheRates)
 {
+    CurrentProject::setFrameRate(FR48, false);
     constexpr double infinity = std::numeric_limits<double>::infinity();
-    const std::pair<double, FrameRate> table[] = {
-        {29.97, FR30M}, {27.4, FR25},   {27.5, FR30M},  {70.0, FR60},   {70.001, FR80},
-        {11.0, FR12M},  {241.0, FR240}, {1000.1, FR25}, {2000.0, FR25}, {infinity, currentProjectFrameRate()}};
+    const std::pair<double, FrameRate> table[] = {{29.97, FR30M}, {27.4, FR25},   {27.5, FR30M},
+                                                  {70.0, FR60},   {70.001, FR80}, {11.0, FR12M},
+                                                  {241.0, FR240}, {1000.1, FR48}, {infinity, FR48}};
     for (const auto& [fps, rate] : table)
         EXPECT_EQ(getEquivalentMwFrameRate(fps), rate) << fps;
 
