@@ -19,6 +19,9 @@ extern "C"
     /* Exchanges a pair of words and adds to a count beside it, so many times two of each. */
     void limit_exchange_pairs(size_t operations);
 
+    /* Reads a thread-local variable of the program so many times. */
+    void limit_read_thread_local(size_t operations);
+
     /* Allocates two blocks, enters and leaves a recursive mutex twice, and frees them, so many times. */
     void limit_allocate_and_lock(size_t operations);
 

@@ -21,7 +21,6 @@ namespace
 constexpr unsigned shutdownPriority = 700;
 constexpr int killTimeoutMs = 200;
 constexpr int killTimeoutAfterCrashMs = 50;
-constexpr int longestLogged = 200; // of a name or a frame: a line of more than 255 characters would be lost
 
 constinit ProcessTable table;
 
@@ -58,7 +57,8 @@ CoProcessDesc* self() noexcept
     return table.processes_.find(co_pid());
 }
 
-// As much of a text as a line of the log has room for.
+// As much of a text as a line of the log has room for: one of more than 255 characters would be lost.
+template <int length>
 class Cut
 {
 public:
@@ -66,8 +66,10 @@ public:
     const char* text() const noexcept { return text_; }
 
 private:
-    char text_[longestLogged + 1];
+    char text_[length + 1];
 };
+using CutName = Cut<200>;
+using CutFrame = Cut<250>;
 
 // Setting and parameter are inert on purpose; where they differ the log says so, and that is all.
 void askForAffinity(const LightweightString<char>& name, int affinity)
@@ -82,7 +84,7 @@ void applyAffinity(CoProcessDesc& process, iThread& thread)
 {
     if (process.affinity == -1 || thread.setAffinity(process.affinity))
         return;
-    Log("Failed to set process affinity (%s)\n", Cut(process.name).text());
+    Log("Failed to set process affinity (%s)\n", CutName(process.name).text());
     process.affinity = 1;
     if (!thread.setAffinity(process.affinity))
         oma_splat("thread->setAffinity() failed\n");
@@ -296,7 +298,7 @@ void co_print(Cmd::Context const&)
             const unsigned threadId = process->threadId.load(std::memory_order_relaxed);
             Log("proc(%02d) : %02d %c %03d/%02x %s\n", static_cast<int>(id), process->priority,
                 state == CoProcessDesc::running ? 'R' : '?', static_cast<int>(threadId), threadId,
-                Cut(process->name).text());
+                CutName(process->name).text());
         }
     Log("\n");
 }
@@ -304,7 +306,7 @@ void co_print(Cmd::Context const&)
 void coDebugPrint(unsigned short id)
 {
     if (const CoProcessDesc* const process = table.processes_.find(id))
-        Log("%s (%d)\n", Cut(process->name).text(),
+        Log("%s (%d)\n", CutName(process->name).text(),
             static_cast<int>(process->threadId.load(std::memory_order_relaxed)));
 }
 
@@ -322,12 +324,12 @@ void threadExceptionHandler(const iThread::Exception& exception)
     if (CoProcessDesc* const process = processOf(exception))
     {
         OS().atomics().store(&process->state, CoProcessDesc::ended);
-        LogBoth("\n\n***************** EXCEPTION (%s) *****************\n\n", Cut(process->name).text());
+        LogBoth("\n\n***************** EXCEPTION (%s) *****************\n\n", CutName(process->name).text());
     }
     else
         LogBoth("\n\n***************** EXCEPTION *****************\n\n");
     for (const LightweightString<char>& line : exception.stack)
-        LogBoth("%s\n", Cut(line).text());
+        LogBoth("%s\n", CutFrame(line).text());
     postExceptionShutdown();
 }
 
@@ -346,19 +348,33 @@ void remote_exception_fn()
 namespace
 {
 
-// Empties the shared map at exit; the map itself stays for the threads that still run.
+constinit CriticalSection sharedObjectsLock("objects of the main thread");
+
+// What the shared map holds at exit goes.
 class EmptyAtExit
 {
 public:
+    explicit EmptyAtExit(iThread::LocalObjects& objects) noexcept : objects_(objects) {}
     ~EmptyAtExit()
     {
         iThread::LocalObjects last;
-        const CriticalSection::Lock lock(getMainThreadObjectMapLock());
-        getMainThreadObjectMap().swap(last);
+        const CriticalSection::Lock lock(sharedObjectsLock);
+        objects_.swap(last);
     }
+    EmptyAtExit(const EmptyAtExit&) = delete;
+    EmptyAtExit& operator=(const EmptyAtExit&) = delete;
+
+private:
+    iThread::LocalObjects& objects_;
 };
 
-constinit CriticalSection mainThreadObjectMapLock("objects of the main thread");
+// The map itself stays for the threads that still run then.
+iThread::LocalObjects& sharedObjects()
+{
+    static auto& objects = immortal<iThread::LocalObjects>();
+    static const EmptyAtExit emptyAtExit(objects);
+    return objects;
+}
 
 // Calls a function with the caller's map, under a lock where threads share it.
 template <class Function>
@@ -368,22 +384,20 @@ void withLocalObjects(Function function)
     iThread* const thread = process != nullptr ? process->ownThread.load(std::memory_order_acquire) : nullptr;
     if (thread != nullptr)
         return function(thread->localObjects());
-    const CriticalSection::Lock lock(mainThreadObjectMapLock);
-    function(getMainThreadObjectMap());
+    const CriticalSection::Lock lock(sharedObjectsLock);
+    function(sharedObjects());
 }
 
 } // namespace
 
 iThread::LocalObjects& getMainThreadObjectMap()
 {
-    static auto& map = immortal<iThread::LocalObjects>();
-    static const EmptyAtExit emptyAtExit;
-    return map;
+    return sharedObjects();
 }
 
 CriticalSection& getMainThreadObjectMapLock()
 {
-    return mainThreadObjectMapLock;
+    return sharedObjectsLock;
 }
 
 Mw::Ptr<iObject> getThreadLocalObject(LightweightString<char> const& name)

@@ -5,6 +5,7 @@
 #include "OS/Thread.h"
 #include "libmw/CriticalSection.h"
 #include "libmw/Shutdown.h"
+#include "misc/base/CmdContext.h"
 
 #include <cstdint>
 
@@ -14,11 +15,6 @@
 //
 // Id 0 is the main thread, and every thread that the table doesn't know counts as it. A name that begins with
 // "$" marks a thread of the system, which the shutdown leaves to its owner.
-
-namespace Cmd
-{
-struct Context;
-}
 
 // Enters the main thread and registers co_shutdown with Shutdown, at priority 700. Once: further calls do
 // nothing. The first co_create calls it.
