@@ -5,7 +5,15 @@
 
 #include <cstdint>
 
-// Display texts by number. The texts are English and compiled in: misc/base/ResourceTexts.inc. Any thread.
+// Display texts by number. The texts are English and compiled in: misc/base/ResourceTexts.inc. A file "strings.txt"
+// replaces them, and can add others: in the user's configuration directory, the machine's, or beside the program,
+// whichever comes first (iFileMgr::findConfigurationFile). It is read once, at the first look-up: before `main` as
+// well. A line is a number, blanks or tabs, and the text in UTF-8, which may be empty; the last line of a number
+// counts. Empty lines and those that begin with "#" are passed over, others are reported with their number through
+// OS().message. Any thread.
+//
+//     # German
+//     11700 Strg
 
 enum class ResId : std::uint32_t
 {

@@ -70,7 +70,7 @@ private:
 
     // The lowest slot of the event, -1 if it has none. The caller holds the lock.
     int find(ComplexKeyboardEvent const& event) const noexcept;
-    void freeIfUnused(int slot);
+    int share(ComplexKeyboardEvent const& event) noexcept;
 
     std::array<Record*, numSlots> slots_{};
     RWLock lock_{1, 100, 1};

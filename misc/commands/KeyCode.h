@@ -7,20 +7,17 @@
 // bits, and the flags below. Any thread.
 namespace KeyCode
 {
-enum : int
-{
-    keypad = static_cast<int>(0x80000000u), // a key of the numeric keypad
-    complexEvent = 0x40000000,              // a slot of ComplexKeyboardEventManager: its number + 1 in bits 0 to 7
-    marked = 0x20000000,                    // shown with a "*"
-    console = 0x10000000,                   // a key of the control console, by its number
-    scanCode = 0x08000000,                  // the low bits are a keyboard's scan code
-    alt = 0x04000000,
-    ctrl = 0x02000000,
-    shift = 0x01000000,
-    fourthModifier = 0x00100000,
-    characterMask = 0x0000FFFF
-};
-}
+inline constexpr int keypad = static_cast<int>(0x80000000u); // a key of the numeric keypad
+inline constexpr int complexEvent = 0x40000000; // a slot of ComplexKeyboardEventManager: its number + 1 in bits 0 to 7
+inline constexpr int marked = 0x20000000;       // shown with a "*"
+inline constexpr int console = 0x10000000;      // a key of the control console, by its number
+inline constexpr int scanCode = 0x08000000;     // the low bits are a keyboard's scan code
+inline constexpr int alt = 0x04000000;
+inline constexpr int ctrl = 0x02000000;
+inline constexpr int shift = 0x01000000;
+inline constexpr int fourthModifier = 0x00100000;
+inline constexpr int characterMask = 0x0000FFFF;
+} // namespace KeyCode
 
 // Reads the short form of stored mappings: one character behind any of the words CTRL, ALT and SHIFT, each
 // followed by one of the delimiters "+", "_" and "-". Case doesn't count, and the character is an upper-case one
