@@ -2,7 +2,6 @@
 
 #include "Mw/Assert.h"
 #include "OS/Display.h"
-#include "OS/Immortal.h"
 #include "OS/OS.h"
 #include "misc/diagnostics/QaSplat.h"
 
@@ -14,7 +13,7 @@ namespace
 
 ProjectState& state()
 {
-    return immortal<ProjectState>();
+    return ProjectState::current();
 }
 
 void tellIf(bool notify, ProjectState::Aspect aspect)
@@ -60,11 +59,6 @@ bool isInMask(FrameRate rate, FrameRate first, std::uint64_t mask)
 
 } // namespace
 
-FrameRate CurrentProject::getFrameRate(Revision)
-{
-    return state().frameRate_.get();
-}
-
 void CurrentProject::setFrameRate(FrameRate rate, bool notify)
 {
     const FrameRate stored = projectRateFor(rate);
@@ -97,11 +91,6 @@ std::uint8_t CurrentProject::getTicksPerSecond()
 bool CurrentProject::has1001Factor()
 {
     return Mw::has1001Factor(getFrameRate());
-}
-
-FrameRate CurrentProject::getInCameraFilmSpeed()
-{
-    return state().inCameraFilmSpeed_.get();
 }
 
 void CurrentProject::setInCameraFilmSpeed(FrameRate rate, bool notify)
@@ -153,29 +142,14 @@ double CurrentProject::getOutputSampleCelDuration()
     return isDouble || settings.outputFormat().isInterlaced() ? cel / 2 : cel;
 }
 
-bool CurrentProject::getUseDropFrameTimecode()
-{
-    return state().useDropFrameTimecode_.get();
-}
-
 void CurrentProject::setUseDropFrameTimecode(bool dropFrame)
 {
     state().useDropFrameTimecode_.set(dropFrame);
 }
 
-bool CurrentProject::outputFormatIsPulledDown()
-{
-    return state().outputPulldown_.get();
-}
-
 void CurrentProject::setOutputPulldown(bool pulledDown, bool notify)
 {
     change(state().outputPulldown_, pulledDown, notify, ProjectState::OutputPulldownAspect);
-}
-
-bool CurrentProject::vidprojAudSyncIsPulledDown()
-{
-    return state().vidprojAudSyncPulldown_.get();
 }
 
 void CurrentProject::setVidprojAudSyncPulldown(bool pulledDown, bool notify)
@@ -198,19 +172,9 @@ void CurrentProject::setNewCookie(const Cookie& cookie)
     setCookie(cookie);
 }
 
-bool CurrentProject::isAutoProject()
-{
-    return state().isAuto_.get();
-}
-
 void CurrentProject::setAutoProjectFlag(bool isAuto)
 {
     state().isAuto_.set(isAuto);
-}
-
-bool CurrentProject::startedAsAutoProject()
-{
-    return state().startedAsAuto_.get();
 }
 
 void CurrentProject::setStartedAsAutoProjectFlag(bool startedAsAuto)
@@ -234,11 +198,6 @@ void CurrentProject::setViewLUT(const Text& name, bool enabled)
 ValServer<CurrentProject::Text>& CurrentProject::getViewLUTServer()
 {
     return state().viewLUT_;
-}
-
-bool CurrentProject::getViewLUTEnabled()
-{
-    return state().viewLUTEnabled_.get();
 }
 
 void CurrentProject::setViewLUTEnabled(bool enabled, bool notify)

@@ -25,7 +25,7 @@ public:
     // The edit rate, which both revisions have in common: one of Mw::getProjectFrameRates(). Setting a rate that is
     // none of these is a fault for qa_splat, and sets FR30, FR48 and FR60 in place of theirs with the factor of
     // 1000/1001, FR24 in place of all others. Setting tells the listeners also of an equal rate.
-    static FrameRate getFrameRate(Revision revision = Revision::Current);
+    static FrameRate getFrameRate(Revision = Revision::Current) { return ProjectState::current().frameRate_.get(); }
     static void setFrameRate(FrameRate rate, bool notify);
 
     // What follows from the edit rate, as in misc/media/FrameRate.h.
@@ -36,7 +36,7 @@ public:
     static bool has1001Factor();
 
     // The rate at which the camera ran.
-    static FrameRate getInCameraFilmSpeed();
+    static FrameRate getInCameraFilmSpeed() { return ProjectState::current().inCameraFilmSpeed_.get(); }
     static void setInCameraFilmSpeed(FrameRate rate, bool notify);
 
     // Setting makes the format both revisions', and passes its video format UID on to OS().display(), also if it is
@@ -54,12 +54,12 @@ public:
     // runs at 50 or 60 and the project doesn't.
     static double getOutputSampleCelDuration();
 
-    static bool getUseDropFrameTimecode();
+    static bool getUseDropFrameTimecode() { return ProjectState::current().useDropFrameTimecode_.get(); }
     static void setUseDropFrameTimecode(bool dropFrame);
 
-    static bool outputFormatIsPulledDown();
+    static bool outputFormatIsPulledDown() { return ProjectState::current().outputPulldown_.get(); }
     static void setOutputPulldown(bool pulledDown, bool notify);
-    static bool vidprojAudSyncIsPulledDown();
+    static bool vidprojAudSyncIsPulledDown() { return ProjectState::current().vidprojAudSyncPulldown_.get(); }
     static void setVidprojAudSyncPulldown(bool pulledDown, bool notify);
 
     // The project's identity, invalid without a project. The second setter is for one that was just made; the state
@@ -68,9 +68,9 @@ public:
     static void setCookie(const Cookie& cookie);
     static void setNewCookie(const Cookie& cookie);
 
-    static bool isAutoProject();
+    static bool isAutoProject() { return ProjectState::current().isAuto_.get(); }
     static void setAutoProjectFlag(bool isAuto);
-    static bool startedAsAutoProject();
+    static bool startedAsAutoProject() { return ProjectState::current().startedAsAuto_.get(); }
     static void setStartedAsAutoProjectFlag(bool startedAsAuto);
 
     // The look-up table through which viewers show pictures, by name. A new name is told to those who follow its
@@ -78,7 +78,7 @@ public:
     static Text getViewLUT();
     static void setViewLUT(const Text& name, bool enabled);
     static ValServer<Text>& getViewLUTServer();
-    static bool getViewLUTEnabled();
+    static bool getViewLUTEnabled() { return ProjectState::current().viewLUTEnabled_.get(); }
     static void setViewLUTEnabled(bool enabled, bool notify);
 
     // By target; what is no target shows the left eye, whatever is set.
@@ -102,8 +102,8 @@ MISC_API int getMaxCurrentProjectSoftCutDuration();
 // Whether a shot at one rate can go into a new project at another.
 MISC_API bool shotMwFrameRateIsCompatibleWithNewProject(FrameRate shot, FrameRate project);
 
-// Whether the rate is a variant of another for a project. None is: false, with an assertion for a rate that no
-// project or its output has (FR48 among them).
+// Whether the rate is a variant of another for a project. None is: false, with an assertion for the rates of 48 and for
+// all that no output has.
 MISC_API bool isVariantFrameRateForProject(FrameRate rate);
 
 // Carry the notice that the product has changed, a text for people, to who registered, as long as the guard lives.

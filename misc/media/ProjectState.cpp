@@ -1,5 +1,6 @@
 #include "misc/media/ProjectState.h"
 
+#include "OS/Immortal.h"
 #include "misc/settings/config.h"
 
 #include <string_view>
@@ -22,6 +23,15 @@ const OutputFormat::Details& firstPermittedFormat(Mw::FrameRate project)
 }
 
 } // namespace
+
+constinit std::atomic<ProjectState*> ProjectState::current_{nullptr};
+
+ProjectState& ProjectState::makeCurrent()
+{
+    ProjectState& state = immortal<ProjectState>();
+    current_.store(&state, std::memory_order_release);
+    return state;
+}
 
 ProjectState::ProjectState()
     : frameRate_(initialFrameRate()), outputImageFormat_(firstPermittedFormat(frameRate_.get())),

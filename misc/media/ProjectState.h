@@ -6,6 +6,7 @@
 #include "misc/media/SharedValue.h"
 #include "misc/notify/TextValServer.h"
 
+#include <atomic>
 #include <map>
 
 // Where pictures are put out that may be stereoscopic.
@@ -70,6 +71,13 @@ public:
     ProjectState(const ProjectState&) = delete;
     ProjectState& operator=(const ProjectState&) = delete;
 
+    // The state of the current project, made at the first call and never destroyed: for static objects too.
+    static ProjectState& current()
+    {
+        ProjectState* const made = current_.load(std::memory_order_acquire);
+        return made != nullptr ? *made : makeCurrent();
+    }
+
     // The callback is told of every aspect, as long as the guard lives.
     Mw::Ptr<Mw::Guard> addListener(const Mw::Ptr<Listener>& listener);
     void tellListeners(Aspect aspect) const;
@@ -91,5 +99,9 @@ public:
     const Mw::ImageSize::Presets imageSizes_;
 
 private:
+    static ProjectState& makeCurrent();
+
+    static std::atomic<ProjectState*> current_;
+
     NotifierEx<unsigned> listeners_;
 };
