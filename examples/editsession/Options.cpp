@@ -1,5 +1,6 @@
 #include "examples/editsession/Options.h"
 
+#include "examples/editsession/ProjectSettings.h"
 #include "examples/editsession/UserRecord.h"
 
 #include "libmw/Text.h"
@@ -82,6 +83,18 @@ Text setJson(Options& options, const Text& value)
     return {};
 }
 
+Text setProject(Options& options, const Text& value)
+{
+    options.project = value;
+    return value.empty() ? "a file is needed" : "";
+}
+
+Text setFormat(Options& options, const Text& value)
+{
+    options.format = value;
+    return value.empty() ? "a format is needed" : "";
+}
+
 Text setHelp(Options& options, const Text&)
 {
     options.help = true;
@@ -106,6 +119,8 @@ constexpr Option knownOptions[] = {
     {"--play", true, setPlay},
     {"--keep", true, setKeep},
     {"--json", true, setJson},
+    {"--project", true, setProject},
+    {"--format", true, setFormat},
     {"--help", false, setHelp},
     {"-h", false, setHelp},
 };
@@ -155,6 +170,8 @@ Text complete(Options& options)
         recallOptions(options);
     if (const Text reason = completeFromSettings(options); !reason.empty())
         return reason;
+    if (const Text reason = openProject(options.project, options.format, options.rate); !reason.empty())
+        return reason;
     if (options.rate == Mw::FRInvalid)
         options.rate = Mw::CurrentProject::getFrameRate();
     if (options.gauge == FILM_INVALID)
@@ -198,7 +215,7 @@ const char* helpText()
            "Reads a CMX3600 edit list and prints its events with lengths, running total and film footage.\n"
            "\n"
            "  --rate RATE         frame rate of the list: 24, 24M (23.98), 25, 30, 30M (29.97), 50, 60M (59.94), ...;\n"
-           "                      25 unless given\n"
+           "                      that of the project, 25 as a rule, unless given\n"
            "  --drop-frame        the list counts in drop frame until an FCM line says otherwise\n"
            "  --non-drop-frame    it does not; with neither, labels with ; or , before the frames are drop frame\n"
            "  --gauge GAUGE       film of the footage: 16, 35, or as in edit lists F16, F35, F16R, F353; 35 unless\n"
@@ -207,6 +224,9 @@ const char* helpText()
            "  --play FIRST-LAST   what a player's position and marks show while it plays these events\n"
            "  --keep DIRECTORY    keeps the file that the events were stored in, for swapcheck\n"
            "  --json FILE         writes the list, its cookies and the totals to a file as JSON\n"
+           "  --project FILE      a settings file with the frame_rate and the output_format of the project\n"
+           "  --format FORMAT     output format of the project, such as \"1080i 25fps\", which its rate must permit;\n"
+           "                      that of the file, or the first permitted, unless given\n"
            "  --default-list FILE the list to read if none is named\n"
            "  --help              this text\n"
            "\n"

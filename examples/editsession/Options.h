@@ -19,10 +19,13 @@ struct Options
     EventRange play;    // the events to play after the list is printed
     Text keep;          // the directory for the file of stored events; empty if it is not to stay
     Text json;          // the file for the report; empty for none
+    Text project;       // the settings file of the project; empty for none
+    Text format;        // the project's output format; empty for that of the file, or the first permitted
     bool help = false;
 };
 
-// Fills `options` from the command line; gives an empty text, or what is wrong with it or with a setting.
+// Fills `options` from the command line and opens the project that they ask for; gives an empty text, or what is wrong
+// with it or with a setting.
 Text readOptions(int argc, const char* const* argv, Options& options);
 
 // The text of --help.

@@ -5,6 +5,7 @@
 #include "examples/editsession/EventCookies.h"
 #include "examples/editsession/EventStore.h"
 #include "examples/editsession/InputFile.h"
+#include "examples/editsession/ProjectSettings.h"
 #include "examples/editsession/SessionReport.h"
 #include "misc/settings/config.h"
 
@@ -34,7 +35,8 @@ ExitStatus Session::run()
     }
     EditList list = readList(text);
     nameEvents(list);
-    if (!show(EditListPrinter(list, options_.gauge).print()) || !play(list) || !store(list) || !report(list))
+    if (!show(EditListPrinter(list, options_.gauge).print()) || !showProject() || !play(list) || !store(list) ||
+        !report(list))
         return Failed;
     return refused_ == 0 ? AllRead : LinesRefused;
 }
@@ -53,6 +55,11 @@ void Session::nameEvents(EditList& list)
 {
     for (Event& event : list.events)
         event.cookie = newEventCookie();
+}
+
+bool Session::showProject() const
+{
+    return (options_.project.empty() && options_.format.empty()) || show(Text("\n") + projectText() + "\n");
 }
 
 bool Session::play(const EditList& list) const

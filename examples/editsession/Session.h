@@ -24,6 +24,7 @@ public:
 private:
     EditList readList(const std::string& text);
     static void nameEvents(EditList& list);
+    bool showProject() const;
     bool play(const EditList& list) const;
     bool store(const EditList& list) const;
     bool report(const EditList& list) const;

@@ -122,7 +122,8 @@ TEST(Program, failsWithAMessageOfItsOwn)
     for (const char* const arguments :
          {"no-such-list.edl", ".", "", "--rate 26 coastline.edl", "--rate 24D2 coastline.edl", "--rate",
           "--gauge 70 coastline.edl", "--drop-frame coastline.edl", "--rate=30 --drop-frame night-ferry.edl",
-          "--play 4 coastline.edl", "--fast coastline.edl", "--help=all", "coastline.edl night-ferry.edl"})
+          "--play 4 coastline.edl", "--project no-such.dat coastline.edl", "--fast coastline.edl", "--help=all",
+          "coastline.edl night-ferry.edl"})
     {
         const Finished failed = run(arguments, "2>&1");
         EXPECT_EQ(failed.status, 2) << arguments;
@@ -156,6 +157,50 @@ TEST(Program, reportsAsJson)
     EXPECT_EQ(report->getChild(L"events")->getChild(0u)->getString(L"cookie"), L"E0030001");
     EXPECT_EQ(report->getChild(L"totals")->getNum(L"events"), 3);
     EXPECT_EQ(run("--json /dev/null/x damaged.edl", onlyOutput).status, 2);
+}
+
+TEST(Program, worksInAProjectWithAnOutputFormatThatItsRatePermits)
+{
+    const TempFolder folder;
+    const std::string file = folder.path() / "project.dat";
+    const auto runIn = [&](const std::string& settings, const std::string& arguments)
+    {
+        std::ofstream(file) << settings;
+        return run("--project " + file + " " + arguments + " damaged.edl", "2>&1");
+    };
+    const struct
+    {
+        const char* settings;
+        const char* arguments;
+        const char* shown;
+    } cases[] = {
+        {"{\n  frame_rate 25\n  output_format 1080i 25fps\n}\n", "", "25 fps, output 1080i 25fps"},
+        {"{\nframe_rate 50\noutput_format PAL 4:3\n}\n", "--format '1080P 50fps'", "50 fps, output 1080p 50fps"},
+        {"{\nframe_rate 60\noutput_format 2|0|720|486|8|2|5|2|16:9\n}\n", "--rate 25", "60 fps, output NTSC 16:9"},
+        {"{\n}\n", "--rate 30M", "30 fps, output NTSC 4:3"},
+    };
+    for (const auto& wanted : cases)
+    {
+        const Finished finished = runIn(wanted.settings, wanted.arguments);
+        EXPECT_EQ(finished.status, 1);
+        EXPECT_NE(finished.output.find(std::string("\nproject at ") + wanted.shown + "\n"), std::string::npos)
+            << finished.output;
+    }
+
+    const std::string permittedAt25 = "; a project at 25 fps permits PAL 4:3, PAL 16:9, 720p 25fps, 720p 50fps, "
+                                      "1080i 25fps, 1080p (sf) 25fps, 1080p 50fps, UltraHD 25fps\n";
+    const Finished refused = runIn("{\nframe_rate 25\n}\n", "--format '1080i 30fps'");
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(refused.output,
+              "editsession: --format: \"1080i 30fps\" is not permitted" + permittedAt25 + "Try editsession --help.\n");
+    EXPECT_NE(runIn("{\nframe_rate 25\noutput_format 8k\n}\n", "")
+                  .output.find("project.dat: output_format: \"8k\" is no output format" + permittedAt25),
+              std::string::npos);
+    EXPECT_NE(runIn("{\nframe_rate 30M\n}\n", "")
+                  .output.find("frame_rate: \"30M\" is no rate of projects, which are 24, 25, 30, 48, 50, 60\n"),
+              std::string::npos);
+    for (const char* const cut : {"", "{\nframe_rate 25\n"})
+        EXPECT_EQ(runIn(cut, "").status, 2);
 }
 
 TEST(Program, readsAPipe)
