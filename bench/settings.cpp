@@ -9,6 +9,7 @@
 
 #include "OS/Desktop.h"
 #include "OS/OS.h"
+#include "OS/testing/ForwardingDesktop.h"
 #include "bench/harness/Keep.h"
 #include "bench/harness/Registry.h"
 #include "libmw/Text.h"
@@ -132,11 +133,12 @@ std::string configbOf(const Pairs& entries)
     return text + "}\n";
 }
 
-// Before anybody asks for a setting: the directories are looked up once.
+// Those who asked for a setting before main ask anew.
 void prepareGlobalConfig()
 {
     ::setenv("MW_CONFIG_DIR", folder().c_str(), 1);
     ::setenv("MW_MACHINE_CONFIG_DIR", folder().c_str(), 1);
+    OS().replace(new ForwardingDesktop);
     std::vector<iSettings::Change> changes;
     for (const std::string& name : names())
         changes.push_back({name.c_str(), "", std::to_string(value).c_str()});

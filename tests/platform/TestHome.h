@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OS/testing/ForwardingDesktop.h"
 #include "platform/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -29,6 +30,8 @@ public:
             std::filesystem::create_directory(directory);
             ::setenv(name, directory.c_str(), 1);
         }
+        // What was read before main was not of this home.
+        OS().replace(new ForwardingDesktop);
         giveMachineNumber(std::filesystem::read_symlink("/proc/self/exe").filename(), 5);
     }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "OS/Desktop.h"
-#include "OS/OS.h"
+#include "OS/testing/ForwardingDesktop.h"
 #include "OS/testing/MemorySettings.h"
 
 #include <map>
@@ -13,12 +12,9 @@
 //
 //     TestDesktop desktop;
 //     OSReplacement<iDesktop> replaced(desktop);
-class OS_API TestDesktop : public iDesktop
+class OS_API TestDesktop : public ForwardingDesktop
 {
 public:
-    using Wide = LightweightString<wchar_t>;
-
-    TestDesktop() : target_(OS().desktop()) {}
     ~TestDesktop() override;
 
     // The store that openSettings gives for this name; owners have stores of their own.
@@ -28,20 +24,8 @@ public:
     {
         return settings(fileName, owner);
     }
-    Wide getUserDataPath(const Wide& application) override { return target_.getUserDataPath(application); }
-    Wide getUserConfigPath(const Wide& application) override { return target_.getUserConfigPath(application); }
-    Wide getMachineConfigPath(const Wide& application) override { return target_.getMachineConfigPath(application); }
-    Wide getUserName() override { return target_.getUserName(); }
-    int showMessageBox(const Wide& title, const Wide& text, eMessageIcon icon, eMessageButtons buttons) override
-    {
-        return target_.showMessageBox(title, text, icon, buttons);
-    }
-    bool revealFiles(const std::vector<Wide>& paths) override { return target_.revealFiles(paths); }
-    Wide getClipboardText() override { return target_.getClipboardText(); }
-    void setClipboardText(const Wide& text) override { target_.setClipboardText(text); }
 
 private:
-    iDesktop& target_;
     std::mutex mutex_;
     std::map<std::pair<eSettingsOwner, Wide>, Mw::Ptr<MemorySettings>> stores_;
 };
