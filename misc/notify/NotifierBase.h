@@ -78,6 +78,9 @@ public:
     // Turns the switch over, and says so on the debug console.
     static void toggleNotifyDebug();
 
+    // Registers that as the command "toggle_debug_notify", once. The library does it while it is loaded.
+    static void registerCommands();
+
 protected:
     NotifierBase() noexcept = default;
 

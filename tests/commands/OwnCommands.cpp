@@ -1,0 +1,49 @@
+#include "media/AssertionLines.h"
+#include "misc/commands/CommandMap.h"
+#include "misc/commands/CommandRegistrar.h"
+#include "misc/diagnostics/DebugWindow.h"
+#include "misc/notify/NotifierBase.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+int runs = 0;
+const CommandRegistrar beforeMain(
+    "test before main", [] { ++runs; }, UIString(), UIString(), eCmdGlobal, MapItem());
+
+void call(const char* name)
+{
+    CommandMap::instance()->callCommand(name, {});
+}
+
+TEST(OwnCommands, doWhatTheyAreNamedAfter)
+{
+    const bool debugOutput = outputDebugStringsPref().getValue();
+    call("Toggle win32 debug");
+    EXPECT_EQ(outputDebugStringsPref().getValue(), !debugOutput);
+    call("Toggle win32 debug");
+
+    AssertionLines lines;
+    call("Toggle status window");
+    EXPECT_EQ(lines.text(), "assertion failed window_ at misc/herc line 558\n");
+
+    const bool notifyDebug = NotifierBase::debugMode();
+    const unsigned index = CommandMap::instance()->findCommand("toggle_debug_notify");
+    NotifierBase::registerCommands();
+    EXPECT_EQ(CommandMap::instance()->findCommand("toggle_debug_notify"), index);
+    call("toggle_debug_notify");
+    EXPECT_EQ(NotifierBase::debugMode(), !notifyDebug);
+    call("toggle_debug_notify");
+}
+
+TEST(CommandRegistrar, registersBeforeMain)
+{
+    call("test before main");
+    EXPECT_EQ(runs, 1);
+    const CommandMap& map = *CommandMap::instance();
+    EXPECT_EQ(map.getCommand(map.findCommand("test before main"))->attribs(), 2u);
+}
+
+} // namespace
