@@ -12,14 +12,15 @@ namespace
 
 using Mw::CurrentProject;
 
+// A line for each.
 Text permittedFormats()
 {
     std::vector<unsigned> permitted;
     OutputFormat::getAllowedOutputFormatsForProjectFrameRate(CurrentProject::getFrameRate(), permitted);
-    Text names;
+    Text lines;
     for (const unsigned index : permitted)
-        names += Text(names.empty() ? "" : ", ") + toUTF8(OutputFormat::getFormat(index).getDisplayString());
-    return names;
+        lines += Text("\n  ") + toUTF8(OutputFormat::getFormat(index).getDisplayString());
+    return lines;
 }
 
 // By the text that people read, in letters of either case, or by the one that projects store; null for none.
@@ -61,7 +62,7 @@ Text setOutputFormat(const Text& value)
         return {};
     }
     return quoted(value) + (format != nullptr ? " is not permitted" : " is no output format") + "; a project at " +
-           toUTF8(Mw::getDisplayString(rate)) + " permits " + permittedFormats();
+           toUTF8(Mw::getDisplayString(rate)) + " permits" + permittedFormats();
 }
 
 // Sets what the file has under the key, if it has it.

@@ -146,11 +146,10 @@ TEST_F(CurrentProjectTest, derivesDurationsAndBringsItsFormatToItsRate)
 
 TEST(ProjectRates, shotsThatGoIntoAProject)
 {
-    using Rates = std::vector<int>;
     for (int project = -1; project < 50; ++project)
         for (int shot = -70; shot < 130; ++shot)
         {
-            const auto isAmong = [shot](const Rates& rates)
+            const auto isAmong = [shot](const std::vector<int>& rates)
             { return std::count(rates.begin(), rates.end(), shot) != 0; };
             const bool isCompatible = project == FR24                      ? !isAmong({37, 38, 39, 41, 42, 43})
                                       : project == FR25 || project == FR50 ? isAmong({3, 8, 28, 43})
@@ -168,7 +167,7 @@ TEST(ProjectRates, shotsThatGoIntoAProject)
     }
 }
 
-TEST(ProjectState, beginsAsTheSettingsHaveIt)
+TEST(ProjectState, beginsAsTheSettingsHaveItWithPicturesOfTheirSizes)
 {
     using namespace ImageSize;
     TestDesktop desktop;
@@ -177,10 +176,9 @@ TEST(ProjectState, beginsAsTheSettingsHaveIt)
     for (const auto& [machine, rate] : {std::pair("pal", FR25), {"ntsc", FR30}, {"ntsc and much more than that", FR25}})
     {
         GlobalConfig().setValue("machine_type", machine, "");
-        ProjectState state;
+        const ProjectState state;
         EXPECT_EQ(state.frameRate_.get(), rate) << machine;
-        EXPECT_TRUE(OutputFormat::isOutputFormatAllowedForProjectFrameRate(
-            state.outputImageFormat_.get().outputFormat(), rate));
+        EXPECT_TRUE(state.outputImageFormat_.get() == OutputFormat::getFormat(rate == FR30 ? 2 : 0));
     }
 
     const char* const keys[] = {"small_tile_height",  "large_tile_height",   "huge_tile_height",
@@ -188,11 +186,10 @@ TEST(ProjectState, beginsAsTheSettingsHaveIt)
     int extent = 90;
     for (const char* const key : keys)
         GlobalConfig().setValue(key, extent *= 2, "");
-    Presets presets;
+    const Presets presets;
     const Details& wide = OutputFormat::getFormat(12);
     EXPECT_EQ(presets.sizeOf(ISPSmallThumb, wide), (Size{320, 180}));
     EXPECT_EQ(presets.sizeOf(ISPLarge, wide), (Size{5760, 3240}));
-    EXPECT_EQ(presets.sizeOf(ISPHugeThumb, OutputFormat::getFormat(0)), (Size{960, 720}));
     EXPECT_EQ(presets.sizeOf(ISPSmall, OutputFormat::getFormat(25)), (Size{1440, 603}));
     EXPECT_EQ(presets.sizeOf(ISPUnscaled, OutputFormat::getFormat(25)), (Size{2048, 858}));
     for (const int none : {-1, int(ISPInvalid), 8})
@@ -203,20 +200,14 @@ TEST(ProjectState, beginsAsTheSettingsHaveIt)
         GlobalConfig().setValue(key, 2000000000, "");
     for (const char* const text : {"1|0|2147483647|1|8|4|3|1", "1|0|1|2147483647|8|4|3|1", "1|0|0|-1|8|4|3|1", ""})
         for (int preset = 0; preset < ISPUnscaled; ++preset)
-            for (const Presets& some : {presets, Presets()})
-            {
-                const Size size = some.sizeOf(Preset(preset), Details(text));
-                EXPECT_TRUE(std::min(size.width, size.height) > 0 && std::max(size.width, size.height) <= 1 << 17)
-                    << text;
-            }
-}
+        {
+            const auto [width, height] = Presets().sizeOf(Preset(preset), Details(text));
+            EXPECT_TRUE(std::min(width, height) > 0 && std::max(width, height) <= 1 << 17) << text;
+        }
 
-TEST(ImageSizePreset, readsBackItsText)
-{
-    using namespace ImageSize;
     for (int preset = -1; preset <= 8; ++preset)
         EXPECT_EQ(getPresetFromPersistableString(getPersistableString(Preset(preset))),
-                  preset == -1 || preset == 8 ? ISPInvalid : preset);
+                  preset >= 0 && preset < 8 ? preset : ISPInvalid);
     EXPECT_EQ(getPersistableString(ISPHugeThumb), "ISPHugeThumb");
     for (const char* const text : {"", "ISP", "ISPSmallThumb ", "ispsmall"})
         EXPECT_EQ(getPresetFromPersistableString(text), ISPInvalid) << text;
@@ -232,7 +223,6 @@ struct Reader
     int read(const NotifierEvent<WideText>& event)
     {
         told.push_back(event.value);
-        // A client may write on: the inner notice is told in whole first.
         if (event.value == L"sharp")
             CurrentProject::setViewLUT(L"sharper", CurrentProject::getViewLUTEnabled());
         return 0;
@@ -266,12 +256,10 @@ TEST(ProjectTexts, areToldToThoseWhoFollowThem)
 TEST(ProjectState, isReadWholeWhileItIsSet)
 {
     const Details formats[] = {OutputFormat::getFormat(0), OutputFormat::getFormat(24)};
-    const Cookie cookies[] = {video_black, audio_dissolve};
     const WideText names[] = {WideText(600, L'a'), WideText(500, L'b')};
     const auto set = [&](int which)
     {
         CurrentProject::setOutputImageFormat(formats[which], true);
-        CurrentProject::setCookie(cookies[which]);
         CurrentProject::setViewLUT(names[which], which != 0);
     };
     set(0);
@@ -288,8 +276,6 @@ TEST(ProjectState, isReadWholeWhileItIsSet)
         {
             const PictureSettings format = CurrentProject::getOutputImageFormat();
             EXPECT_TRUE(format == formats[0] || format == formats[1]);
-            const Cookie cookie = CurrentProject::getCookie();
-            EXPECT_TRUE(cookie == cookies[0] || cookie == cookies[1]);
             const WideText name = CurrentProject::getViewLUT();
             EXPECT_TRUE(name == names[0] || name == names[1]);
         } while (!isOver);

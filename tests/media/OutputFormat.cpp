@@ -12,27 +12,18 @@ using Details = OutputFormat::Details;
 // The rule told once more, by what rates are: numbers of ticks and the sets that they belong to.
 bool isPermitted(OutputFormat::Type type, Mw::FrameRate output, Mw::FrameRate project)
 {
-    const AssertionLines unheeded;
-    const bool isNormal = Mw::isInFrameRateGroup(output, Mw::FrameRateGroups::Normal);
-    const int ticks = isNormal ? Mw::getTicksPerSecond(output) : 0;
-    switch (project)
-    {
-    case Mw::FR24:
-        return isNormal && ticks != 48;
-    case Mw::FR25:
-    case Mw::FR50:
-        return isNormal && ticks % 25 == 0;
-    case Mw::FR30:
-        return isNormal && ticks % 30 == 0;
-    case Mw::FR60:
-        return isNormal && ticks % 30 == 0 && output != Mw::FR30;
-    case Mw::FR48:
-    case Mw::FR48M:
+    using namespace Mw;
+    const bool isNormal = isInFrameRateGroup(output, FrameRateGroups::Normal);
+    const int ticks = isNormal ? getTicksPerSecond(output) : 0;
+    if (project == FR48 || project == FR48M)
         return (ticks != 25 && ticks != 30) || (type != OutputFormat::SevenTwentyP &&
                                                 type != OutputFormat::TenEightyP && type != OutputFormat::TenEightyPsf);
-    default:
+    if (!isInFrameRateGroup(project, FrameRateGroups::Normal) || has1001Factor(project))
         return true;
-    }
+    if (project == FR24)
+        return isNormal && ticks != 48;
+    const int step = isInPALSet(project) ? 25 : 30;
+    return isNormal && ticks % step == 0 && !(project == FR60 && output == FR30);
 }
 
 } // namespace
