@@ -24,8 +24,8 @@ MISC_API void co_init();
 // is one of the library's, -2 to 4. `affinity` is read and has no effect: the setting "affinity.NAME", which may
 // still stand in somebody's configuration, must do no harm. A stack size of 0 is the system's default.
 //
-// Stops the program if the thread can't be made, and after co_shutdown. While a thread's exception takes the
-// program down it gives an id without a thread instead; after co_shutdown that is 0.
+// Stops the program if the thread can't be made, if all 65,536 ids are used up, and after co_shutdown. While a
+// thread's exception takes the program down it gives an id without a thread instead.
 MISC_API unsigned short co_create(iThread::eExecRC (*fn)(void*), char const* name, int priority, void* arg,
                                   int affinity, unsigned int stackSizeBytes);
 

@@ -37,11 +37,11 @@ public:
         // Works on an item, on one of the queue's threads, with no lock held. It may queue more.
         virtual void despatch(Item item) = 0;
 
+        virtual ~Decoupler() = default;
+
         // Takes the next item for `despatch`, null if there is none. An owner who keeps account of its items
         // does so here, in one step with the taking, under a lock of its own that it takes before the queue's.
         virtual Item take(DecouplingQueue& queue) { return queue.takeItem(); }
-
-        virtual ~Decoupler() = default;
     };
 
     static constexpr unsigned maxThreads = 16;

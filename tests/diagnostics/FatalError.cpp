@@ -1,8 +1,8 @@
 #include "misc/diagnostics/FatalError.h"
-#include "platform/Sanitized.h"
 
 #include "OS/FileMgr.h"
 #include "OS/ThreadMgr.h"
+#include "diagnostics/Dying.h"
 #include "diagnostics/Support.h"
 #include "libmw/Shutdown.h"
 #include "libmw/Splat.h"
@@ -12,31 +12,11 @@
 #include "misc/diagnostics/SystemWatchdog.h"
 #include "misc/threads/ServiceLock.h"
 
-#include <csignal>
 #include <stdexcept>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <thread>
 
 namespace
 {
-
-constexpr bool isSanitized = MW_SANITIZED != 0;
-
-// By a signal; a sanitizer reports it and fails.
-bool crashed(int status)
-{
-    return WIFSIGNALED(status) ? WTERMSIG(status) == SIGSEGV : isSanitized && WEXITSTATUS(status) != 0;
-}
-
-// For the process of a death test: it leaves no core, and what it doesn't flush is lost in a crash.
-void prepareToDie()
-{
-    const rlimit noCore{0, 0};
-    setrlimit(RLIMIT_CORE, &noCore);
-    std::setvbuf(stderr, nullptr, _IOFBF, 1 << 14);
-    SetLogOutput(stderr);
-}
 
 // A line that the program wrote on its console, which has one row for it.
 Mw::Ptr<iStatusWindow::iContents> screen;

@@ -1,346 +1,177 @@
 #include "misc/threads/CoProcess.h"
 
-#include "OS/ThreadExit.h"
+#include "diagnostics/Dying.h"
 #include "diagnostics/Support.h"
 #include "misc/diagnostics/FatalError.h"
-#include "misc/threads/DecouplingQueue.h"
 #include "misc/threads/ServiceLock.h"
-#include "misc/threads/WorkerThreadQueue.h"
-#include "platform/Sanitized.h"
 #include "platform/ThreadSupport.h"
-#include "threads/Calls.h"
 
-#include <csignal>
 #include <latch>
-#include <stdexcept>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <thread>
-
-using namespace test;
 
 namespace
 {
 
-// A co-process that runs a function object.
-class Co
+using Work = std::function<void()>;
+
+Mw::Ptr<iThread> start(Work& work, const char* name)
 {
-public:
-    explicit Co(std::function<void()> work, const char* name = "co") : work_(std::move(work))
+    const auto call = [](void* function)
     {
-        id_ = co_create(body, name, 0, this, 0, 0);
-        thread_ = coThreadGet(id_);
-    }
-    ~Co() { join(); }
-    Co(const Co&) = delete;
-    Co& operator=(const Co&) = delete;
-
-    void join() { thread_->waitForExit(-1); }
-    unsigned short id() const { return id_; }
-
-private:
-    static iThread::eExecRC body(void* self)
-    {
-        static_cast<Co*>(self)->work_();
+        (*static_cast<Work*>(function))();
         return iThread::eExecOK;
-    }
-
-    std::function<void()> work_;
-    Mw::Ptr<iThread> thread_;
-    unsigned short id_;
-};
-
-struct Marked : iObject
-{
-    explicit Marked(int value) : value_(value) {}
-    const int value_;
-};
-
-void setMark(int value)
-{
-    setThreadLocalObject("mark", Mw::makePtr<Marked>(value));
+    };
+    return coThreadGet(co_create(call, name, -1, &work, 0, 1 << 16));
 }
 
-// -1 where there is no mark.
-int markOf()
-{
-    const auto object = Mw::dynamicCast<Marked>(getThreadLocalObject("mark"));
-    return object ? object->value_ : -1;
-}
-
-using CoProcess = Diagnostics;
-
-// For the cases in processes of their own. What they check ends the process with the number of the line.
-struct CoProcessDeath : testing::Test
-{
-    CoProcessDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
-
+// In a process of its own: what doesn't hold ends it with the number of the line.
 #define REQUIRE(condition) ((condition) ? void() : std::_Exit(__LINE__ & 255))
 
-void prepareToDie()
-{
-    const rlimit noCore{0, 0};
-    setrlimit(RLIMIT_CORE, &noCore);
-    std::setvbuf(stderr, nullptr, _IOFBF, 1 << 14);
-    SetLogOutput(stderr);
-}
-
-// By a signal; a sanitizer reports it and fails.
-bool crashed(int status)
-{
-    return WIFSIGNALED(status) ? WTERMSIG(status) == SIGSEGV : MW_SANITIZED != 0 && WEXITSTATUS(status) != 0;
-}
-
-[[noreturn]] void checkUntilKilled()
-{
-    for (;;)
-    {
-        KillMyselfCheck();
-        std::this_thread::yield();
-    }
-}
-
-void killAndForget()
+// More entries than were once thought of, and than a block has, read by id while they come.
+void growTheTable()
 {
     prepareToDie();
-    std::atomic<bool> unwound = false;
-    std::latch ready(1);
-    Co polite(
-        [&]
-        {
-            struct AtEnd
-            {
-                std::atomic<bool>& unwound_;
-                ~AtEnd() { unwound_ = true; }
-            } atEnd{unwound};
-            ready.count_down();
-            checkUntilKilled();
-        });
-    ready.wait();
-    REQUIRE(coThreadId(polite.id()) == coThreadGet(polite.id())->threadId());
-    co_kill(polite.id());
-    REQUIRE(unwound);
-    REQUIRE(!coThreadGet(polite.id()) && coThreadId(polite.id()) == 0);
-    co_kill(polite.id());
-    co_kill(9999);
-
-    std::atomic<bool> mayLeave = false;
-    Co holder(
-        [&]
-        {
-            service_disable();
-            while (!mayLeave)
-                KillMyselfCheck();
-            service_enable();
-            checkUntilKilled();
-        });
-    while (who_owns_service_lock() != coThreadId(holder.id()))
-        std::this_thread::yield();
-    set_crash_flag(1);
-    co_kill(holder.id());
-    REQUIRE(who_owns_service_lock() != 0);
-    mayLeave = true;
-    holder.join();
-
-    Co suicide(
-        []
-        {
-            co_kill(co_pid());
-            KillMyselfCheck();
-            REQUIRE(false);
-        });
-    suicide.join();
-    std::_Exit(0);
-}
-
-void stopAllButTheSystems()
-{
-    prepareToDie();
-    std::atomic<int> stopped = 0;
-    std::atomic<bool> mayEnd = false;
-    const auto work = [&]
+    constexpr unsigned short last = 280;
+    Work look = []
     {
-        try
-        {
-            checkUntilKilled();
-        }
-        catch (const ThreadExit&)
-        {
-            ++stopped;
-            throw;
-        }
+        const unsigned short own = co_pid();
+        REQUIRE(!isMainThread() && coThreadId(own) == OS().threadMgr().currentThreadId());
+        REQUIRE(!getThreadLocalObject("thread"));
+        setThreadLocalObject("thread", coThreadGet(own));
+        for (unsigned short id = 1; id <= last; ++id)
+            if (const auto thread = coThreadGet(id))
+                REQUIRE(thread->name() == "one of many");
+        REQUIRE(getThreadLocalObject("thread") == coThreadGet(own));
     };
-    Co first(work), second(work, ""), third(work, "3$");
-    Co systems(
-        [&]
-        {
-            while (!mayEnd)
-                KillMyselfCheck();
-        },
-        "$ system");
-    Shutdown::executeCallbacks(Shutdown::eNormalExit);
-    REQUIRE(stopped == 3);
-    REQUIRE(coThreadId(systems.id()) != 0 && coThreadId(0) == 0);
-    co_kill(systems.id());
-    REQUIRE(coThreadId(systems.id()) != 0);
-    mayEnd = true;
-    systems.join();
-    Co tooLate([] {});
-}
-
-// Two with one function and argument; the second has the exception.
-iThread::eExecRC failAsSecond(void* both)
-{
-    static_cast<std::latch*>(both)->arrive_and_wait();
-    if (co_pid() == 2)
+    const auto startMany = [&](int)
     {
-        Mw::Exception::RuntimeError error("told", "misc/test", 1);
-        error.stack_.clear();
-        error.stack_.push_back(std::string(300, 'f').c_str());
-        throw error;
-    }
-    for (;;)
-        KillMyselfCheck();
+        for (int i = 0; i < last / 4; ++i)
+            start(look, "one of many");
+    };
+    test::Crowd(4, startMany);
+    for (unsigned short id = 1; id <= last; ++id)
+        coThreadGet(id)->waitForExit(-1);
+    setThreadLocalObject("thread", coThreadGet(last));
+    test::Crowd(1, [](int) { REQUIRE(getThreadLocalObject("thread") == coThreadGet(last)); });
+    std::exit(0);
 }
 
-void dieOfAnException()
+void killAndShutDown()
+{
+    prepareToDie();
+    std::latch held(1), mayGo(1);
+    Work hold = [&]
+    {
+        service_disable();
+        held.count_down();
+        while (!mayGo.try_wait())
+            KillMyselfCheck();
+        service_enable();
+        KillMyselfCheck();
+        REQUIRE(false);
+    };
+    const auto holder = start(hold, "holder");
+    held.wait();
+    REQUIRE(coThreadId(1) == holder->threadId());
+    co_kill(1);
+    REQUIRE(who_owns_service_lock() == holder->threadId() && !coThreadGet(1) && coThreadId(1) == 0);
+    mayGo.count_down();
+    holder->waitForExit(-1);
+    co_kill(1);
+    co_kill(9999);
+    Work killItself = []
+    {
+        co_kill(co_pid());
+        KillMyselfCheck();
+        REQUIRE(false);
+    };
+    start(killItself, "itself");
+
+    Work checkUntilKilled = []
+    {
+        for (;;)
+            KillMyselfCheck();
+    };
+    const auto nameless = start(checkUntilKilled, nullptr), named = start(checkUntilKilled, "5$");
+    const auto systems = start(checkUntilKilled, "$ system");
+    Shutdown::executeCallbacks(Shutdown::eNormalExit);
+    REQUIRE(nameless->waitForExit(0) && named->waitForExit(0) && coThreadId(0) == 0);
+    co_kill(5);
+    REQUIRE(coThreadGet(5) == systems && coThreadId(5) != 0);
+    start(hold, "too late");
+}
+
+// Of two with one function and argument, the second fails.
+void failInThread()
 {
     prepareToDie();
     std::latch both(2);
-    co_create(failAsSecond, "one", 0, &both, 0, 0);
-    co_create(failAsSecond, std::string(300, 'n').c_str(), 0, &both, 0, 0);
+    Work work = [&]
+    {
+        both.arrive_and_wait();
+        while (co_pid() == 1)
+            KillMyselfCheck();
+        Mw::Exception::RuntimeError error("told", "misc/test", 1);
+        error.stack_.assign(1, std::string(300, 'f').c_str());
+        throw error;
+    };
+    start(work, "first");
+    start(work, std::string(300, 'n').c_str());
     for (;;)
         std::this_thread::yield();
 }
-
-void dieInAWorkerQueue()
-{
-    prepareToDie();
-    using Safe = MwDC::ThreadSafetyTraits::ThreadSafe;
-    const MwDC::NullCommand<MwDC::NoCtx, Safe> none;
-    Calls<Safe, MwDC::NoCtx> calls([](auto&, auto&) -> bool { throw std::runtime_error("told"); });
-    MwCmdProcessors::WorkerThreadQueue<Safe, MwDC::NoCtx> queue("worker", none, none, 0, 0, false);
-    queue.insert(calls.cmd(), 0, {});
-    for (;;)
-        std::this_thread::yield();
-}
-
-void countExceptions()
-{
-    prepareToDie();
-    remote_exception_fn();
-    REQUIRE(exceptionInProgress() == 1);
-    REQUIRE(protectedExecute([](void*) -> iThread::eExecRC { throw 1; }, nullptr) == 0);
-    REQUIRE(exceptionInProgress() == 2);
-    std::_Exit(0);
-}
-
-struct Countdown : DecouplingQueue<Marked>::Decoupler
-{
-    void despatch(Mw::Ptr<Marked>) override { ++despatched; }
-    std::atomic<int> despatched = 0;
-};
 
 // Threads that look at everything while the process ends around them.
 void stopWhileBusy()
 {
     SetLogOutput(std::fopen("/dev/null", "w"));
-    static std::atomic<int> begun = 0;
-    const auto work = [](void* polite)
+    static std::latch busy(5);
+    static const auto beBusy = [](void (*check)())
     {
-        for (++begun;; polite != nullptr ? KillMyselfCheck() : void())
+        for (busy.count_down();; check())
         {
-            setMark(co_pid());
-            coThreadGet(static_cast<unsigned short>(markOf() + 1));
+            setThreadLocalObject("thread", coThreadGet(co_pid()));
+            coThreadGet(getThreadLocalObject("thread") ? 1 : 2);
             coDebugPrint(co_pid());
         }
-        return iThread::eExecOK;
     };
-    std::thread([work] { work(nullptr); }).detach();
-    for (int i = 0; i < 4; ++i)
-        co_create(work, i < 2 ? "$ system" : "polite", 0, i < 2 ? nullptr : &begun, 0, 0);
-    static Countdown countdown;
-    auto* const queue = new DecouplingQueue<Marked>(2, 0, 0, 0, &countdown, DecouplingQueue<Marked>::noTimeout);
-    for (int i = 0; i < 100; ++i)
-        queue->queue(Mw::makePtr<Marked>(i));
-    while (begun < 5)
-        std::this_thread::yield();
-    delete queue;
-    REQUIRE(countdown.despatched == 100);
+    static Work polite = [] { beBusy(KillMyselfCheck); }, system = [] { beBusy([] {}); };
+    std::thread(system).detach();
+    for (int i = 0; i < 2; ++i)
+    {
+        start(polite, "polite");
+        start(system, "$ system");
+    }
+    busy.wait();
     Shutdown::executeCallbacks(Shutdown::eNormalExit);
     std::exit(0);
 }
 
-// More than the table was once thought to hold, and more than one of its blocks; read by id all the while.
-void growTheTable()
+using CoProcess = Diagnostics;
+
+struct CoProcessDeath : testing::Test
 {
-    prepareToDie();
-    std::atomic<bool> done = false;
-    std::atomic<int> wrong = 0;
-    {
-        Crowd readers(2,
-                      [&](int)
-                      {
-                          while (!done)
-                              for (unsigned short id = 0; id < 300; ++id)
-                                  if (const auto thread = coThreadGet(id))
-                                      wrong += thread->name() != "one of many" || id == 0;
-                      });
-        const auto create = [&](int)
-        {
-            for (int i = 0; i < 70; ++i)
-            {
-                unsigned short inside = 0;
-                const auto look = [&]
-                {
-                    inside = co_pid();
-                    wrong += isMainThread() || markOf() != -1 || coThreadId(inside) != threads().currentThreadId();
-                    setMark(inside);
-                    wrong += markOf() != inside;
-                };
-                Co one(look, "one of many");
-                one.join();
-                wrong += inside != one.id() || !isMainThread();
-            }
-        };
-        Crowd(4, create);
-        done = true;
-    }
-    setMark(1000);
-    Crowd(1, [&](int) { wrong += markOf() != 1000; });
-    setThreadLocalObject("mark", nullptr);
-    REQUIRE(wrong == 0);
-    std::exit(0);
-}
+    CoProcessDeath() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
 
 } // namespace
 
 TEST_F(CoProcess, logShowsWhoRuns)
 {
     desktop_.settings(L"config.dat", iDesktop::eMachineSettings)->setValue("affinity.two_words", "3", "");
-    std::latch end(1);
-    const std::string longName(300, 'x');
-    Co one([&] { end.wait(); }, "two words"), two([&] { end.wait(); }, longName.c_str());
-    EXPECT_EQ(logged().substr(11), "Default overridden: affinity.two_words = 3 (dflt 0)\n") << "and has no effect";
-    co_print({});
-    coDebugPrint(one.id());
-    coDebugPrint(9999);
-    const std::string text = logged();
-    const std::string id = std::to_string(coThreadId(one.id()));
-    EXPECT_NE(text.find(" : 02 R " + id + "/"), text.npos) << text;
-    EXPECT_NE(text.find(" two words\n"), text.npos) << text;
-    EXPECT_NE(text.find(" " + longName.substr(0, 200) + "\n"), text.npos) << text;
-    EXPECT_NE(text.find(": two words (" + id + ")\n"), text.npos) << text;
-    EXPECT_EQ(coThreadGet(two.id())->name(), longName.c_str()) << "whole in the table";
-    end.count_down();
-}
-
-TEST(CoProcessPriority, isThatOfThePlatform)
-{
-    const int expected[] = {2, 0, 1, 2, 3, 4, 5, 5, 2};
-    for (int priority = -3; priority <= 5; ++priority)
-        EXPECT_EQ(mapThreadPriority(priority), expected[priority + 3]);
+    Work show = []
+    {
+        co_print({});
+        coDebugPrint(co_pid());
+        coDebugPrint(9999);
+    };
+    const auto showing = start(show, "two words");
+    showing->waitForExit(-1);
+    const std::string text = logged(), id = std::to_string(showing->threadId());
+    EXPECT_NE(text.find("Default overridden: affinity.two_words = 3 (dflt 0)\n"), text.npos) << "and has no effect";
+    EXPECT_NE(text.find(" : 01 R " + id + "/"), text.npos) << text;
+    EXPECT_EQ(text.substr(text.rfind(':')), ": two words (" + id + ")\n");
+    EXPECT_EQ((std::vector{mapThreadPriority(-3), mapThreadPriority(4), mapThreadPriority(5)}), (std::vector{2, 5, 2}));
 }
 
 TEST_F(CoProcessDeath, idsNamesAndObjectsStayWithTheirThreadsWhileTheTableGrows)
@@ -351,8 +182,7 @@ TEST_F(CoProcessDeath, idsNamesAndObjectsStayWithTheirThreadsWhileTheTableGrows)
 
 TEST_F(CoProcessDeath, killIsARequestAndShutdownLeavesTheSystem)
 {
-    EXPECT_EXIT(killAndForget(), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(stopAllButTheSystems(), crashed,
+    EXPECT_EXIT(killAndShutDown(), crashed,
                 "OMA_SPLAT: co_create: Attempt to create process after co-process deinitialisation\n");
     EXPECT_EXIT((prepareToDie(), co_kill(1)), crashed,
                 "OMA_SPLAT: co_kill: Attempt to kill process before co-process initialisation\n");
@@ -360,10 +190,12 @@ TEST_F(CoProcessDeath, killIsARequestAndShutdownLeavesTheSystem)
 
 TEST_F(CoProcessDeath, exceptionNamesItsThreadAndEndsTheProcess)
 {
-    EXPECT_EXIT(dieOfAnException(), testing::ExitedWithCode(1),
+    EXPECT_EXIT(failInThread(), testing::ExitedWithCode(1),
                 "\n\n\\*{17} EXCEPTION \\(n{200}\\) \\*{17}\n\n[^f]*f{250}\n$");
-    EXPECT_EXIT(dieInAWorkerQueue(), testing::ExitedWithCode(1), "\n\n\\*{17} EXCEPTION \\*{17}\n\n$");
-    EXPECT_EXIT(countExceptions(), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT((prepareToDie(), remote_exception_fn(),
+                 protectedExecute([](void*) -> iThread::eExecRC { throw 1; }, nullptr),
+                 std::exit(exceptionInProgress())),
+                testing::ExitedWithCode(2), "^$");
 }
 
 TEST_F(CoProcessDeath, processStopsInOrderWithBusyThreads)
