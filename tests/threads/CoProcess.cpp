@@ -105,10 +105,10 @@ void killAndShutDown()
 void failInThread()
 {
     prepareToDie();
-    std::latch both(2);
+    std::latch all(3);
     Work work = [&]
     {
-        both.arrive_and_wait();
+        all.arrive_and_wait();
         while (co_pid() == 1)
             KillMyselfCheck();
         Mw::Exception::RuntimeError error("told", "misc/test", 1);
@@ -116,9 +116,9 @@ void failInThread()
         throw error;
     };
     start(work, "first");
-    start(work, std::string(300, 'n').c_str());
-    for (;;)
-        std::this_thread::yield();
+    const auto second = start(work, std::string(300, 'n').c_str());
+    all.arrive_and_wait();
+    second->waitForExit(-1); // whoever waits for it doesn't get past the end of the process
 }
 
 // Threads that look at everything while the process ends around them.

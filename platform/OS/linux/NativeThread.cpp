@@ -148,15 +148,34 @@ __attribute__((no_sanitize("null"))) iThread::eExecRC executeProtected(iThread::
     return iThread::eExecFailed;
 }
 
-// The first thread-local object of a thread, and so the last that is destroyed.
+// The first thread-local object of a thread, and so the last that is destroyed. They are destroyed as well when
+// the thread calls exit, and then it doesn't end: whoever waits for it would go on into the end of the process.
 class NativeThread::AtEnd
 {
 public:
     explicit AtEnd(NativeThread& thread) noexcept : thread_(thread) {}
-    ~AtEnd() { thread_.end(); }
+    ~AtEnd()
+    {
+        if (hasLeft_)
+            thread_.end();
+    }
+
+    // Notes at the end of a scope, however it is left, that the thread's function is done.
+    class Leave
+    {
+    public:
+        explicit Leave(AtEnd& atEnd) noexcept : atEnd_(atEnd) {}
+        ~Leave() { atEnd_.hasLeft_ = true; }
+        Leave(const Leave&) = delete;
+        Leave& operator=(const Leave&) = delete;
+
+    private:
+        AtEnd& atEnd_;
+    };
 
 private:
     NativeThread& thread_;
+    bool hasLeft_ = false;
 };
 
 Mw::Ptr<iThread> NativeThread::start(const iThreadMgr::ThreadParams& params)
@@ -178,7 +197,8 @@ Mw::Ptr<iThread> NativeThread::start(const iThreadMgr::ThreadParams& params)
 void* NativeThread::body(void* thread)
 {
     auto& self = *static_cast<NativeThread*>(thread);
-    thread_local const AtEnd atEnd(self);
+    thread_local AtEnd atEnd(self);
+    const AtEnd::Leave leave(atEnd);
     self.begin();
     self.run();
     return nullptr;
