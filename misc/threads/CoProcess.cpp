@@ -114,12 +114,12 @@ void forgetThread(CoProcessDesc& process)
     process.ownThread.store(nullptr, std::memory_order_release);
 }
 
-// Null if there is no room.
+// Null if there is no room, or after the shutdown.
 CoProcessDesc* enter(iThread::EntryFunction function, void* argument, const LightweightString<char>& name, int priority,
                      unsigned short& id)
 {
     const CriticalSection::Lock lock(table.lock);
-    if (table.processes_.isFull())
+    if (table.processes_.isFull() || deinitialised.load(std::memory_order_acquire) != 0)
         return nullptr;
     id = static_cast<unsigned short>(table.append(
         [&](CoProcessDesc& process)
@@ -152,6 +152,16 @@ void start(CoProcessDesc& process, unsigned short id, unsigned stackSizeBytes)
     // objects with the main thread.
     process.isLaunched.store(1, std::memory_order_release);
     process.isLaunched.notify_all();
+}
+
+// No more entries from now on; false if there are more than the caller has seen.
+bool closeTable(unsigned seen)
+{
+    const CriticalSection::Lock lock(table.lock);
+    if (table.processes_.size() != seen)
+        return false;
+    deinitialised.store(1, std::memory_order_release);
+    return true;
 }
 
 bool hasDied(const CoProcessDesc& process, const iThread::Exception& exception)
@@ -202,17 +212,13 @@ unsigned short co_create(iThread::eExecRC (*fn)(void*), char const* name, int pr
                          unsigned int stackSizeBytes)
 {
     co_init();
-    if (deinitialised.load(std::memory_order_acquire) != 0)
-    {
-        oma_splat("co_create: Attempt to create process after co-process deinitialisation");
-        return 0;
-    }
     const LightweightString<char> itsName(name != nullptr ? name : "");
     unsigned short id = 0;
     CoProcessDesc* const process = enter(fn, arg, itsName, priority, id);
     if (process == nullptr)
     {
-        oma_splat("co_create: No id left for another process");
+        oma_splat(table.processes_.isFull() ? "co_create: No id left for another process"
+                                            : "co_create: Attempt to create process after co-process deinitialisation");
         return 0;
     }
     askForAffinity(itsName, affinity);
@@ -266,11 +272,12 @@ void co_shutdown(Shutdown::eExitType)
 {
     if (initialised.load(std::memory_order_acquire) == 0 || deinitialised.load(std::memory_order_acquire) != 0)
         return;
-    const unsigned own = co_pid();
-    for (unsigned id = 0; const CoProcessDesc* const process = table.processes_.find(id); ++id)
-        if (id != own && stateOf(*process) == CoProcessDesc::running && !isOfTheSystem(*process))
-            co_kill(static_cast<unsigned short>(id));
-    deinitialised.store(1, std::memory_order_release);
+    unsigned id = 0;
+    do
+        for (; const CoProcessDesc* const process = table.processes_.find(id); ++id)
+            if (id != co_pid() && stateOf(*process) == CoProcessDesc::running && !isOfTheSystem(*process))
+                co_kill(static_cast<unsigned short>(id));
+    while (!closeTable(id));
     OS().atomics().store(&self()->state, CoProcessDesc::ended);
 }
 
