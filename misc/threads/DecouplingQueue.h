@@ -60,6 +60,9 @@ public:
     DecouplingQueue(const DecouplingQueue&) = delete;
     DecouplingQueue& operator=(const DecouplingQueue&) = delete;
 
+    // What the destructor does first: ends the threads. The list stays, for nobody to work on.
+    void stop();
+
     // Puts an item behind the others, or before them. Without a thread to take it, which the destructor's
     // drain doesn't count as, an assertion line says so.
     void queue(const Item& item);
@@ -134,6 +137,13 @@ DecouplingQueue<T>::DecouplingQueue(unsigned numThreads, unsigned priority, int,
 template <class T>
 DecouplingQueue<T>::~DecouplingQueue()
 {
+    stop();
+    life_->isOver = true;
+}
+
+template <class T>
+void DecouplingQueue<T>::stop()
+{
     if (numThreads_ == 0)
         return;
     threadRequired_ = false;
@@ -142,7 +152,6 @@ DecouplingQueue<T>::~DecouplingQueue()
     for (const Mw::Ptr<iThread>& thread : threads_)
         if (thread)
             thread->waitForExit(-1);
-    life_->isOver = true;
 }
 
 template <class T>
