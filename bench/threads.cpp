@@ -71,11 +71,9 @@ const Registration registration(
         registry.declare({threads::mainObject, "The same on the main thread.", {{2.0, "QThreadStorage"}}});
         registry.ours(threads::ownId, [] { keepNumber(co_pid()); });
         registry.add(threads::ownId, {Role::limit, "thread_local", limit_read_thread_local});
-        threads::addObject(registry, Role::ours, "ours",
+        threads::addObject(registry, Role::ours, "ours", makeObjects,
                            []
                            {
-                               static thread_local const bool made = (makeObjects(), true);
-                               keepNumber(made);
                                const Mw::Ptr<iObject> object = getThreadLocalObject(names[0]);
                                keepNumber(object.get());
                            });

@@ -16,12 +16,13 @@ inline constexpr const char* mainObject = "tasks/thread-local object, main threa
 // Runs a function on a co-process that stays for all of them, and waits for it.
 void onCoProcess(const std::function<void()>& function);
 
-// Adds a side to the two cases of objects, one of which runs on a co-process.
-template <class Operation>
-void addObject(Registry& registry, Role role, const char* name, Operation operation)
+// Adds a side to the two cases of objects, one of which runs on a co-process. `make` makes the thread's objects.
+template <class Make, class Operation>
+void addObject(Registry& registry, Role role, const char* name, Make make, Operation operation)
 {
     const auto batch = [=](std::size_t count)
     {
+        make();
         for (; count != 0; --count)
             operation();
     };

@@ -13,25 +13,24 @@ using namespace bench;
 
 using Object = QExplicitlySharedDataPointer<QSharedData>;
 
-Object& local()
+auto& storage = *new QThreadStorage<Object>;
+
+void makeObject()
 {
-    static auto& storage = *new QThreadStorage<Object>;
-    Object& object = storage.localData();
-    if (!object)
-        object.reset(new QSharedData);
-    return object;
+    storage.setLocalData(Object(new QSharedData));
 }
 
 const Registration registration(
     [](Registry& registry)
     {
-        threads::addObject(registry, Role::peer, "QThreadStorage",
+        threads::addObject(registry, Role::peer, "QThreadStorage", makeObject,
                            []
                            {
-                               const Object object = local();
+                               const Object object = storage.localData();
                                keepNumber(object.constData());
                            });
-        threads::addObject(registry, Role::peer, "QThreadStorage, no handle", [] { keepNumber(local().constData()); });
+        threads::addObject(registry, Role::peer, "QThreadStorage, no handle", makeObject,
+                           [] { keepNumber(storage.localData().constData()); });
     });
 
 } // namespace

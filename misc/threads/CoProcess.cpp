@@ -376,30 +376,34 @@ private:
 };
 
 // The map itself stays for the threads that still run then.
-iThread::LocalObjects& sharedObjects()
+iThread::LocalObjects* makeSharedObjects()
 {
-    static auto& objects = immortal<iThread::LocalObjects>();
+    auto& objects = immortal<iThread::LocalObjects>();
     static const EmptyAtExit emptyAtExit(objects);
-    return objects;
+    return &objects;
 }
+
+constinit iThread::LocalObjects* sharedObjects = nullptr; // under the lock
 
 // Calls a function with the caller's map, under a lock where threads share it.
 template <class Function>
-void withLocalObjects(Function function)
+auto withLocalObjects(Function function)
 {
     const CoProcessDesc* const process = self();
     iThread* const thread = process != nullptr ? process->ownThread.load(std::memory_order_acquire) : nullptr;
     if (thread != nullptr)
         return function(thread->localObjects());
     const CriticalSection::Lock lock(sharedObjectsLock);
-    function(sharedObjects());
+    if (sharedObjects == nullptr) [[unlikely]]
+        sharedObjects = makeSharedObjects();
+    return function(*sharedObjects);
 }
 
 } // namespace
 
 iThread::LocalObjects& getMainThreadObjectMap()
 {
-    return sharedObjects();
+    return *makeSharedObjects();
 }
 
 CriticalSection& getMainThreadObjectMapLock()
@@ -409,14 +413,12 @@ CriticalSection& getMainThreadObjectMapLock()
 
 Mw::Ptr<iObject> getThreadLocalObject(LightweightString<char> const& name)
 {
-    Mw::Ptr<iObject> object;
-    withLocalObjects(
+    return withLocalObjects(
         [&](const iThread::LocalObjects& objects)
         {
-            if (const auto found = objects.find(name); found != objects.end())
-                object = found->second;
+            const auto found = objects.find(name);
+            return found != objects.end() ? found->second : Mw::Ptr<iObject>();
         });
-    return object;
 }
 
 // What was there before is let go when the lock is free again.
