@@ -99,7 +99,6 @@ public:
     bool verifyOutputString() const noexcept;
 
 private:
-    void construct(const UIString& displayName, const UIString& displayDescription);
     void addDefault(const MapItem& item);
     void keepDefaults();
 

@@ -92,8 +92,23 @@ public:
 
 private:
     friend class MappingManagerClientBase;
+    class Outputs;
+    class Undo;
     struct Difference;
-    using Pairs = std::vector<iSettings::NameValuePair>;
+    using Client = MappingManagerClientBase;
+    using Differences = std::vector<Difference>;
+    using Changes = std::vector<iSettings::Change>;
+
+    void migrate();
+    void forget(Client* client);
+    bool reset(unsigned firstClient, unsigned endClient, const unsigned* keyMap);
+    bool import(const Vector<Name>& lines, Name (*nameOf)(const Name&));
+
+    static Differences differencesOf(const Client& client, const Outputs& outputs);
+    static void applyMappingsFromRegistry(Client& client);
+    static void apply(Client& client, const Differences& differences);
+    static void renew(const Client& client, const Differences& differences);
+    static bool forgetSameKey(const Client& client, const MappingManagerRegistryString& key, Changes& changes);
 
     std::vector<MappingManagerClientBase*> clients_;
 };

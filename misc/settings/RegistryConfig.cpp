@@ -136,6 +136,11 @@ int RegistryConfig::removeValue(std::string_view key, std::string_view section)
     return settings_->removeValue(key, section);
 }
 
+int RegistryConfig::apply(const std::vector<iSettings::Change>& changes)
+{
+    return settings_->apply(changes);
+}
+
 void RegistryConfig::getMultipleValues(std::vector<iSettings::NameValuePair>& result, std::string_view section) const
 {
     settings_->getMultipleValues(result, section);

@@ -65,6 +65,9 @@ public:
     // From the store alone.
     int removeValue(std::string_view key, std::string_view section);
 
+    // Many writes to the store as one, as iSettings::apply.
+    int apply(const std::vector<iSettings::Change>& changes);
+
     // Appends what the store has of the section, in the order of the names.
     void getMultipleValues(std::vector<iSettings::NameValuePair>& result, std::string_view section) const;
 

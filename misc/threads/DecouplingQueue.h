@@ -68,11 +68,6 @@ public:
     void queue(const Item& item);
     void queueFront(const Item& item);
 
-    // The two steps of those, for an owner whose own lock is to be free again when a thread wakes.
-    void append(const Item& item);
-    void prepend(const Item& item);
-    void wake();
-
     bool isQueued(const Item& item) const;
     bool empty() const;
     void getQueuedItems(std::list<Item>& items) const;
@@ -101,6 +96,7 @@ private:
 
     DecouplingQueue(unsigned numThreads, Decoupler* decoupler, unsigned waitTimeoutMs);
 
+    void wakeThread();
     void work();
     bool despatchNext();
 
@@ -161,31 +157,23 @@ void DecouplingQueue<T>::stop()
 template <class T>
 void DecouplingQueue<T>::queue(const Item& item)
 {
-    append(item);
-    wake();
+    {
+        const CriticalSection::Lock lock(lock_);
+        MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 177");
+        items_.push_back(item);
+    }
+    wakeThread();
 }
 
 template <class T>
 void DecouplingQueue<T>::queueFront(const Item& item)
 {
-    prepend(item);
-    wake();
-}
-
-template <class T>
-void DecouplingQueue<T>::append(const Item& item)
-{
-    const CriticalSection::Lock lock(lock_);
-    MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 177");
-    items_.push_back(item);
-}
-
-template <class T>
-void DecouplingQueue<T>::prepend(const Item& item)
-{
-    const CriticalSection::Lock lock(lock_);
-    MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 161");
-    items_.push_front(item);
+    {
+        const CriticalSection::Lock lock(lock_);
+        MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 161");
+        items_.push_front(item);
+    }
+    wakeThread();
 }
 
 template <class T>
@@ -228,16 +216,24 @@ void DecouplingQueue<T>::clear()
     dropped.swap(items_);
 }
 
+// The event wakes one thread, however often it was set before that one looked: who takes an item and leaves
+// others wakes the next.
 template <class T>
 typename DecouplingQueue<T>::Item DecouplingQueue<T>::takeItem()
 {
     Item item;
-    const CriticalSection::Lock lock(lock_);
-    while (!item && !items_.empty())
+    bool others = false;
     {
-        item = std::move(items_.front());
-        items_.pop_front();
+        const CriticalSection::Lock lock(lock_);
+        while (!item && !items_.empty())
+        {
+            item = std::move(items_.front());
+            items_.pop_front();
+        }
+        others = !items_.empty();
     }
+    if (others)
+        wakeThread();
     return item;
 }
 
@@ -247,22 +243,18 @@ void DecouplingQueue<T>::despatchItemFromQueue()
     despatchNext();
 }
 
-// The event wakes one thread, however often it was set before that one looked: who takes an item and leaves
-// others wakes the next.
 template <class T>
 bool DecouplingQueue<T>::despatchNext()
 {
     Item item = decoupler_->take(*this);
     if (!item)
         return false;
-    if (!empty())
-        wake();
     decoupler_->despatch(std::move(item));
     return true;
 }
 
 template <class T>
-void DecouplingQueue<T>::wake()
+void DecouplingQueue<T>::wakeThread()
 {
     if (itemEvent_)
         itemEvent_->set();

@@ -1,0 +1,337 @@
+#include "misc/commands/MappingManager.h"
+
+#include "OS/testing/TestDesktop.h"
+#include "libmw/Text.h"
+#include "misc/commands/BuiltInMappers.h"
+#include "misc/commands/CommandMap.h"
+#include "misc/commands/KeyCode.h"
+#include "misc/diagnostics/Console.h"
+#include "misc/settings/RegistryConfig.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+
+namespace
+{
+
+using Name = LightweightString<char>;
+using Lines = Vector<Name>;
+
+constexpr const char* section = "Configuration\\MappingManager2";
+constexpr auto scope = MappingManagerClientBase::clientScope;
+
+MappingManager& manager()
+{
+    return MappingManager::globalMappingManager();
+}
+
+// Two clients on a store in memory: "A" finds commands in one search, "B" walks numbers, two of which are equal.
+class Mappings : public testing::Test
+{
+protected:
+    Mappings() { start(); }
+    // The clients of every program know nothing of this store.
+    ~Mappings() override { manager().resetToDefault(); }
+
+    void start()
+    {
+        a_.reset();
+        b_.reset();
+        a_ = std::make_unique<SimpleKeyMapper>(
+            "A", ResId(11959), ResId::none,
+            std::vector<KeyMap>{KeyMap("Play", MapItem(' ', false), MapItem('r', true)),
+                                KeyMap("Stop", MapItem('s', false), MapItem('k', false)), KeyMap("play"),
+                                KeyMap("MarkIn", MapItem(0x2000049, false))},
+            true, scope);
+        b_ = std::make_unique<SimpleKeyMapper>("B", ResId(11960), ResId::none,
+                                               std::vector<KeyMap>{KeyMap(5, MapItem('c', false)),
+                                                                   KeyMap(6, MapItem('c', false), gesture_),
+                                                                   KeyMap(5, MapItem('d', false))},
+                                               false, scope);
+    }
+
+    static unsigned indexOf(const SimpleKeyMapper& client)
+    {
+        unsigned index = 0;
+        while (manager().client(index) != &client)
+            ++index;
+        return index;
+    }
+    bool add(unsigned map, int key) { return manager().addToKeyMap(indexOf(*a_), map, key); }
+    bool remove(unsigned map, int key) { return manager().removeFromKeyMap(indexOf(*a_), map, key); }
+
+    // What each key produces. Actions of equal outputs are one.
+    std::set<std::string> mappings() const
+    {
+        std::set<std::string> all;
+        for (const SimpleKeyMapper* const client : {a_.get(), b_.get()})
+            for (unsigned index = 0; index < client->numKeyMaps(); ++index)
+                for (const MapItem& item : client->keyMap(index)->mapItems())
+                {
+                    const KeyMap& map = *client->keyMap(index);
+                    all.insert(client->internalName().c_str() + std::to_string(map.outputValue()) +
+                               map.outputString().c_str() + " " +
+                               toUTF8(keycodeToString(item.mappedKeyCode())).c_str());
+                    EXPECT_NE(client->lookup(item.mappedKeyCode()), nullptr);
+                }
+        return all;
+    }
+
+    static std::map<std::string, std::string> stored()
+    {
+        std::vector<iSettings::NameValuePair> values;
+        UserConfig().getMultipleValues(values, section);
+        std::map<std::string, std::string> all;
+        for (const auto& [name, value] : values)
+            all[name.c_str()] = value.c_str();
+        return all;
+    }
+    static void store(const char* name, bool value) { UserConfig().setValue(name, value, section); }
+
+    static Lines exported()
+    {
+        Lines lines;
+        manager().exportMappings(lines);
+        return lines;
+    }
+
+    TestDesktop desktop_;
+    OSReplacement<iDesktop> replaced_{desktop_};
+    MapItem gesture_{ComplexKeyboardEvent{'h', 'j', 1}, false};
+    std::unique_ptr<SimpleKeyMapper> a_;
+    std::unique_ptr<SimpleKeyMapper> b_;
+};
+
+using Stored = std::map<std::string, std::string>;
+
+} // namespace
+
+TEST_F(Mappings, liveIsReloadedAfterAnyChanges)
+{
+    const char* const strange[] = {"true:A:\"play\":0x0041::::",
+                                   "TRUE:A:\"stop\":X::::   comment",
+                                   "true:A:\"Play\":0x53::::",
+                                   "true:A:\"MarkIn\":0x53::::",
+                                   "false:A:\"sTOP\":0x73::::",
+                                   "true:A:\"stop\":0x0073:x:y:z:",
+                                   "true:B:0x5:0x78::::",
+                                   "true:B:0x0005:0x64::::",
+                                   "true:B:0x6::a:b:P:",
+                                   "true:B:0x6:::0xFFFFFFFFF::",
+                                   "true:Later:\"Command\":0x0041::::",
+                                   "false:A:\"Later\":0x0041::::",
+                                   "true:A:five:colons::",
+                                   "true:",
+                                   "no line"};
+    const auto settings = desktop_.settings(L"userconfig.dat", iDesktop::eUserSettings);
+    store("Unknown:\"Command\":0x0041::::", true);
+    std::mt19937 random(7);
+    const auto below = [&](std::size_t count) { return static_cast<unsigned>(random() % count); };
+    const int keys[] = {' ', 'r', 's', 'k', 'c', 'd', 'A', 'S', 0x2000049, gesture_.mappedKeyCode()};
+    Lines kept;
+    for (int sequence = 0; sequence < 3000; ++sequence)
+    {
+        for (unsigned step = below(12) + 1; step > 0; --step)
+        {
+            const unsigned client = indexOf(below(2) != 0 ? *a_ : *b_);
+            const unsigned map = below(manager().client(client)->numKeyMaps());
+            const auto before = mappings();
+            const Stored storedBefore = stored();
+            const bool isRefused = below(8) == 0;
+            settings->failWith(isRefused ? iSettings::eFailed : iSettings::eStored);
+            bool isDone = false;
+            switch (below(10))
+            {
+            case 0:
+                isDone = manager().resetToDefault();
+                break;
+            case 1:
+                isDone = manager().resetToDefault(client);
+                break;
+            case 2:
+                isDone = manager().resetToDefault(client, map);
+                break;
+            case 3:
+                kept = exported();
+                break;
+            case 4:
+                for (unsigned more = below(4); more > 0; --more)
+                    kept.push_back(strange[below(std::size(strange))]);
+                isDone = manager().importMappings(kept);
+                break;
+            case 5:
+            case 6:
+                isDone = manager().removeFromKeyMap(client, map, keys[below(std::size(keys))]);
+                break;
+            default:
+                isDone = manager().addToKeyMap(client, map, keys[below(std::size(keys))]);
+            }
+            settings->failWith(iSettings::eStored);
+            if (!isDone)
+            {
+                ASSERT_EQ(mappings(), before);
+                ASSERT_EQ(stored(), storedBefore);
+            }
+        }
+        const auto live = mappings();
+        start();
+        ASSERT_EQ(mappings(), live) << sequence;
+        ASSERT_EQ(stored().at("Unknown:\"Command\":0x0041::::"), "true");
+    }
+}
+
+TEST_F(Mappings, onlyDifferencesAreStored)
+{
+    EXPECT_FALSE(add(0, ' ')) << "it is there";
+    EXPECT_FALSE(add(1, ' ')) << "another action has it";
+    EXPECT_FALSE(remove(0, 'r')) << "read only";
+    EXPECT_FALSE(remove(1, 'x'));
+    EXPECT_FALSE(add(9, 'x'));
+    EXPECT_EQ(stored(), Stored());
+
+    EXPECT_TRUE(remove(0, ' '));
+    EXPECT_EQ(stored(), (Stored{{"A:\"Play\":0x0020::::", "false"}}));
+    EXPECT_TRUE(add(0, ' '));
+    EXPECT_EQ(stored(), (Stored{{"A:\"Play\":0x0020::::", "true"}}));
+    manager().resetToDefault(indexOf(*a_));
+    EXPECT_EQ(stored(), Stored());
+    EXPECT_EQ(a_->lookup(' '), a_->keyMap(0)) << "a default key stays";
+
+    EXPECT_TRUE(add(1, 0x12000058));
+    EXPECT_TRUE(manager().addToKeyMap(indexOf(*b_), 0, gesture_.mappedKeyCode()));
+    EXPECT_EQ(stored(), (Stored{{"A:\"Stop\":0x12000058::::", "true"}, {"B:0x0005::0x0068:0x006A:P:", "true"}}));
+    EXPECT_TRUE(remove(1, 0x12000058));
+    EXPECT_EQ(stored(), (Stored{{"B:0x0005::0x0068:0x006A:P:", "true"}}));
+}
+
+TEST_F(Mappings, oneActionIsResetAndLeavesItsKeyToTheOneThatHasIt)
+{
+    EXPECT_TRUE(remove(0, ' '));
+    EXPECT_TRUE(add(1, ' '));
+    EXPECT_TRUE(add(1, 'x'));
+    EXPECT_TRUE(manager().resetToDefault(indexOf(*a_), 0));
+    EXPECT_EQ(a_->lookup(' '), a_->keyMap(1));
+    EXPECT_TRUE(manager().resetToDefault(indexOf(*a_), 1));
+    EXPECT_EQ(a_->lookup('x'), nullptr);
+    EXPECT_TRUE(manager().resetToDefault());
+    EXPECT_EQ(a_->lookup(' '), a_->keyMap(0));
+    EXPECT_EQ(stored(), Stored());
+}
+
+TEST_F(Mappings, storedNamesAreBroughtToThePresentForm)
+{
+    GlobalConfig().setValue("Show Mapping Comments", true, "");
+    store("A:\"stop\":0x58::::", true);
+    store("A:\"stop\":CTRL+I:::", true);
+    store("A:\"play\"::0x61:alt+b:P:", true);
+    store("a:\"Stop\":0x0059::::", true);
+    herc_create_contents();
+    herc_set_on(true);
+    start();
+    EXPECT_EQ(stored(), (Stored{{"A:\"Stop\":0x0058::::   Stop <- 'X'", "true"},
+                                {"A:\"stop\":CTRL+I:::", "true"},
+                                {"A:\"play\"::0x0061:0x4000062:P:   play <- HOLD 'a' PRESS Alt+b", "true"},
+                                {"a:\"Stop\":0x0059::::", "true"}}));
+    // The user's word about a key ends what is stored of it in other words.
+    GlobalConfig().setValue("Show Mapping Comments", false, "");
+    EXPECT_TRUE(remove(1, 'X'));
+    EXPECT_EQ(stored().size(), 3u);
+    herc_set_on(false);
+}
+
+TEST_F(Mappings, oldKeysAreConvertedOnceAndOnImport)
+{
+    EXPECT_EQ(MappingManager::convertLegacyKeycode(0x7F41), 0x7F000041);
+    EXPECT_EQ(MappingManager::convertLegacyKeycode(0x7FFF8041), 0x41);
+    UserConfig().setValue("A:\"Stop\":0x0258::::", true, "MappingManager");
+    UserConfig().setValue("B:0x0805::0x0147:0x004D::", false, "MappingManager");
+    UserConfig().setValue("unreadable", true, "MappingManager");
+    const Stored converted{{"A:\"Stop\":0x2000058::::", "true"}, {"B:0x8000005::0x1000047:0x004D::", "false"}};
+    MappingManager();
+    EXPECT_EQ(stored(), converted);
+    start();
+    EXPECT_EQ(a_->lookup(0x2000058), a_->keyMap(1));
+    EXPECT_TRUE(manager().resetToDefault(indexOf(*a_)));
+    UserConfig().removeValue("B:0x8000005::0x1000047:0x004D::", section);
+    MappingManager();
+    EXPECT_EQ(stored(), Stored()) << "what the user has reset stays reset";
+
+    EXPECT_TRUE(manager().importLegacyMappings({"true:A:\"Stop\":0x0258::::", "True:nothing:"}));
+    EXPECT_EQ(a_->lookup(0x2000058), a_->keyMap(1));
+    EXPECT_TRUE(manager().importMappings({}));
+    EXPECT_EQ(a_->lookup(0x2000058), nullptr);
+}
+
+TEST_F(Mappings, aGestureWithoutASlotIsLeftInTheStore)
+{
+    std::vector<MapItem> all;
+    for (int number = 0; number < ComplexKeyboardEventManager::numSlots; ++number)
+        all.emplace_back(ComplexKeyboardEvent{number, 1, 1}, false);
+    store("A:\"stop\"::0x71:0x72::", true);
+    start();
+    EXPECT_EQ(stored(), (Stored{{"A:\"stop\"::0x71:0x72::", "true"}}));
+    all.clear();
+    start();
+    EXPECT_EQ(stored(), (Stored{{"A:\"Stop\"::0x0071:0x0072::", "true"}}));
+}
+
+TEST_F(Mappings, conflictsAndTheExplanationOfAKey)
+{
+    EXPECT_TRUE(add(2, 27));
+    EXPECT_TRUE(remove(0, ' '));
+    EXPECT_TRUE(add(1, ' '));
+    std::set<int> codes;
+    for (const MappingManager::Conflict& conflict : manager().conflicts())
+        if (conflict.uses.back().client >= 2)
+            codes.insert(conflict.keycode);
+    EXPECT_EQ(codes, (std::set<int>{27, 'c'}));
+    const MappingManager::Conflict conflict = manager().conflicts().front();
+    EXPECT_EQ(conflict.keycode, 27);
+    EXPECT_EQ(toUTF8(conflict.uses[0].clientName), "Keyboard");
+    EXPECT_EQ(toUTF8(conflict.uses[1].actionName), "play");
+
+    CommandMap::theCommandMap()->registerCommand("Stop", [] {}, {}, {}, eCmdLocal, {});
+    EXPECT_EQ(toUTF8(manager().explainKey(' ')), "Key 0x0020, Space\n"
+                                                 "  A: Play, taken away by a stored difference\n"
+                                                 "  A: Stop, by a stored difference\n"
+                                                 "Command: Stop\n");
+    EXPECT_EQ(toUTF8(manager().explainKey(27)), "Key 0x001B, Esc\n"
+                                                "  TextEditingMapper: 0x2000001B (*+\x1B), by default\n"
+                                                "  A: play, by a stored difference\n"
+                                                "Command: none\n");
+}
+
+TEST_F(Mappings, aNameIsOneClientsAndAnotherOfThatNameTakesNothingFromIt)
+{
+    {
+        const SimpleKeyMapper second("A", ResId::none, ResId::none, std::vector<KeyMap>{}, true, scope);
+        EXPECT_FALSE(second.isRegistered());
+    }
+    EXPECT_TRUE(add(0, 'x'));
+    // Both actions have the key by default, which is reported; the first is found, and each gets it back.
+    SimpleKeyMapper shared("S", ResId::none, ResId::none,
+                           std::vector<KeyMap>{KeyMap(1, MapItem('x', false)), KeyMap(2, MapItem('x', false))}, true,
+                           scope);
+    const unsigned index = indexOf(shared);
+    EXPECT_EQ(shared.lookup('x', 0), 1);
+    EXPECT_TRUE(manager().removeFromKeyMap(index, 0, 'x'));
+    EXPECT_EQ(shared.lookup('x', 0), 2);
+    EXPECT_TRUE(manager().resetToDefault(index));
+    EXPECT_EQ(shared.lookup('x', 0), 1);
+}
+
+TEST(BuiltInMappers, areThereBeforeMain)
+{
+    EXPECT_EQ(manager().client(0), &ConsoleMapper());
+    EXPECT_EQ(manager().client(1), &TextEditingMapper());
+    EXPECT_EQ(TextEditingMapper().lookup(0x100043, 0), 0x22000043);
+    EXPECT_EQ(TextEditingMapper().lookup(static_cast<int>(0x80000037), 0), '7');
+    EXPECT_EQ(TextEditingMapper().lookup(0x8000050), nullptr);
+    EXPECT_EQ(ConsoleMapper().numKeyMaps(), 37u);
+    EXPECT_EQ(toUTF8(ConsoleMapper().keyMap(2)->displayName()), "Forward");
+}
