@@ -103,30 +103,42 @@ bool BackgroundTaskQueueBase::announce(const Task& task, End end, bool unique)
     return true;
 }
 
-// The task may have been aborted meanwhile, and the queue closed.
+// The thread that wakes needs the lock at once, and may well take the caller's place on its processor.
 void BackgroundTaskQueueBase::append(const Task& task, End end)
 {
-    const CriticalSection::Lock lock(lock_);
-    const auto announced = std::find(announced_.begin(), announced_.end(), task);
-    if (announced == announced_.end())
-        return;
-    Queue* const queue = makeQueue();
-    if (queue == nullptr)
-        return removeQueued(task);
-    announced_.erase(announced);
-    task->queued();
-    if (end == End::Back)
-        queue->queue(task);
-    else
-        queue->queueFront(task);
+    QueuePtr queue;
+    {
+        const CriticalSection::Lock lock(lock_);
+        queue = insert(task, end);
+    }
+    if (queue)
+        queue->wake();
 }
 
-BackgroundTaskQueueBase::Queue* BackgroundTaskQueueBase::makeQueue()
+// Null if there is nothing to run: the task may have been aborted meanwhile, and the queue closed.
+BackgroundTaskQueueBase::QueuePtr BackgroundTaskQueueBase::insert(const Task& task, End end)
+{
+    const auto announced = std::find(announced_.begin(), announced_.end(), task);
+    if (announced == announced_.end())
+        return {};
+    const QueuePtr queue = makeQueue();
+    if (!queue)
+    {
+        removeQueued(task);
+        return {};
+    }
+    announced_.erase(announced);
+    task->queued();
+    end == End::Back ? queue->append(task) : queue->prepend(task);
+    return queue;
+}
+
+BackgroundTaskQueueBase::QueuePtr BackgroundTaskQueueBase::makeQueue()
 {
     if (!queue_ && !closed_)
-        queue_ = decltype(queue_)(new Queue(cutTo8Bits(getNumThreads()), cutTo8Bits(getThreadPriority()), 0,
-                                            stackSizeBytes, this, Queue::noTimeout));
-    return queue_.get();
+        queue_ = QueuePtr(new Queue(cutTo8Bits(getNumThreads()), cutTo8Bits(getThreadPriority()), 0, stackSizeBytes,
+                                    this, Queue::noTimeout));
+    return queue_;
 }
 
 bool BackgroundTaskQueueBase::isNameInProgress(const Task& task) const
@@ -214,7 +226,7 @@ void BackgroundTaskQueueBase::clear()
 // The queue stays in its place until its threads have ended: a task that they run may queue another, and have it run.
 void BackgroundTaskQueueBase::shutdown(Shutdown::eExitType)
 {
-    decltype(queue_) ending;
+    QueuePtr ending;
     {
         const CriticalSection::Lock lock(lock_);
         closed_ = closed_ || Shutdown::isExiting();

@@ -89,6 +89,8 @@ protected:
     Task take(Queue& queue) override;
 
 private:
+    using QueuePtr = Mw::Ptr<Queue, Mw::DtorTraits, Mw::ExternalRefCountTraits>;
+
     enum class End
     {
         Front,
@@ -122,7 +124,8 @@ private:
 
     bool isNameInProgress(const Task& task) const;
     bool isQueued(const Task& task) const;
-    Queue* makeQueue();
+    QueuePtr insert(const Task& task, End end);
+    QueuePtr makeQueue();
     void issue(eEventType type, const Task& task) const;
     void shutdownCallback(const Shutdown::eExitType& type) { shutdown(type); }
 
@@ -132,10 +135,10 @@ private:
     // Taken before that of the queue. A task moves on under it: it is announced, queued, in progress.
     mutable CriticalSection lock_{"background task queue"};
     Notifier notifier_;
-    std::vector<Mw::Ptr<Mw::Guard>> guards_;                           // go before the notifier
-    std::vector<Task> announced_;                                      // listeners are being told that they are queued
-    std::vector<InProgress> inProgress_;                               // as many as there are threads
-    Mw::Ptr<Queue, Mw::DtorTraits, Mw::ExternalRefCountTraits> queue_; // null before the first task
+    std::vector<Mw::Ptr<Mw::Guard>> guards_; // go before the notifier
+    std::vector<Task> announced_;            // listeners are being told that they are queued
+    std::vector<InProgress> inProgress_;     // as many as there are threads
+    QueuePtr queue_;                         // null before the first task
     bool closed_ = false;
     Mw::Ptr<Shutdown::Callback> shutdownCallback_;
 };

@@ -68,6 +68,11 @@ public:
     void queue(const Item& item);
     void queueFront(const Item& item);
 
+    // The two steps of those, for an owner whose own lock is to be free again when a thread wakes.
+    void append(const Item& item);
+    void prepend(const Item& item);
+    void wake();
+
     bool isQueued(const Item& item) const;
     bool empty() const;
     void getQueuedItems(std::list<Item>& items) const;
@@ -96,7 +101,6 @@ private:
 
     DecouplingQueue(unsigned numThreads, Decoupler* decoupler, unsigned waitTimeoutMs);
 
-    void wakeThread();
     void work();
     bool despatchNext();
 
@@ -157,23 +161,31 @@ void DecouplingQueue<T>::stop()
 template <class T>
 void DecouplingQueue<T>::queue(const Item& item)
 {
-    {
-        const CriticalSection::Lock lock(lock_);
-        MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 177");
-        items_.push_back(item);
-    }
-    wakeThread();
+    append(item);
+    wake();
 }
 
 template <class T>
 void DecouplingQueue<T>::queueFront(const Item& item)
 {
-    {
-        const CriticalSection::Lock lock(lock_);
-        MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 161");
-        items_.push_front(item);
-    }
-    wakeThread();
+    prepend(item);
+    wake();
+}
+
+template <class T>
+void DecouplingQueue<T>::append(const Item& item)
+{
+    const CriticalSection::Lock lock(lock_);
+    MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 177");
+    items_.push_back(item);
+}
+
+template <class T>
+void DecouplingQueue<T>::prepend(const Item& item)
+{
+    const CriticalSection::Lock lock(lock_);
+    MW_ASSERT_AT(threadRequired_, "misc/DecouplingQueue line 161");
+    items_.push_front(item);
 }
 
 template <class T>
@@ -216,24 +228,16 @@ void DecouplingQueue<T>::clear()
     dropped.swap(items_);
 }
 
-// The event wakes one thread, however often it was set before that one looked: who takes an item and leaves
-// others wakes the next.
 template <class T>
 typename DecouplingQueue<T>::Item DecouplingQueue<T>::takeItem()
 {
     Item item;
-    bool others = false;
+    const CriticalSection::Lock lock(lock_);
+    while (!item && !items_.empty())
     {
-        const CriticalSection::Lock lock(lock_);
-        while (!item && !items_.empty())
-        {
-            item = std::move(items_.front());
-            items_.pop_front();
-        }
-        others = !items_.empty();
+        item = std::move(items_.front());
+        items_.pop_front();
     }
-    if (others)
-        wakeThread();
     return item;
 }
 
@@ -243,18 +247,22 @@ void DecouplingQueue<T>::despatchItemFromQueue()
     despatchNext();
 }
 
+// The event wakes one thread, however often it was set before that one looked: who takes an item and leaves
+// others wakes the next.
 template <class T>
 bool DecouplingQueue<T>::despatchNext()
 {
     Item item = decoupler_->take(*this);
     if (!item)
         return false;
+    if (!empty())
+        wake();
     decoupler_->despatch(std::move(item));
     return true;
 }
 
 template <class T>
-void DecouplingQueue<T>::wakeThread()
+void DecouplingQueue<T>::wake()
 {
     if (itemEvent_)
         itemEvent_->set();

@@ -297,14 +297,22 @@ TEST(BackgroundTasks, canQueueMoreWhileTheQueueIsShutDown)
     task = nullptr;
 }
 
-// Prints what the task's log says, when the co-processes are gone.
-Task theFailing;
+// Cases that end in a process of their own, which starts anew: this one has threads.
+class BackgroundTasksDeath : public testing::Test
+{
+protected:
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+// Prints what the task's log says, when the co-processes are gone. The main thread waits for the task to the end of
+// the process.
+Task& theFailing = *new Task;
 void printLog(Shutdown::eExitType)
 {
     Log("in the end: %s\n", theFailing->getLog()->getLines().back().text.c_str());
 }
 
-TEST(BackgroundTasks, takeTheProgramDownByAnExceptionAfterSayingWhy)
+TEST_F(BackgroundTasksDeath, takeTheProgramDownByAnExceptionAfterSayingWhy)
 {
     const auto fail = []
     {
@@ -361,13 +369,13 @@ TEST(BackgroundTasks, takeTheProgramDownByAnExceptionAfterSayingWhy)
     std::exit(0);
 }
 
-TEST(BackgroundTasks, letTheProcessEndInOrderWhileBusy)
+TEST_F(BackgroundTasksDeath, letTheProcessEndInOrderWhileBusy)
 {
     for (int round = 0; round < (MW_SANITIZED ? 10 : 200); ++round)
         EXPECT_EXIT(endWhileBusy(round % 2 == 0), testing::ExitedWithCode(0), "") << round;
 }
 
-TEST(BackgroundTasks, runTwoAtATimeForTheUserInterface)
+TEST_F(BackgroundTasksDeath, runTwoAtATimeForTheUserInterface)
 {
     const auto meet = []
     {
