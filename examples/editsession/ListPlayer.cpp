@@ -11,23 +11,6 @@ namespace
 
 using Frame = ValServer<int>;
 
-std::string labelInList(const EditList& list, int frame)
-{
-    char buffer[Mw::longestLabelBytes];
-    Mw::writeLabel(Mw::labelOfFrame(frame, {list.rate, list.events[0].edits[0].record.dropFrame}), buffer);
-    return buffer;
-}
-
-int beginOf(const Event& event)
-{
-    return event.edits[0].record.in;
-}
-
-int endOf(const Event& event, Mw::FrameRate rate)
-{
-    return beginOf(event) + static_cast<int>(recordLength(event, event.edits.size(), rate));
-}
-
 // Shows one frame: the position, as it changes.
 class PositionDisplay : public ValClient<int>
 {
@@ -107,6 +90,23 @@ private:
 };
 
 } // namespace
+
+std::string labelInList(const EditList& list, int frame)
+{
+    char buffer[Mw::longestLabelBytes];
+    Mw::writeLabel(Mw::labelOfFrame(frame, {list.rate, list.events[0].edits[0].record.dropFrame}), buffer);
+    return buffer;
+}
+
+int beginOf(const Event& event)
+{
+    return event.edits[0].record.in;
+}
+
+int endOf(const Event& event, Mw::FrameRate rate)
+{
+    return beginOf(event) + static_cast<int>(recordLength(event, event.edits.size(), rate));
+}
 
 std::string playList(const EditList& list, const EventRange& range)
 {

@@ -95,6 +95,45 @@ Text setFormat(Options& options, const Text& value)
     return value.empty() ? "a format is needed" : "";
 }
 
+Text addKeyChange(Options& options, const Text& value, KeyChange::Kind kind)
+{
+    return readKeyChange(value, kind, options.keys) ? "" : quoted(value) + " is no COMMAND=KEY, such as \"Mark in=F5\"";
+}
+
+Text addBind(Options& options, const Text& value)
+{
+    return addKeyChange(options, value, KeyChange::Bind);
+}
+
+Text addUnbind(Options& options, const Text& value)
+{
+    return addKeyChange(options, value, KeyChange::Unbind);
+}
+
+Text addResetKeys(Options& options, const Text&)
+{
+    options.keys.changes.push_back({KeyChange::ResetAll, {}, {}});
+    return {};
+}
+
+Text setListKeys(Options& options, const Text&)
+{
+    options.keys.list = true;
+    return {};
+}
+
+Text setExplainKey(Options& options, const Text& value)
+{
+    options.keys.explain = value;
+    return value.empty() ? "a key is needed" : "";
+}
+
+Text setKeys(Options& options, const Text& value)
+{
+    options.keys.file = value;
+    return value.empty() ? "a file is needed" : "";
+}
+
 Text setHelp(Options& options, const Text&)
 {
     options.help = true;
@@ -121,6 +160,12 @@ constexpr Option knownOptions[] = {
     {"--json", true, setJson},
     {"--project", true, setProject},
     {"--format", true, setFormat},
+    {"--keys", true, setKeys},
+    {"--bind", true, addBind},
+    {"--unbind", true, addUnbind},
+    {"--reset-keys", false, addResetKeys},
+    {"--list-keys", false, setListKeys},
+    {"--explain-key", true, setExplainKey},
     {"--help", false, setHelp},
     {"-h", false, setHelp},
 };
@@ -179,7 +224,7 @@ Text complete(Options& options)
     if (options.list.empty())
         options.list = options.defaultList;
     if (options.list.empty())
-        return "no edit list is named";
+        return options.keys.standAlone() && options.keys.file.empty() ? "" : "no edit list is named";
     if (options.count == FrameCount::DropFrame && Mw::droppedLabelsPerMinute({options.rate, true}) == 0)
         return "--drop-frame: there is no drop frame at " + toUTF8(Mw::getDisplayString(options.rate));
     return {};
@@ -227,6 +272,13 @@ const char* helpText()
            "  --project FILE      a settings file with the frame_rate and the output_format of the project\n"
            "  --format FORMAT     output format of the project, such as \"1080i 25fps\", which its rate must permit;\n"
            "                      that of the file, or the first permitted, unless given\n"
+           "  --keys FILE         plays the keys that the file names, one a line, over the list: their commands step,\n"
+           "                      mark, play and export\n"
+           "  --bind COMMAND=KEY  from now on the key runs the command, in all runs: --bind \"Mark in=Shift+F5\"\n"
+           "  --unbind COMMAND=KEY  it no longer does\n"
+           "  --reset-keys        all keys are as they were at first\n"
+           "  --list-keys         the commands with their keys; no edit list is needed for this and the three above\n"
+           "  --explain-key KEY   what a key does, and why; no edit list is needed\n"
            "  --default-list FILE the list to read if none is named\n"
            "  --help              this text\n"
            "\n"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "examples/editsession/EditListReader.h"
+#include "examples/editsession/KeyOptions.h"
 #include "examples/editsession/ListPlayer.h"
 #include "examples/editsession/Text.h"
 #include "misc/media/Film.h"
@@ -21,6 +22,7 @@ struct Options
     Text json;          // the file for the report; empty for none
     Text project;       // the settings file of the project; empty for none
     Text format;        // the project's output format; empty for that of the file, or the first permitted
+    KeyOptions keys;
     bool help = false;
 };
 

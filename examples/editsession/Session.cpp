@@ -5,6 +5,7 @@
 #include "examples/editsession/EventCookies.h"
 #include "examples/editsession/EventStore.h"
 #include "examples/editsession/InputFile.h"
+#include "examples/editsession/KeyPlayer.h"
 #include "examples/editsession/ProjectSettings.h"
 #include "examples/editsession/SessionReport.h"
 #include "misc/settings/config.h"
@@ -35,20 +36,24 @@ ExitStatus Session::run()
     }
     EditList list = readList(text);
     nameEvents(list);
-    if (!show(EditListPrinter(list, options_.gauge).print()) || !showProject() || !play(list) || !store(list) ||
-        !report(list))
+    if (!show(EditListPrinter(list, options_.gauge).print()) || !showProject() || !play(list) || !playKeyFile(list) ||
+        !store(list) || !report(list))
         return Failed;
     return refused_ == 0 ? AllRead : LinesRefused;
 }
 
 EditList Session::readList(const std::string& text)
 {
-    const auto refuse = [&](int line, const Text& reason)
+    return EditListReader(options_.rate, options_.count, refuserOf(options_.list)).read(text);
+}
+
+EditListReader::Refuse Session::refuserOf(const Text& file)
+{
+    return [this, file](int line, const Text& reason)
     {
         ++refused_;
-        std::fprintf(stderr, "%s:%d: %s\n", options_.list.c_str(), line, reason.c_str());
+        std::fprintf(stderr, "%s:%d: %s\n", file.c_str(), line, reason.c_str());
     };
-    return EditListReader(options_.rate, options_.count, refuse).read(text);
 }
 
 void Session::nameEvents(EditList& list)
@@ -70,6 +75,20 @@ bool Session::play(const EditList& list) const
     if (!seen.empty())
         return show("\n" + seen);
     complain(formatted("--play: the list has no events from %d to %d", options_.play.first, options_.play.last));
+    return false;
+}
+
+bool Session::playKeyFile(const EditList& list)
+{
+    if (options_.keys.file.empty())
+        return true;
+    std::string keys;
+    Text reason = list.events.empty() ? Text("the list has no events") : Text();
+    if (reason.empty())
+        reason = readInputFile(options_.keys.file, listLimitBytes(), keys);
+    if (reason.empty())
+        return show("\nkeys\n" + playKeys(list, keys, refuserOf(options_.keys.file)));
+    complain(Text("--keys: ") + printable(options_.keys.file) + ": " + reason);
     return false;
 }
 

@@ -23,9 +23,11 @@ public:
 
 private:
     EditList readList(const std::string& text);
+    EditListReader::Refuse refuserOf(const Text& file);
     static void nameEvents(EditList& list);
     bool showProject() const;
     bool play(const EditList& list) const;
+    bool playKeyFile(const EditList& list);
     bool store(const EditList& list) const;
     bool report(const EditList& list) const;
 

@@ -43,6 +43,10 @@ ExitStatus runProgram(int argc, char** argv)
     }
     if (options.help)
         return show(helpText()) ? AllRead : Failed;
+    if (!applyKeyOptions(options.keys))
+        return Failed;
+    if (options.list.empty())
+        return AllRead;
     const RunRecord record;
     const ExitStatus status = Session(options).run();
     if (status != Failed)

@@ -241,6 +241,28 @@ TEST(Program, showsWhatDisplaysSeeWhileItPlays)
               "editsession: --play: the list has no events from 6 to 4\n");
 }
 
+TEST(Program, playsKeysAsTheUserBoundThem)
+{
+    const TempFolder folder;
+    const std::string keys = folder.path() / "keys";
+    std::ofstream(keys) << "F5\nDown\n\nRight\ni\no\n[\nl\nno such key\nHold x tap y\n]\nSpace\ne\nx\n";
+    EXPECT_EQ(run("--bind 'Mark in=F5' --unbind 'Mark in=i' --bind 'Stop=hold x tap y'", "2>&1").output, "");
+    const Finished played = run("--keys " + keys + " coastline.edl", onlyOutput);
+    EXPECT_EQ(played.status, 1);
+    EXPECT_NE(played.output.find(expectedText("keys.expected")), std::string::npos) << played.output;
+    EXPECT_EQ(run("--keys " + keys + " coastline.edl", onlyErrors).output, keys + ":9: \"no such key\" is no key\n");
+
+    EXPECT_NE(run("--explain-key f5", onlyOutput).output.find("Mark in"), std::string::npos);
+    EXPECT_EQ(run("--bind 'Mark out=F5'", onlyErrors).output,
+              "editsession: --bind: F5 is bound to \"Mark in\" already\n");
+    for (const char* const wrong : {"--bind Mark=F5", "--bind 'Mark in=F55'", "--bind F5", "--unbind 'Mark in=i'",
+                                    "--explain-key nothing", "--keys /dev/null", "--keys . coastline.edl"})
+        EXPECT_EQ(run(wrong, "2>&1").status, 2) << wrong;
+    EXPECT_NE(run("--list-keys", onlyOutput).output.find("\nMark in              F5 "), std::string::npos);
+    EXPECT_NE(run("--reset-keys --list-keys", onlyOutput).output.find("\nMark in              'i' "),
+              std::string::npos);
+}
+
 TEST(Program, usesTheOptionsOfTheRunBeforeWhenAsked)
 {
     const std::string ferry = run("--rate=30M --gauge F16 --drop-frame night-ferry.edl", onlyOutput).output;
