@@ -1,0 +1,66 @@
+// Hash maps without nodes of their own, from key codes to names and from names to functions.
+
+#include "bench/harness/Keep.h"
+#include "bench/harness/Registry.h"
+#include "bench/keys_commands.h"
+
+#include <absl/container/flat_hash_map.h>
+
+namespace
+{
+
+using namespace bench::keys;
+
+struct Target
+{
+    void (*function)(void*) = nullptr;
+    void* userData = nullptr;
+};
+
+void doNothing(void*) {}
+
+struct Maps
+{
+    absl::flat_hash_map<int, std::string> names;
+    absl::flat_hash_map<std::string, Target> targets;
+
+    Maps()
+    {
+        for (const Command& command : commands())
+        {
+            names[command.key] = command.name;
+            targets[command.name] = {doNothing, nullptr};
+        }
+    }
+
+    bool tryKey(int code) const
+    {
+        const auto name = names.find(code);
+        if (name == names.end())
+            return false;
+        const auto target = targets.find(name->second);
+        if (target == targets.end())
+            return false;
+        target->second.function(target->second.userData);
+        return true;
+    }
+};
+
+void addPress(bench::Registry& registry, const char* caseName, const std::vector<int>& codes)
+{
+    registry.peer(caseName, "absl::flat_hash_map twice",
+                  [presses = Presses(codes)]() mutable
+                  {
+                      static const Maps maps;
+                      bench::keepNumber(maps.tryKey(presses.next()));
+                  });
+}
+
+const bench::Registration registration(
+    [](bench::Registry& registry)
+    {
+        addPress(registry, boundCase, boundKeys());
+        addPress(registry, freeCase, freeKeys());
+    });
+
+} // namespace
