@@ -167,6 +167,8 @@ void ObjectOutline::readBody(StreamFile& file, const Layer& layer, std::uint64_t
     const bool isRead = readText(file, end, id_) && readText(file, end, kind_) && file.position() == end;
     if (!isRead || IdStamp(id_.c_str()).asString() != id_)
         fail("its id is damaged");
+    else if (kind_ != "Taggable" && !std::string_view(kind_).starts_with("Taggable."))
+        fail("its kind is damaged");
 }
 
 // Names are short or full, in the layers as in the hierarchy.

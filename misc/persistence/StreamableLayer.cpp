@@ -163,7 +163,8 @@ StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& o
         return eStreamUnexpectedEOF;
     }
     object.unpackedHierarchyChunkSize_ = header.hierarchySize;
-    const bool fits = layerEnd <= hierarchyEnd && hierarchyEnd <= aroundEnd;
+    // All layers of an object end together.
+    const bool fits = layerEnd <= hierarchyEnd && (isFirst ? hierarchyEnd <= aroundEnd : hierarchyEnd == aroundEnd);
     const std::uint64_t objectEnd = std::min(hierarchyEnd, aroundEnd);
     if (header.layerSize == 0 && fits)
     {
@@ -180,14 +181,14 @@ StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& o
     }
     if (!fits)
     {
-        stream.append("Chunk sizes exceed the record around them while unpacking ");
+        stream.append("Chunk sizes do not fit the record around them while unpacking ");
         appendWhereabouts(stream, object, layer.names.fullName);
         file.setPosition(objectEnd);
         return eStreamFailed;
     }
+    object.followingChunkSize_ = header.hierarchySize - header.layerSize;
     if (unpacks)
     {
-        object.followingChunkSize_ = header.hierarchySize - header.layerSize;
         object.setRevs(header.majorRev, header.minorRev);
         const UnpackingScope scope(stream, layerEnd);
         if (scope.depth() <= maxDepth)

@@ -2,14 +2,6 @@
 
 #include "misc/persistence/TagMarkerTable.h"
 
-namespace
-{
-
-// As in Taggable.
-constexpr unsigned char stampVersion = 2;
-
-} // namespace
-
 const StreamClassRegistrar TagBase::STRM_L_TagBase_registrar_ = StreamClassRegistrar::of<TagBase>();
 
 IdStamp TagBase::gid() const
@@ -94,8 +86,13 @@ void TagBase::pack(PStream& stream) const
 
 void TagBase::unpack(PStream& stream)
 {
-    IdStamp id(0, 0, 0);
-    id.unpack(stream, stampVersion);
+    const LightweightString<char> text(stream.file()->readText());
+    const IdStamp id(text.c_str());
+    if (id.asString() != text)
+    {
+        stream.append("TagBase object with a damaged id.");
+        return;
+    }
     TagMarkerTable* const table = TagMarkerTable::beingRead();
     marker_ = !id.valid()        ? nullptr
               : table != nullptr ? table->markerForHandle(id)

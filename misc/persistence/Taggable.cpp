@@ -1,5 +1,18 @@
 #include "misc/persistence/Taggable.h"
 
+namespace
+{
+
+void checkKind(PStream& stream, const TagTypeId& kind)
+{
+    constexpr std::string_view prefix = "Taggable";
+    const std::string_view text = kind.id();
+    if (!text.starts_with(prefix) || (text.size() != prefix.size() && text[prefix.size()] != '.'))
+        stream.append("Taggable object of a kind that is none.");
+}
+
+} // namespace
+
 Taggable& Taggable::operator=(const Taggable& other)
 {
     StreamableLayer::operator=(other);
@@ -10,7 +23,9 @@ Taggable& Taggable::operator=(const Taggable& other)
 void Taggable::pack(PStream& stream) const
 {
     id_.pack(stream);
-    stream.writeBinary(tagTypeId().id());
+    const TagTypeId ttid = tagTypeId();
+    checkKind(stream, ttid);
+    stream.writeBinary(ttid.id());
 }
 
 void Taggable::unpack(PStream& stream)
@@ -31,6 +46,7 @@ void Taggable::unpack(PStream& stream)
     ttid_ = TagTypeId(className());
     if (const std::string_view ttid = stream.file()->readText(); ttid != ttid_.id().text())
         ttid_ = TagTypeId(LightweightString<char>(ttid));
+    checkKind(stream, ttid_);
 }
 
 bool Taggable::isSameInstance(const Taggable& other) const

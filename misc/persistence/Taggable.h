@@ -9,8 +9,8 @@
 // persistent class, and is registered (StreamObjectManager.h).
 //
 // An object in a table has its marker's id, and its kind is the name of its class unless it is given another. A
-// copy has no id yet. The table tells the object what becomes of it while the lock of all tables is held; what
-// is told does nothing here.
+// copy has no id yet. The table tells the object what becomes of it while the lock of all tables is held, and so
+// run `pack`, `unpack` and often the destructor; what is told does nothing here.
 class MISC_API Taggable : public StreamableLayer<Taggable, Streamable>
 {
 public:
@@ -22,7 +22,7 @@ public:
     // The id of the marker that stored the object or was made for it last; not valid before.
     const IdStamp& id() const noexcept { return id_; }
 
-    // Dotted text that begins with "Taggable.".
+    // Dotted text that begins with "Taggable."; an object of another kind can't be packed.
     TagTypeId tagTypeId() const { return ttid_.empty() ? TagTypeId(className()) : ttid_; }
     void tagTypeId(const TagTypeId& ttid) { ttid_ = ttid; }
 

@@ -80,6 +80,11 @@ TEST_F(StreamObjects, classIsFoundByTheStoredName)
     EXPECT_EQ(adopted.useCount(), 1);
     EXPECT_EQ(theSOManager().lookup("C.T"), theSOManager().lookup("Clip.Title"));
     EXPECT_EQ(theSOManager().lookup("Title"), nullptr);
+    put(records(2, {{"", std::string("C.T\0", 4)}, {"C", "clip"}}) + titleObject(2));
+    stream_.version(2);
+    EXPECT_FALSE(theSOManager().readObject(stream_));
+    EXPECT_TRUE(theSOManager().readObject(stream_)); // behind a first layer without a name
+    said();
     put("no object");
     EXPECT_FALSE(theSOManager().readObject(stream_));
     EXPECT_EQ(said(), "StreamObjectManager::readObject(): Failed to read header!\n");

@@ -88,7 +88,7 @@ TEST_F(StoredObjects, everyRecordHasItsStatusAndText)
         {"another layer", 2, wrong, eStreamWrongLayer, "Expected short name 'C' for layer Clip, got X.", wrong.size()},
         {"no name", 2, records(2, {{"", "abc"}}), eStreamUnpacked, "", 14},
         {"layer beyond hierarchy", 2, std::string("C\0\1\0\6\0\0\0\5\0\0\0", 12) + "abcdef", eStreamFailed,
-         "Chunk sizes exceed the record around them while unpacking Clip, layer Clip.", 17},
+         "Chunk sizes do not fit the record around them while unpacking Clip, layer Clip.", 17},
         {"more than is read", 2, records(2, {{"C", std::string("\7\0\0\0x\0newer", 11)}}) + clip, eStreamUnpacked, "",
          23},
         {"less than is read", 2, records(2, {{"C", std::string("\7\0\0\0xy", 6), 3, 4}}) + "z" + '\0', eStreamFailed,
@@ -180,6 +180,15 @@ TEST_F(StoredObjects, errorOnTheStreamIsForgottenByUnpacking)
     put(object(2, "C", {clipLayer(1, ""), {"T", "abc"}}));
     stream_ >> other;
     EXPECT_EQ(stream_.c_str(), std::string("Stored layers are left over after unpacking Clip."));
+    // A last layer whose two sizes are both less by the same is none of a newer program.
+    std::string shorter = titleObject(2);
+    const std::size_t sizes = shorter.size() - 4 - 8;
+    shorter[sizes] = shorter[sizes + 4] = 3;
+    stream_.clear();
+    put(shorter);
+    stream_ >> read;
+    EXPECT_EQ(stream_.c_str(),
+              std::string("Chunk sizes do not fit the record around them while unpacking Clip.Title, layer Title."));
 }
 
 TEST_F(StoredObjects, chunkIsReadAsBinaryWithinTheFile)
