@@ -77,6 +77,11 @@ TEST_F(SwapCheck, readsOnBehindDamageAndSalvagesTheRest)
     EXPECT_EQ(run(clip, "--salvage out"), 2);
     EXPECT_NE(output_.find("swapcheck: out: the file exists\n"), std::string::npos);
     EXPECT_EQ(bytesOf("out"), shot + clip);
+    // OUT is written by way of OUT.TMP.
+    std::remove(file("out").c_str());
+    std::ofstream(file("out.TMP")) << shot;
+    EXPECT_EQ(run("", "--salvage out out.TMP 2>&1 #"), 2);
+    EXPECT_EQ(bytesOf("out.TMP") + bytesOf("out"), shot);
 }
 
 TEST_F(SwapCheck, tellsWhatCannotBeRead)

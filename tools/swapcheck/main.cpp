@@ -2,6 +2,8 @@
 // writes those into a new file.
 
 #include "Mw/Exception.h"
+#include "OS/FileMgr.h"
+#include "OS/OS.h"
 #include "libmw/Text.h"
 #include "misc/diagnostics/Log.h"
 #include "misc/persistence/ObjectOutline.h"
@@ -161,6 +163,10 @@ bool copy(StreamFile& from, const Span& span, StreamFile& to)
 
 bool salvage(StreamFile& from, const std::vector<Span>& objects, const char* path)
 {
+    // A writer takes the file beside its own for one that was left there, and removes it.
+    iFileMgr& files = OS().fileMgr();
+    if (files.resolve(files.resolve(fromUTF8(path)) + L".TMP") == files.resolve(from.path()))
+        return fail(path, "is written by way of FILE");
     StreamFile out;
     if (!out.open(fromUTF8(path), iFile::eCreateNew))
         return fail(path, out.lastError());
