@@ -29,7 +29,8 @@ void readMany(PStream& stream, std::vector<Value>& values, Read read)
     {
         if (stream.file()->eof())
             stream.unexpectEOF();
-        read(values.emplace_back());
+        else
+            read(values.emplace_back());
     }
 }
 
