@@ -61,6 +61,10 @@ public:
     // what the system could not write may be gone.
     bool flush();
 
+    // Whether the file under the path is one that this stream has read or put there, as it may be after a flush
+    // that failed.
+    bool isInPlace() const noexcept { return static_cast<bool>(source_); }
+
     // Why the last open, flush or read failed; empty if none did.
     const LightweightString<char>& lastError() const noexcept { return error_; }
 

@@ -14,7 +14,7 @@
 class SwapRewrite
 {
 public:
-    SwapRewrite(TagMarkerTable& table, StreamFile& out) : table_(table), out_(out), stream_(&out) {}
+    SwapRewrite(TagMarkerTable& table, StreamFile& out) : table_(table), busy_(table), out_(out), stream_(&out) {}
 
     // A stored object that is not in memory, or other bytes of the old file. False, with the reason in
     // `error`, if they can't be carried over.
@@ -44,6 +44,7 @@ private:
     void note(const TagMarker& marker, std::uint64_t position, std::uint64_t length);
 
     TagMarkerTable& table_;
+    const TagMarkerTable::Busy busy_;
     StreamFile& out_;
     PStream stream_;
     TagMarkerTable::Span pending_; // bytes of the old file that follow each other, to be copied together
@@ -57,7 +58,7 @@ private:
 class SwapComparison
 {
 public:
-    explicit SwapComparison(TagMarkerTable& table) : table_(table), stream_(&packed_) {}
+    explicit SwapComparison(TagMarkerTable& table) : table_(table), busy_(table), stream_(&packed_) {}
 
     // False at the first difference.
     bool carry(const TagMarkerTable::Span& from);
@@ -72,6 +73,7 @@ private:
     bool packsTo(const TagMarker& marker, std::uint64_t position, std::uint64_t& length);
 
     TagMarkerTable& table_;
+    const TagMarkerTable::Busy busy_;
     StreamFile packed_;
     PStream stream_;
     std::uint64_t end_ = 0; // of the pieces so far

@@ -28,10 +28,9 @@ IdStamp freeStamp(const TagMarkerTable& table)
 
 } // namespace
 
-TagMarker::TagMarker(TagMarkerTable& table, const IdStamp& id) : IdentifiedBase(id), table_(&table) {}
+TagMarker::TagMarker(TagMarkerTable&, const IdStamp& id) : IdentifiedBase(id) {}
 
-TagMarker::TagMarker(TagMarkerTable& table, const Mw::Ptr<Taggable>& object)
-    : IdentifiedBase(freeStamp(table)), table_(&table)
+TagMarker::TagMarker(TagMarkerTable& table, const Mw::Ptr<Taggable>& object) : IdentifiedBase(freeStamp(table))
 {
     instance(object);
 }
@@ -46,6 +45,30 @@ void TagMarker::lock() const
 void TagMarker::unlock() const
 {
     TagMarkerTable::getTablesLock().leave();
+}
+
+TagMarkerTable* TagMarker::table() const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return table_;
+}
+
+TagTypeId TagMarker::tagTypeId() const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return ttid_;
+}
+
+std::uint32_t TagMarker::storedPosition() const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return position_;
+}
+
+std::uint32_t TagMarker::storedLength() const
+{
+    const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
+    return length_;
 }
 
 bool TagMarker::isDisplaced() const
@@ -102,20 +125,39 @@ Mw::Ptr<Taggable> TagMarker::read()
     if (file == nullptr)
         return {};
     // An object may ask for others while it is read, and for one that is being read already.
+    struct Restore
+    {
+        ~Restore()
+        {
+            marker->isRead_ = false;
+            file->setPosition(before);
+        }
+        const Mw::Ptr<TagMarker> marker;
+        StreamFile* const file;
+        const std::uint64_t before;
+    };
+    const TagMarkerTable::Reading reading(*table_);
+    const Restore restore{Mw::Ptr<TagMarker>(this), file, file->position()};
     isRead_ = true;
-    const TagMarkerTable::Reading reading(table_);
-    const std::uint64_t before = file->position();
-    file->setPosition(position_);
-    file->cacheForward(std::uint64_t{position_} + std::max(length_, leastReadBytes));
-    PStream stream(file);
-    Mw::Ptr<Taggable> object = Mw::dynamicCast<Taggable>(theSOManager().readObject(stream));
-    const bool whole = !stream.failed() && file->position() == std::uint64_t{position_} + length_;
-    file->setPosition(before);
-    isRead_ = false;
+    Mw::Ptr<Taggable> object;
+    Text reason;
+    const bool whole = runCatching(reason, [&] { return readFrom(*file, object); });
+    if (!reason.empty())
+        reportSwap(reason + "\n");
     if (!object || !whole || (object->id().valid() && object->id() != id()))
         return {};
     object->id_ = id();
     return object;
+}
+
+bool TagMarker::readFrom(StreamFile& file, Mw::Ptr<Taggable>& object) const
+{
+    const std::uint64_t end = std::uint64_t{position_} + length_;
+    file.setPosition(position_);
+    file.cacheForward(std::max(end, std::uint64_t{position_} + leastReadBytes));
+    PStream stream(&file);
+    object = Mw::dynamicCast<Taggable>(theSOManager().readObject(stream));
+    return !stream.failed() && file.position() == end;
 }
 
 bool TagMarker::pack(PStream& stream) const
@@ -123,14 +165,17 @@ bool TagMarker::pack(PStream& stream) const
     // Written only if need be: others may look at it.
     if (object_->id_ != id())
         object_->id_ = id();
-    stream << *object_;
-    return !stream.failed();
+    Text reason;
+    const auto packAll = [&] { return stream << *object_, !stream.failed(); };
+    const bool packed = runCatching(reason, packAll);
+    stream.append(reason);
+    return packed;
 }
 
 bool TagMarker::modified() const
 {
     const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
-    return object_ && (length_ == 0 || table_ == nullptr || !SwapComparison(*table_).isStored(*this));
+    return object_ && (length_ == 0 || table_ == nullptr || !table_->isStored(*this));
 }
 
 bool TagMarker::flush()
@@ -146,15 +191,18 @@ bool TagMarker::displace()
         return true;
     if (!flush())
         return false;
-    leaveMemory();
+    tellDisplaced();
+    // The object may have changed, or gone.
+    if (!flush())
+        return false;
+    drop();
     return true;
 }
 
-void TagMarker::leaveMemory()
+void TagMarker::tellDisplaced() const
 {
-    const Mw::Ptr<Taggable> object = object_;
-    object->displaceNotify();
-    object_.reset();
+    if (const Mw::Ptr<Taggable> object = object_)
+        object->displaceNotify();
 }
 
 bool TagMarker::purge()
@@ -162,7 +210,10 @@ bool TagMarker::purge()
     const CriticalSection::Lock locked(TagMarkerTable::getTablesLock());
     if (!object_ || object_.useCount() != 1 || modified())
         return false;
-    leaveMemory();
+    tellDisplaced();
+    if (modified())
+        return false;
+    drop();
     return true;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 class PStream;
+class StreamFile;
 class TagMarkerTable;
 
 // A table's record of one object: its id, where it lies in the table's file, and the object itself while it is
@@ -20,23 +21,26 @@ class TagMarkerTable;
 class MISC_API TagMarker : public iObject, public IdentifiedBase
 {
 public:
-    // A marker without an object.
+    // A marker without an object, for the table to intern.
     TagMarker(TagMarkerTable& table, const IdStamp& id);
-    // A marker for a new object. It draws stamps until it has one that the table doesn't know.
+    // A marker for a new object, for the table to intern. It draws stamps until it has one that the table doesn't
+    // know.
     TagMarker(TagMarkerTable& table, const Mw::Ptr<Taggable>& object);
     // The marker of an object that no table has, such as one that a stored handle names and the file lacks.
     explicit TagMarker(const IdStamp& id) noexcept : IdentifiedBase(id) {}
     ~TagMarker() override;
 
-    TagMarkerTable* table() const noexcept { return table_; }
+    // For good: the tables find markers by it.
+    const IdStamp& id() const noexcept { return IdentifiedBase::id(); }
+    TagMarkerTable* table() const;
     // The kind of the object as it was last seen.
-    const TagTypeId& tagTypeId() const noexcept { return ttid_; }
+    TagTypeId tagTypeId() const;
 
     // Where the object lies in the table's file and how long it is there, in bytes. Length 0: it isn't there.
-    std::uint32_t storedPosition() const noexcept { return position_; }
-    std::uint32_t storedLength() const noexcept { return length_; }
+    std::uint32_t storedPosition() const;
+    std::uint32_t storedLength() const;
     // Whether the object is stored: what is not doesn't outlast the table.
-    bool isPersistant() const noexcept { return length_ != 0; }
+    bool isPersistant() const { return storedLength() != 0; }
     // Whether the object is stored and not in memory.
     bool isDisplaced() const;
 
@@ -81,10 +85,11 @@ private:
     bool pack(PStream& stream) const;
     // Reads the stored object.
     Mw::Ptr<Taggable> read();
+    bool readFrom(StreamFile& file, Mw::Ptr<Taggable>& object) const;
     // Takes the kind of the object in memory.
     void keepType();
-    // Tells the object in memory that it is displaced, and lets go of it.
-    void leaveMemory();
+    // Tells the object in memory that it is displaced.
+    void tellDisplaced() const;
     // Leaves the table, without its entries, and the object.
     void detach();
 

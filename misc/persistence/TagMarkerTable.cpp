@@ -1,7 +1,6 @@
 #include "misc/persistence/TagMarkerTable.h"
 
 #include "Mw/Assert.h"
-#include "Mw/Exception.h"
 #include "OS/FileMgr.h"
 #include "OS/OS.h"
 #include "libmw/Text.h"
@@ -12,7 +11,6 @@
 #include "misc/settings/Directories.h"
 
 #include <algorithm>
-#include <exception>
 #include <limits>
 #include <utility>
 
@@ -77,7 +75,8 @@ private:
     TagMarkerTable& table_;
 };
 
-TagMarkerTable::Reading::Reading(TagMarkerTable* table) noexcept : before_(std::exchange(tableBeingRead, table))
+TagMarkerTable::Reading::Reading(TagMarkerTable& table) noexcept
+    : busy_(table), before_(std::exchange(tableBeingRead, &table))
 {
     ++readingDepth;
 }
@@ -105,16 +104,32 @@ TagMarkerTable::TagMarkerTable(const Path& directory, const Cookie& cookie, cons
 
 TagMarkerTable::~TagMarkerTable()
 {
-    init();
+    clear();
 }
 
 void TagMarkerTable::init()
 {
     const CriticalSection::Lock locked(*lock_);
+    if (!refuses("init"))
+        clear();
+}
+
+bool TagMarkerTable::refuses(const char* function) const
+{
+    if (busy_ != 0)
+        reportSwap("TagMarkerTable::" + Text(function) + " asked for by an object that is read or packed\n");
+    return busy_ != 0;
+}
+
+void TagMarkerTable::clear()
+{
+    const CriticalSection::Lock locked(*lock_);
     file_ = nullptr;
     completed_.reset();
-    closed_ = createNew_ = keepsUnread_ = false;
+    closed_ = createNew_ = keepsUnread_ = opening_ = false;
+    storedName_.clear();
     storedBytes_ = 0;
+    awaited_.clear();
     uncovered_.clear();
     unread_ = {};
     destroyed_.clear();
@@ -133,6 +148,18 @@ Path TagMarkerTable::fileName() const
 {
     const CriticalSection::Lock locked(*lock_);
     return Mw::joinPath(directory_, cookie_.asWString() + extension_);
+}
+
+Path TagMarkerTable::extension() const
+{
+    const CriticalSection::Lock locked(*lock_);
+    return extension_;
+}
+
+Cookie TagMarkerTable::pId() const
+{
+    const CriticalSection::Lock locked(*lock_);
+    return cookie_;
 }
 
 void TagMarkerTable::extension(const Path& extension)
@@ -190,7 +217,7 @@ void TagMarkerTable::remove(const Mw::Ptr<TagMarker>& marker)
     if (const auto entry = idMap_.find(marker->id()); entry != idMap_.end() && entry->second == marker)
         idMap_.erase(entry);
     if (marker->length_ != 0)
-        destroyed_.push_back(marker->id());
+        destroyed_.emplace_back(marker->position_, marker->id());
     const Mw::Ptr<TagMarker> kept = std::move(markers_[marker->slot_]);
     kept->slot_ = TagMarker::noSlot;
     ++gaps_;
@@ -284,38 +311,28 @@ void TagMarkerTable::openSwap(Mw::Ptr<TagMarkerTable>& result, const Path& direc
     const Mw::Ptr<TagMarkerTable> table(
         new TagMarkerTable(directory, cookie, isEdit ? getEditFilenameExt() : extension));
     result = table;
-    failed = false;
-    const char* reason = nullptr;
-    try
-    {
-        failed = !table->openFile(behaviour);
-        if (!failed && table->completed_)
-            failed = !table->internAll();
-        return;
-    }
-    catch (const Mw::Exception::Base& e)
-    {
-        reason = e.message_;
-    }
-    catch (const std::exception& e)
-    {
-        reason = e.what();
-    }
     failed = true;
-    table->init();
+    Text reason;
+    const auto read = [&] { return table->openFile(behaviour) && (!table->completed_ || table->internAll()); };
+    failed = !runCatching(reason, read);
+    if (reason.empty())
+        return;
+    table->clear();
+    table->createNew_ = true;
     reportSwap("TagMarkerTable::openSwap failed to open file:" + toUTF8(table->fileName()) + "\n");
-    reportSwap(Text(reason) + "\n");
+    reportSwap(reason + "\n");
 }
 
 bool TagMarkerTable::openFile(iFile::eOpenBehaviour behaviour)
 {
     const Path name = fileName();
-    if (behaviour != iFile::eOpenExisting && (behaviour != iFile::eOpenAlways || !OS().fileMgr().exists(name)))
-    {
-        // Made by the first flush.
-        createNew_ = behaviour == iFile::eCreateNew;
+    // The first flush makes the file. It replaces none that was not read.
+    createNew_ = behaviour != iFile::eCreateAlways;
+    if (behaviour != iFile::eOpenExisting && behaviour != iFile::eOpenAlways)
         return true;
-    }
+    if (behaviour == iFile::eOpenAlways)
+        if (const auto there = OS().fileMgr().status(name); there && !there->exists)
+            return true;
     completed_ = std::make_unique<StreamFile>();
     if (completed_->open(name, iFile::eOpenExisting))
     {
@@ -331,7 +348,7 @@ template <class Take>
 bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector<Span>& uncovered, Span& unread,
                              Take take)
 {
-    const Reading reading(this);
+    const Reading reading(*this);
     const std::uint64_t size = file.size();
     PStream stream(&file);
     bool whole = true;
@@ -372,6 +389,7 @@ bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector
 
 bool TagMarkerTable::internAll()
 {
+    storedName_ = completed_->path();
     storedBytes_ = completed_->size();
     opening_ = true;
     const bool whole = readAll(*completed_, "openSwap", uncovered_, unread_,
@@ -383,6 +401,7 @@ bool TagMarkerTable::internAll()
     opening_ = false;
     awaited_.clear();
     keepsUnread_ = !whole;
+    createNew_ = false;
     return whole;
 }
 
@@ -414,14 +433,14 @@ bool TagMarkerTable::reOpen()
 {
     const CriticalSection::Lock locked(*lock_);
     MW_ASSERT_AT(file_ == NULL, location);
-    if (!findPlaces())
+    if (refuses("reOpen") || !findPlaces(storedName_.empty() ? fileName() : storedName_))
         return false;
     file_ = completed_.get();
     closed_ = false;
     return true;
 }
 
-bool TagMarkerTable::findPlaces()
+bool TagMarkerTable::findPlaces(const Path& name)
 {
     struct Found
     {
@@ -429,32 +448,58 @@ bool TagMarkerTable::findPlaces()
         Span place;
     };
     std::multimap<IdStamp, TagMarker*> expected;
+    std::map<std::uint64_t, TagMarker*> byPlace;
     for (const Mw::Ptr<TagMarker>& marker : markers_)
         if (marker)
+        {
             expected.emplace(marker->id(), marker.get());
-    std::vector<IdStamp> destroyed = destroyed_;
-    std::sort(destroyed.begin(), destroyed.end());
+            if (marker->length_ != 0)
+                byPlace.emplace_hint(byPlace.end(), marker->position_, marker.get());
+        }
+    std::sort(destroyed_.begin(), destroyed_.end());
+    // Ids may be there twice or not yet be stored, but mostly this is the file that it was.
+    const auto find = [&](const IdStamp& id, const Span& place)
+    {
+        if (const auto marker = byPlace.find(place.position);
+            marker != byPlace.end() && (marker->second->id() == id || !id.valid()))
+        {
+            const auto [first, last] = expected.equal_range(marker->second->id());
+            return std::find_if(first, last, [&](const auto& entry) { return entry.second == marker->second; });
+        }
+        return expected.find(id);
+    };
+    const auto isDestroyed = [&](const IdStamp& id, const Span& place)
+    {
+        const Destroyed key = {static_cast<std::uint32_t>(place.position), IdStamp(0, 0, 0)};
+        const auto one = std::lower_bound(destroyed_.begin(), destroyed_.end(), key);
+        return one != destroyed_.end() && one->first == place.position && (one->second == id || !id.valid());
+    };
     std::vector<Found> found;
     std::vector<Span> uncovered;
     Span unread;
     auto file = std::make_unique<StreamFile>();
-    if (!file->open(fileName(), iFile::eOpenExisting))
+    if (!file->open(name, iFile::eOpenExisting))
         return false;
-    readAll(*file, "reOpen()", uncovered, unread,
-            [&](const Mw::Ptr<Taggable>& object, const Span& place)
-            {
-                const auto marker = expected.find(object->id());
-                if (marker == expected.end())
-                {
-                    const bool isDestroyed = std::binary_search(destroyed.begin(), destroyed.end(), object->id());
-                    if (!isDestroyed)
-                        tellInvalid("reOpen()", object->tagTypeId().id(), __LINE__);
-                    return isDestroyed;
-                }
-                found.push_back({marker->second, place});
-                expected.erase(marker);
-                return true;
-            });
+    const auto take = [&](const Mw::Ptr<Taggable>& object, const Span& place)
+    {
+        if (isDestroyed(object->id(), place))
+            return true;
+        const auto marker = find(object->id(), place);
+        if (marker == expected.end())
+        {
+            tellInvalid("reOpen()", object->tagTypeId().id(), __LINE__);
+            return false;
+        }
+        found.push_back({marker->second, place});
+        expected.erase(marker);
+        return true;
+    };
+    Text reason;
+    if (!runCatching(reason, [&] { return readAll(*file, "reOpen()", uncovered, unread, take), true; }))
+    {
+        reportSwap("TagMarkerTable::reOpen(), " + reason + "\n");
+        return false;
+    }
     const auto isLost = [](const auto& entry) { return entry.second->length_ != 0 && !entry.second->object_; };
     if (const auto lost = std::find_if(expected.begin(), expected.end(), isLost); lost != expected.end())
     {
@@ -469,23 +514,26 @@ bool TagMarkerTable::findPlaces()
         one.marker->length_ = static_cast<std::uint32_t>(one.place.length);
     }
     uncovered_ = std::move(uncovered);
+    // An end that was there before has been kept already, or will be.
+    keepsUnread_ = keepsUnread_ || unread.length > unread_.length;
     unread_ = unread;
-    keepsUnread_ = keepsUnread_ || unread.length != 0;
+    storedName_ = name;
     storedBytes_ = file->size();
+    createNew_ = false;
     completed_ = std::move(file);
     return true;
 }
 
 StreamFile* TagMarkerTable::openCompleted()
 {
-    const bool mayMove = walks_ == 0 && readingDepth == 0;
+    const bool mayMove = busy_ == 0 && readingDepth == 0;
     if (completed_ && !completed_->lastError().empty() && mayMove)
     {
         file_ = nullptr;
         completed_.reset();
     }
     if (!completed_ && storedBytes_ != 0 && mayMove)
-        findPlaces();
+        findPlaces(storedName_);
     return completed_.get();
 }
 
@@ -498,7 +546,7 @@ StreamFile* TagMarkerTable::fileToRead()
 }
 
 template <class Sink>
-bool TagMarkerTable::forEachStored(Sink& sink)
+bool TagMarkerTable::forEachStored(Sink&& sink)
 {
     const Walk walk(*this);
     auto bytes = uncovered_.cbegin();
@@ -524,22 +572,37 @@ bool TagMarkerTable::forEachStored(Sink& sink)
 bool TagMarkerTable::modified()
 {
     const CriticalSection::Lock locked(*lock_);
-    SwapComparison comparison(*this);
-    const bool differs = !forEachStored(comparison);
+    const Path name = fileName();
+    if (!storedName_.empty() && storedName_ != name)
+        return true;
+    if (storedName_.empty())
+        if (const auto there = OS().fileMgr().status(name); !there || there->exists)
+            return true;
+    openCompleted();
+    const auto compare = [&] { return forEachStored(SwapComparison(*this)); };
+    const bool differs = !compare();
     closeIfClosed();
     return differs;
 }
 
+bool TagMarkerTable::isStored(const TagMarker& marker)
+{
+    openCompleted();
+    const bool same = SwapComparison(*this).isStored(marker);
+    closeIfClosed();
+    return same;
+}
+
 void TagMarkerTable::closeIfClosed()
 {
-    if (closed_)
+    if (closed_ && busy_ == 0 && walks_ == 0)
         completed_.reset();
 }
 
 bool TagMarkerTable::flush(const Path& given)
 {
     const CriticalSection::Lock locked(*lock_);
-    if (readOnly_)
+    if (readOnly_ || refuses("flush"))
         return false;
     iFileMgr& files = OS().fileMgr();
     const Path own = fileName();
@@ -553,9 +616,16 @@ bool TagMarkerTable::flush(const Path& given)
 
 TagMarkerTable::Rewritten TagMarkerTable::rewrite(const Path& name, bool own)
 {
-    if (own && keepsUnread_ && !keepUnread(name))
+    if (refuses("flush") || (own && keepsUnread_ && !keepUnread()))
         return eNotWritten;
     openCompleted();
+    const Rewritten result = replace(name, own);
+    closeIfClosed();
+    return result;
+}
+
+TagMarkerTable::Rewritten TagMarkerTable::replace(const Path& name, bool own)
+{
     auto out = std::make_unique<StreamFile>();
     if (!out->open(name, own && createNew_ ? iFile::eCreateNew : iFile::eCreateAlways))
         return eNotOpened;
@@ -565,40 +635,43 @@ TagMarkerTable::Rewritten TagMarkerTable::rewrite(const Path& name, bool own)
     if (!forEachStored(pieces))
     {
         reportSwap("TagMarkerTable::flush, " + toUTF8(name) + " is left as it was: " + pieces.error() + "\n");
-        closeIfClosed();
         return eNotWritten;
     }
     const bool written = out->flush();
+    if (own && out->isInPlace())
+        createNew_ = false; // what is there is this table's, on the disk or not yet
     if (written && own)
     {
         pieces.commit();
         file_ = nullptr;
         completed_ = std::move(out);
-        keepsUnread_ = createNew_ = false;
+        storedName_ = name;
         destroyed_.clear();
     }
-    closeIfClosed();
     return written ? eRewritten : eNotWritten;
 }
 
-bool TagMarkerTable::keepUnread(const Path& name)
+bool TagMarkerTable::keepUnread()
 {
     iFileMgr& files = OS().fileMgr();
     for (long n = 1;; ++n)
-        if (const Path kept = name + L".unread-" + Mw::WStringFromInteger(n); !files.exists(kept))
-        {
-            if (files.copy(name, kept))
-                return true;
-            reportSwap("TagMarkerTable::flush, " + toUTF8(name) + " can't be kept as " + toUTF8(kept) + ": " +
+    {
+        const Path kept = storedName_ + L".unread-" + Mw::WStringFromInteger(n);
+        const auto there = files.status(kept);
+        if (there && there->exists)
+            continue;
+        keepsUnread_ = !there || !files.copy(storedName_, kept);
+        if (keepsUnread_)
+            reportSwap("TagMarkerTable::flush, " + toUTF8(storedName_) + " can't be kept as " + toUTF8(kept) + ": " +
                        files.lastError() + "\n");
-            return false;
-        }
+        return !keepsUnread_;
+    }
 }
 
 bool TagMarkerTable::store(Rewritten& result)
 {
     result = eRewritten;
-    const bool mustWrite = modified() || (storedBytes_ == 0 && !completed_);
+    const bool mustWrite = modified() || storedName_.empty();
     if (mustWrite)
         result = readOnly_ ? eNotWritten : rewrite(fileName(), true);
     return result == eRewritten;
@@ -608,22 +681,36 @@ bool TagMarkerTable::displaceAll()
 {
     const CriticalSection::Lock locked(*lock_);
     Rewritten result;
-    return displaceAll(result);
+    const bool all = displaceAll(result);
+    closeIfClosed();
+    return all;
 }
 
 bool TagMarkerTable::displaceAll(Rewritten& result)
 {
-    const bool isStored = store(result);
+    bool isStored = store(result);
     const Walk walk(*this);
+    const auto mayLeave = [&](const TagMarker& marker) { return isStored || !marker.modified(); };
+    std::vector<Mw::Ptr<TagMarker>> told;
     bool all = true;
     for (std::size_t slot = 0; slot < markers_.size(); ++slot)
         if (const Mw::Ptr<TagMarker> marker = markers_[slot]; marker && marker->object_)
         {
-            const bool leaves = isStored || !marker->modified();
-            if (leaves)
-                marker->leaveMemory();
+            const bool leaves = mayLeave(*marker);
             all = all && leaves;
+            if (!leaves)
+                continue;
+            told.push_back(marker);
+            marker->tellDisplaced();
         }
+    // Objects that are told may change others, and bring new ones.
+    if (isStored)
+        isStored = store(result);
+    for (const Mw::Ptr<TagMarker>& marker : told)
+        if (mayLeave(*marker))
+            marker->drop();
+        else
+            all = false;
     return all;
 }
 
@@ -631,8 +718,12 @@ unsigned TagMarkerTable::purge()
 {
     const CriticalSection::Lock locked(*lock_);
     unsigned purged = 0;
-    for (const Mw::Ptr<TagMarker>& marker : markers())
-        purged += marker->purge();
+    {
+        const Walk walk(*this); // a closed table's file is opened once
+        for (const Mw::Ptr<TagMarker>& marker : markers())
+            purged += marker->purge();
+    }
+    closeIfClosed();
     return purged;
 }
 
@@ -650,6 +741,8 @@ bool TagMarkerTable::closeSwap(bool write)
     const CriticalSection::Lock locked(*lock_);
     if (readOnly_ || closed_)
         return true;
+    if (refuses("closeSwap"))
+        return false;
     if (debugMode_)
         reportSwap("Closing Swap " + toUTF8(directory_) + " " + cookie_.asString(true) + toUTF8(extension_) + "\n");
     Rewritten result = eRewritten;

@@ -9,10 +9,12 @@
 #include "misc/persistence/StreamFile.h"
 #include "misc/persistence/TagMarker.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <set>
+#include <utility>
 #include <vector>
 
 // A large set of stored objects in one file, of which those in memory are a part. The table owns its markers and
@@ -44,33 +46,36 @@ public:
     TagMarkerTable(const TagMarkerTable&) = delete;
     TagMarkerTable& operator=(const TagMarkerTable&) = delete;
 
-    // Makes a table of what is stored under the name. Its objects are in memory. If the file is to be made and
-    // can't be opened, or isn't there, the table is empty. `failed` tells that the file could not be opened, the
-    // table then having none, or not be read to its end: what was read is in the table, and the first flush
-    // keeps the old file as NAME.unread-1 (or -2, ...) and carries the rest over.
+    // Makes a table of what is stored under the name. Its objects are in memory. If the file isn't there and may
+    // be made, or is to be made anew, the table is empty. `failed` tells one of two things. The file could not be
+    // opened, or a class threw at what it read: then the table is empty as well, and until a reOpen its flush
+    // fails where a file is. Or it could not be read to its end: what was read is in the table, and the first
+    // flush keeps the old file as NAME.unread-1 (or -2, ...) and carries the rest over.
     static void openSwap(Mw::Ptr<TagMarkerTable>& result, const Path& directory, const Cookie& cookie, bool& failed,
                          iFile::eOpenBehaviour behaviour, const Path& extension);
 
-    // Makes this the empty table that it was at first, with the name and the flags that it has.
+    // Makes this the empty table that it was at first, with the name and the flags that it has. Refused, with a
+    // line, while objects of the table are read, packed or compared, as are flush, closeSwap and reOpen.
     void init();
 
     // The file's name: the directory, the cookie's text, the extension, which is "" or begins with ".".
     Path fileName() const;
-    const Path& extension() const noexcept { return extension_; }
+    Path extension() const;
     void extension(const Path& extension);
-    const Cookie& pId() const noexcept { return cookie_; }
-    // The next flush writes to the name with this cookie.
+    Cookie pId() const;
+    // The next flush writes to the name with this cookie; up to then the table has the file that it had.
     void pId(const Cookie& cookie);
 
     // A read-only table writes nothing. In debug mode a table tells the console what it does.
-    bool readOnly() const noexcept { return readOnly_; }
-    void readOnly(bool readOnly) noexcept { readOnly_ = readOnly; }
-    bool debugMode() const noexcept { return debugMode_; }
-    void debugMode(bool debugMode) noexcept { debugMode_ = debugMode; }
+    bool readOnly() const noexcept { return readOnly_.load(std::memory_order_relaxed); }
+    void readOnly(bool readOnly) noexcept { readOnly_.store(readOnly, std::memory_order_relaxed); }
+    bool debugMode() const noexcept { return debugMode_.load(std::memory_order_relaxed); }
+    void debugMode(bool debugMode) noexcept { debugMode_.store(debugMode, std::memory_order_relaxed); }
 
     // Number of markers.
     unsigned size() const;
-    // The marker with this id, the first of several; null if there is none.
+    // The marker with this id, of several the first that came; null if there is none. Once that is destroyed,
+    // buildIdMap finds the next.
     Mw::Ptr<TagMarker> find(const IdStamp& id) const;
     // The markers in order of interning.
     std::vector<Mw::Ptr<TagMarker>> markers() const;
@@ -106,13 +111,14 @@ public:
     // opened or lacks an object that is not in memory; the markers are then what they were.
     bool reOpen();
 
-    // Whether a flush would change what is stored.
+    // Whether a flush would change what is stored under the table's name.
     bool modified();
 
     // Builds the index of ids anew from the markers; nobody needs to, as all operations keep it.
     void buildIdMap();
 
     // The file while it is open: from openSwap or reOpen to a flush or closeSwap. Reading an object opens it too.
+    // For whoever holds the lock.
     StreamFile* swapFile() const noexcept { return file_; }
 
     // One line for the table and one for each marker.
@@ -141,16 +147,29 @@ private:
         std::uint64_t position = 0;
         std::uint64_t length = 0;
     };
+    // While one stands, the file and the places in it stay what they are, whatever the code of a class asks for.
+    class Busy
+    {
+    public:
+        explicit Busy(TagMarkerTable& table) noexcept : table_(table) { ++table_.busy_; }
+        ~Busy() { --table_.busy_; }
+        Busy(const Busy&) = delete;
+        Busy& operator=(const Busy&) = delete;
+
+    private:
+        TagMarkerTable& table_;
+    };
     // While one stands, the thread reads objects of the table.
     class Reading
     {
     public:
-        explicit Reading(TagMarkerTable* table) noexcept;
+        explicit Reading(TagMarkerTable& table) noexcept;
         ~Reading();
         Reading(const Reading&) = delete;
         Reading& operator=(const Reading&) = delete;
 
     private:
+        const Busy busy_;
         TagMarkerTable* const before_;
     };
     enum Rewritten
@@ -170,13 +189,16 @@ private:
     template <class Take>
     bool readAll(StreamFile& file, const char* function, std::vector<Span>& uncovered, Span& unread, Take take);
     // Opens the file and finds the place of each object in it; changes nothing if it lacks one that is needed.
-    bool findPlaces();
+    bool findPlaces(const Path& name);
     // The file of the last completed flush, opened again if need be; null if it can't be had.
     StreamFile* openCompleted();
     // The same for reading an object: makes it the swap file.
     StreamFile* fileToRead();
     // A closed table holds no file open.
     void closeIfClosed();
+    // Whether it is no time to replace the file or let go of it; then says so.
+    bool refuses(const char* function) const;
+    void clear();
 
     void append(const Mw::Ptr<TagMarker>& marker);
     void remove(const Mw::Ptr<TagMarker>& marker);
@@ -185,9 +207,12 @@ private:
 
     // Hands the pieces of the next file to a SwapRewrite or SwapComparison. False at the first that gives false.
     template <class Sink>
-    bool forEachStored(Sink& sink);
+    bool forEachStored(Sink&& sink);
+    // Whether the marker's object in memory packs to the bytes that are stored.
+    bool isStored(const TagMarker& marker);
     Rewritten rewrite(const Path& name, bool own);
-    bool keepUnread(const Path& name);
+    Rewritten replace(const Path& name, bool own);
+    bool keepUnread();
     // Rewrites the file if it would change.
     bool store(Rewritten& result);
     bool displaceAll(Rewritten& result);
@@ -196,23 +221,26 @@ private:
     std::vector<Mw::Ptr<TagMarker>> markers_; // null where one was destroyed
     unsigned gaps_ = 0;
     unsigned walks_ = 0;         // at this moment: gaps stay open
+    unsigned busy_ = 0;          // at this moment: the file stays
     StreamFile* file_ = nullptr; // completed_ while it is open to the outside
     std::unique_ptr<StreamFile> completed_;
-    bool debugMode_ = false;
-    bool readOnly_ = false;
+    std::atomic<bool> debugMode_ = false;
+    std::atomic<bool> readOnly_ = false;
     Cookie cookie_;
     Path directory_;
     Path extension_;
     bool closed_ = false;
     std::map<IdStamp, Mw::Ptr<TagMarker>> idMap_;
 
-    std::uint64_t storedBytes_ = 0; // of the last completed file
+    Path storedName_;               // of the last completed file; empty if there is none
+    std::uint64_t storedBytes_ = 0; // its size
     std::vector<Span> uncovered_;   // in the order of the file
     Span unread_;                   // its end, from an object on that could not be read
     bool keepsUnread_ = false;      // a copy of the file is to be made before it is replaced
-    bool createNew_ = false;        // a file that is there must not be replaced
+    bool createNew_ = false;        // a file under the table's name must not be replaced
     std::set<TagTypeId> types_;
     std::map<IdStamp, Mw::Ptr<TagMarker>> awaited_; // by handles that were read before their objects
     bool opening_ = false;
-    std::vector<IdStamp> destroyed_; // since the last flush, of stored objects
+    using Destroyed = std::pair<std::uint32_t, IdStamp>; // place and id
+    std::vector<Destroyed> destroyed_;                   // since the last flush, of stored objects
 };

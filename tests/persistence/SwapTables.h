@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,11 +26,17 @@ public:
     static constexpr StreamLayerNames layerNames = {"Sh", "Shot"};
     void pack(PStream& stream) const { stream << number << name; }
     void unpack(PStream& stream) { stream >> number >> name; }
-    void displaceNotify() override { ++displaced; }
+    void displaceNotify() override
+    {
+        ++displaced;
+        if (onDisplace)
+            onDisplace(*this);
+    }
 
     int number = 0;
     Text name;
     int displaced = 0;
+    static inline std::function<void(Shot&)> onDisplace;
 };
 
 class Cut : public StreamableLayer<Cut, Shot>
@@ -39,22 +46,28 @@ public:
     void pack(PStream& stream) const
     {
         stream << gain << next;
-        if (fails)
-            stream.append("no room");
+        if (onPack)
+            onPack(*this, stream);
     }
     void unpack(PStream& stream)
     {
         stream >> gain >> next;
-        if (asksOnUnpack)
-            asked = next.demandAs<Cut>();
+        if (onUnpack)
+            onUnpack(*this);
     }
 
     double gain = 0;
     TagBase next; // another object of the table
-    bool fails = false;
     Mw::Ptr<Cut> asked;
-    static inline bool asksOnUnpack = false;
+    static inline std::function<void(const Cut&, PStream&)> onPack;
+    static inline std::function<void(Cut&)> onUnpack;
 };
+
+inline bool isId(const std::string& text)
+{
+    return text.size() >= 17 && text.size() <= 24 && text.find_first_not_of("0123456789ABCDEF") == text.npos &&
+           text.substr(8, 8) != "00000000" && (text.size() == 17 || text[16] != '0');
+}
 
 struct Object
 {
@@ -135,7 +148,8 @@ inline std::vector<Object> decode(const std::string& bytes, bool& whole)
                 object.id = layer.text();
                 object.kind = layer.text();
             }
-            in.good = in.good && layer.good;
+            in.good = in.good && layer.good && (object.id.empty() || isId(object.id)) &&
+                      (object.kind.empty() || object.kind.starts_with("Taggable."));
         }
         object.length = in.at - object.position;
         if (in.good)
@@ -176,7 +190,9 @@ protected:
     {
         SetLogOutput(nullptr);
         std::fclose(log_);
-        Cut::asksOnUnpack = false;
+        Shot::onDisplace = nullptr;
+        Cut::onPack = nullptr;
+        Cut::onUnpack = nullptr;
     }
 
     // What was said since the last time.
@@ -204,7 +220,7 @@ protected:
     }
 
     Path folder_ = L"/home";
-    const Cookie cookie_{'P', 7, 0, 5};
+    Cookie cookie_{'P', 7, 0, 5};
     std::FILE* const log_ = std::tmpfile();
 };
 

@@ -6,8 +6,11 @@
 #include "SwapTables.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <new>
 #include <random>
+#include <thread>
 
 using namespace swaptables;
 
@@ -116,6 +119,13 @@ protected:
         const auto found = cut->next.demandAs<Cut>();
         ASSERT_EQ(found ? valueOf(*found) : Value(), next != values_.end() ? *next : Value());
     }
+    // The file is now of what the table holds, under the table's name.
+    void setStored()
+    {
+        stored_ = values_;
+        cookie_ = table_->pId();
+    }
+    bool differs() const { return values_ != stored_ || cookie_ != table_->pId(); }
     void displace(const Value& value)
     {
         const Mw::Ptr<TagMarker> marker = markerOf(value);
@@ -123,7 +133,7 @@ protected:
         ASSERT_TRUE(marker->displace());
         ASSERT_FALSE(marker->held());
         if (changed)
-            stored_ = values_;
+            setStored();
     }
     void destroy(std::size_t at)
     {
@@ -138,7 +148,14 @@ protected:
     void moveToEnd(std::size_t at)
     {
         const Mw::Ptr<TagMarker> marker = markerOf(values_[at]);
-        ASSERT_TRUE(table_->extract(marker));
+        if (below(2) == 0)
+        {
+            ASSERT_TRUE(table_->extract(marker));
+        }
+        else
+        {
+            ASSERT_TRUE(other_.intern(marker) && other_.flush());
+        }
         ASSERT_FALSE(table_->find(marker->id()));
         ASSERT_EQ(table_->intern(marker), marker);
         std::rotate(values_.begin() + long(at), values_.begin() + long(at) + 1, values_.end());
@@ -153,9 +170,23 @@ protected:
         ASSERT_TRUE(table_->closeSwap(write));
         ASSERT_EQ(table_->swapFile(), nullptr);
         if (write)
-            stored_ = values_;
+            setStored();
         if (again)
         {
+            const std::size_t meanwhile = below(4);
+            if (meanwhile == 0 && !values_.empty())
+                destroy(below(values_.size()));
+            if (meanwhile <= 1)
+            {
+                ASSERT_EQ(table_->modified(), differs());
+            }
+            else if (meanwhile == 2)
+            {
+                ASSERT_TRUE(table_->flush());
+                setStored();
+            }
+            table_->purge();
+            ASSERT_EQ(table_->swapFile(), nullptr);
             ASSERT_TRUE(table_->reOpen());
             return;
         }
@@ -182,15 +213,17 @@ protected:
         else if (what < 88)
             close(below(3) != 0, below(2) == 0);
         else if (what < 92)
-            ASSERT_EQ(table_->modified(), values_ != stored_);
-        else if (what < 94)
+            ASSERT_EQ(table_->modified(), differs());
+        else if (what < 93)
             table_->purge();
+        else if (what < 94)
+            table_->pId(Cookie('P', 7 + unsigned(below(3)), 0, 5));
         else if (what < 95)
             ASSERT_TRUE(table_->loadAll());
         else
         {
             ASSERT_TRUE(what < 97 ? table_->displaceAll() : table_->flush());
-            stored_ = values_;
+            setStored();
         }
         ASSERT_EQ(table_->size(), values_.size());
         if (below(6) != 0)
@@ -201,6 +234,7 @@ protected:
 
     std::minstd_rand random_{11};
     Mw::Ptr<TagMarkerTable> table_;
+    TagMarkerTable other_{folder_, Cookie('P', 10, 0, 5), L"odb"};
     Values values_, stored_;
 };
 
@@ -292,11 +326,13 @@ TEST_F(TagMarkerTableTest, fileIsThatOfTheFormatAndOpensAsFarAsItIsWhole)
                                              {"Sh", std::string("\1\0\0\0a\0", 6)},
                                              {"Cu", std::string(8, '\0') + handle}}) +
                              ghostBytes("?") + shot;
+    const std::size_t handleId = file.find("0000006437A1B2C05");
     const auto readAll = [&](const std::string& bytes)
     {
         ASSERT_TRUE(putFile(name(), bytes));
         bool whole = true, failed = true;
         const std::size_t count = decode(bytes, whole).size();
+        whole = whole && (bytes.size() < file.size() || isId(bytes.substr(handleId, 17)));
         const Mw::Ptr<TagMarkerTable> table = open(failed);
         ASSERT_TRUE(whole || failed);
         ASSERT_TRUE(failed || table->size() <= count);
@@ -371,7 +407,7 @@ TEST_F(TagMarkerTableTest, objectsThatAskForEachOtherWhileTheyAreReadComeBack)
         Mw::dynamicCast<Cut>(table->markers()[std::size_t(i)]->held())->next =
             TagBase(table->markers()[std::size_t((i + 1) % count)]);
     ASSERT_TRUE(table->displaceAll());
-    Cut::asksOnUnpack = true;
+    Cut::onUnpack = [](Cut& cut) { cut.asked = cut.next.demandAs<Cut>(); };
     const auto first = Mw::dynamicCast<Cut>(table->markers()[0]->demand());
     EXPECT_EQ(said(), " Object demand failure.\n"); // of the first by the last
     int found = 0;
@@ -389,6 +425,172 @@ TEST_F(TagMarkerTableTest, objectsThatAskForEachOtherWhileTheyAreReadComeBack)
     ASSERT_TRUE(table->displaceAll());
     EXPECT_TRUE(table->markers()[count]->demand());
     EXPECT_NE(said().find(" Object demand failure.\n"), std::string::npos);
+}
+
+TEST_F(TagMarkerTableTest, openingThatFailsCostsNothingThatIsStored)
+{
+    Mw::Ptr<TagMarkerTable> table = open();
+    for (int i = 0; i < 3; ++i)
+        table->intern(makeCut(i, "old"));
+    ASSERT_TRUE(table->closeSwap(true));
+    const std::string bytes = fileBytes(name());
+    FailingFileMgr failing(disk_, FailingFileMgr::eAllCalls);
+    const OSReplacement<iFileMgr> replaced(failing);
+    int calls = 0;
+    const auto openAndStore = [&](iFile::eOpenBehaviour behaviour)
+    {
+        bool failed = false;
+        table = open(failed, behaviour);
+        calls = failing.calls();
+        failing.failAt(0);
+        Cut::onUnpack = nullptr;
+        table->intern(makeCut(3, "new"));
+        const bool stored = table->flush();
+        ASSERT_TRUE(stored || !table->closeSwap(true));
+        const std::size_t count = this->stored().size();
+        ASSERT_TRUE(count == (stored ? 4u : 3u) && (stored || fileBytes(name()) == bytes));
+        ASSERT_TRUE(putFile(name(), bytes));
+    };
+    for (const auto behaviour : {iFile::eOpenExisting, iFile::eOpenAlways, iFile::eCreateNew})
+    {
+        calls = 1;
+        for (int call = 1; call <= calls && !HasFailure(); ++call)
+        {
+            SCOPED_TRACE(call);
+            failing.failAt(call);
+            openAndStore(behaviour);
+        }
+        if (behaviour == iFile::eCreateNew)
+            continue;
+        for (int object = 0; object < 3; ++object)
+        {
+            Cut::onUnpack = [=](Cut& cut) { cut.number == object ? throw std::bad_alloc() : void(); };
+            openAndStore(behaviour);
+        }
+    }
+    // One that throws at another time is not read, and can be later.
+    table = open();
+    ASSERT_TRUE(table->displaceAll());
+    Cut::onUnpack = [](Cut&) { throw 1; };
+    EXPECT_FALSE(table->markers()[0]->demand() || table->loadAll() || (table->closeSwap(false) && table->reOpen()));
+    Cut::onUnpack = nullptr;
+    EXPECT_TRUE(table->reOpen() && table->loadAll() && !table->modified());
+    // A name where the directory could not be flushed is the table's own nevertheless.
+    disk_.remove(name());
+    table = open();
+    table->intern(makeCut(1, "one"));
+    FailingFileMgr noSync(disk_, FailingFileMgr::eSyncDirectory);
+    const OSReplacement<iFileMgr> withoutSync(noSync);
+    noSync.failAt(1);
+    EXPECT_TRUE(!table->flush() && table->flush() && stored().size() == 1);
+}
+
+TEST_F(TagMarkerTableTest, whatObjectsDoWhileTheirTableWorksWithThemHarmsNothing)
+{
+    const Mw::Ptr<TagMarkerTable> table = open();
+    for (int i = 0; i < 6; ++i)
+        table->intern(makeCut(i, "cut"));
+    ASSERT_TRUE(table->displaceAll());
+    const std::vector<Mw::Ptr<TagMarker>> markers = table->markers();
+    const auto cutAt = [&](std::size_t i) { return Mw::dynamicCast<Cut>(markers[i]->demand()); };
+    // Of those that are read or packed none gets the file replaced.
+    int refused = 0;
+    const auto meddle = [&](const Cut& cut)
+    {
+        if (cut.number == 5 || refused > 1000)
+            return;
+        markers[5]->instance(makeCut(5, "changed"));
+        refused += !table->flush() + !table->flush(L"/home/copy") + !markers[5]->displace() + !table->closeSwap(true) +
+                   !table->reOpen();
+        table->init();
+        ASSERT_TRUE(table->size() == 6 && cut.name == "cut");
+    };
+    Cut::onUnpack = meddle;
+    const std::uint64_t position = table->markers()[1]->demand() ? table->swapFile()->position() : 0;
+    EXPECT_TRUE(cutAt(0) && refused == 10 && table->swapFile()->position() == position);
+    Cut::onUnpack = nullptr;
+    cutAt(0)->gain = 1;
+    Cut::onPack = [&](const Cut& cut, PStream&) { meddle(cut); };
+    EXPECT_TRUE(table->modified() && table->flush() && table->flush(L"/home/copy"));
+    Cut::onPack = nullptr;
+    EXPECT_EQ(stored(), stored(L"/home/copy"));
+    EXPECT_TRUE(refused >= 20 && !table->modified());
+    // What happens when objects hear that they leave is stored.
+    EXPECT_TRUE(table->loadAll());
+    Shot::onDisplace = [&](Shot& shot)
+    {
+        if (shot.number == 2)
+            table->intern(makeCut(6, "late"));
+        shot.name = "told";
+    };
+    EXPECT_TRUE(table->displaceAll());
+    Shot::onDisplace = nullptr;
+    const Values values = stored();
+    ASSERT_EQ(values.size(), 7u);
+    for (std::size_t i = 0; i < values.size(); ++i)
+    {
+        EXPECT_TRUE(values[i].number == int(i) && values[i].name == "told" && !table->markers()[i]->held());
+    }
+    Shot::onDisplace = [](Shot& shot) { shot.name = "again"; };
+    EXPECT_TRUE(cutAt(1) && !markers[1]->purge() && markers[1]->displace());
+    EXPECT_EQ(stored()[1].name, "again");
+}
+
+TEST_F(TagMarkerTableTest, twinsAndObjectsWithoutIdKeepTheirPlaces)
+{
+    const auto shot = [](const std::string& id, char number)
+    {
+        return stored::object(
+            2, "T.Sh", {{"T", id + std::string("\0Taggable.Shot\0", 15)}, {"Sh", std::string{number, 0, 0, 0, 0}}});
+    };
+    const std::string id = "0000006437A1B2C05";
+    ASSERT_TRUE(putFile(name(), shot(id, 0) + shot(id, 1) + shot("", 2) + shot("", 3)));
+    const Mw::Ptr<TagMarkerTable> table = open();
+    const std::vector<Mw::Ptr<TagMarker>> markers = table->markers();
+    ASSERT_EQ(markers.size(), 4u);
+    EXPECT_TRUE(table->destroyMarker(markers[0]) && table->destroyMarker(markers[2]));
+    markers[1]->drop();
+    markers[3]->drop();
+    said();
+    EXPECT_TRUE(table->closeSwap(false) && table->reOpen());
+    EXPECT_EQ(said().find("invalid"), std::string::npos);
+    table->buildIdMap();
+    EXPECT_EQ(table->find(IdStamp(id.c_str())), markers[1]);
+    for (const std::size_t i : {1u, 3u})
+        EXPECT_EQ(Mw::dynamicCast<Shot>(markers[i]->demand())->number, int(i));
+    bool whole = false;
+    EXPECT_TRUE(table->flush() && decode(fileBytes(name()), whole).size() == 2 && whole);
+}
+
+TEST_F(TagMarkerTableTest, anyThreadMayAskWhileOthersDisplace)
+{
+    const Mw::Ptr<TagMarkerTable> table = open();
+    for (int i = 0; i < 8; ++i)
+        table->intern(makeCut(i, "cut"));
+    ASSERT_TRUE(table->flush());
+    const std::vector<Mw::Ptr<TagMarker>> markers = table->markers();
+    std::atomic<int> wrong = 0;
+    const auto ask = [&]
+    {
+        for (int round = 0; round < 100; ++round)
+            for (std::size_t i = 0; i < markers.size(); ++i)
+            {
+                const auto cut = Mw::dynamicCast<Cut>(markers[i]->demand());
+                wrong += !cut || cut->number != int(i) || markers[i]->table() != table.get() ||
+                         markers[i]->storedLength() == 0 || markers[i]->tagTypeId().empty() ||
+                         table->extension() != L".odb" || table->readOnly();
+            }
+    };
+    std::thread first(ask), second(ask);
+    for (int round = 0; round < 30; ++round)
+    {
+        wrong += !(round % 3 == 0 ? table->displaceAll() : round % 3 == 1 ? table->flush() : markers[2]->displace());
+        table->extension(L"odb");
+        table->readOnly(false);
+    }
+    first.join();
+    second.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(TagMarkerTableTest, edgesOfTables)
@@ -421,12 +623,14 @@ TEST_F(TagMarkerTableTest, edgesOfTables)
     const auto cut = Mw::dynamicCast<Cut>(marker->held());
     EXPECT_TRUE(table->flush());
     const std::string before = fileBytes(name());
-    cut->fails = true;
+    Cut::onPack = [](const Cut&, PStream& stream) { stream.append("no room"); };
     cut->name = "lost";
     EXPECT_FALSE(table->flush() || marker->displace());
     EXPECT_NE(said().find("can't be packed: no room"), std::string::npos);
     EXPECT_TRUE(fileBytes(name()) == before && cut->displaced == 0);
-    cut->fails = false;
+    Cut::onPack = [](const Cut&, PStream&) { throw 1; };
+    EXPECT_FALSE(table->flush() || marker->displace());
+    Cut::onPack = nullptr;
     EXPECT_TRUE(table->closeSwap(true) && table->closeSwap(true) && !marker->held() && cut->displaced == 1);
     EXPECT_FALSE(marker->demand()); // closed
     EXPECT_TRUE(table->reOpen() && marker->demand());
