@@ -37,6 +37,11 @@ bool SwapRewrite::write(const TagMarker& marker)
         error_ = "object " + marker.id().asString() + " can't be packed: " + stream_.asString();
         return false;
     }
+    if (marker.slot_ == TagMarker::noSlot)
+    {
+        error_ = "object " + marker.id().asString() + " left the table while it was packed";
+        return false;
+    }
     note(marker, start, out_.position() - start);
     return fits(out_.position());
 }

@@ -256,6 +256,8 @@ Mw::Ptr<TagMarker> TagMarkerTable::intern(const Mw::Ptr<TagMarker>& marker)
         return marker;
     if (marker->slot_ != TagMarker::noSlot && !marker->table_->extract(marker))
         return {};
+    if (!marker->ttid_.empty())
+        marker->ttid_ = shared(marker->ttid_);
     append(marker);
     return marker;
 }
@@ -631,6 +633,7 @@ TagMarkerTable::Rewritten TagMarkerTable::replace(const Path& name, bool own)
         return eNotOpened;
     if (debugMode_)
         herc_printf("Flushing %s\n", toUTF8(name).c_str());
+    const Walk walk(*this); // until the places are taken over, which go by slots
     SwapRewrite pieces(*this, *out);
     if (!forEachStored(pieces))
     {
