@@ -134,6 +134,12 @@ Text setKeys(Options& options, const Text& value)
     return value.empty() ? "a file is needed" : "";
 }
 
+Text setChecksums(Options& options, const Text&)
+{
+    options.checksums = true;
+    return {};
+}
+
 Text setHelp(Options& options, const Text&)
 {
     options.help = true;
@@ -166,6 +172,7 @@ constexpr Option knownOptions[] = {
     {"--reset-keys", false, addResetKeys},
     {"--list-keys", false, setListKeys},
     {"--explain-key", true, setExplainKey},
+    {"--checksums", false, setChecksums},
     {"--help", false, setHelp},
     {"-h", false, setHelp},
 };
@@ -279,11 +286,13 @@ const char* helpText()
            "  --reset-keys        all keys are as they were at first\n"
            "  --list-keys         the commands with their keys; no edit list is needed for this and the three above\n"
            "  --explain-key KEY   what a key does, and why; no edit list is needed\n"
+           "  --checksums         a checksum of every event's frames, computed last; Ctrl-C ends it\n"
            "  --default-list FILE the list to read if none is named\n"
            "  --help              this text\n"
            "\n"
            "The settings edit_list_rate, edit_list_gauge and edit_list_limit_mb (8) stand in for options not given.\n"
            "The list goes to standard output. A line that can't be read is refused on standard error as\n"
            "\"FILE:LINE: reason\", and the rest is still read.\n"
-           "Exit status: 0 all is well, 1 lines were refused, 2 the options are wrong or a file can't be read.\n";
+           "Exit status: 0 all is well, 1 lines were refused, 2 the options are wrong or a file can't be read,\n"
+           "130 it was interrupted.\n";
 }

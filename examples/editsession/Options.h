@@ -23,6 +23,7 @@ struct Options
     Text project;       // the settings file of the project; empty for none
     Text format;        // the project's output format; empty for that of the file, or the first permitted
     KeyOptions keys;
+    bool checksums = false; // compute a checksum of every event's frames
     bool help = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "examples/editsession/EditListPrinter.h"
 #include "examples/editsession/EditListReader.h"
+#include "examples/editsession/EventChecksums.h"
 #include "examples/editsession/EventCookies.h"
 #include "examples/editsession/EventStore.h"
 #include "examples/editsession/InputFile.h"
@@ -39,7 +40,8 @@ ExitStatus Session::run()
     if (!show(EditListPrinter(list, options_.gauge).print()) || !showProject() || !play(list) || !playKeyFile(list) ||
         !store(list) || !report(list))
         return Failed;
-    return refused_ == 0 ? AllRead : LinesRefused;
+    const ExitStatus status = options_.checksums ? check(list) : AllRead;
+    return status == AllRead && refused_ != 0 ? LinesRefused : status;
 }
 
 EditList Session::readList(const std::string& text)
@@ -117,6 +119,15 @@ bool Session::report(const EditList& list) const
     if (!reason.empty())
         complain(Text("--json: ") + reason);
     return reason.empty();
+}
+
+ExitStatus Session::check(const EditList& list) const
+{
+    std::string lines;
+    if (checkEvents(list, lines))
+        return show("\nchecksums\n" + lines) ? AllRead : Failed;
+    complain("interrupted");
+    return Interrupted;
 }
 
 void complain(const Text& message)

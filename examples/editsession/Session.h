@@ -9,7 +9,8 @@ enum ExitStatus
 {
     AllRead = 0,
     LinesRefused = 1,
-    Failed = 2 // wrong options, or a file that can't be read or written
+    Failed = 2,       // wrong options, or a file that can't be read or written
+    Interrupted = 130 // by Ctrl-C, as shells count it
 };
 
 // One run over an edit list: reads it, names its events, prints it. What the session says goes to standard
@@ -30,6 +31,7 @@ private:
     bool playKeyFile(const EditList& list);
     bool store(const EditList& list) const;
     bool report(const EditList& list) const;
+    ExitStatus check(const EditList& list) const;
 
     const Options options_;
     unsigned refused_ = 0;

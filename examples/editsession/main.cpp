@@ -7,6 +7,7 @@
 #include "misc/diagnostics/FatalError.h"
 #include "misc/diagnostics/Log.h"
 #include "misc/settings/config.h"
+#include "misc/threads/CoProcess.h"
 #include "misc/threads/ServiceLock.h"
 
 #include <cstdio>
@@ -26,6 +27,7 @@ public:
         except_init();
         service_init();
         config_init(nullptr);
+        co_init();
     }
     ~Library() { Shutdown::executeCallbacks(Shutdown::eNormalExit); }
 

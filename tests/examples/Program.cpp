@@ -4,8 +4,10 @@
 #include "misc/text/JSON.h"
 #include "platform/TestHome.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -225,6 +227,53 @@ TEST(Program, saysThatTheRunBeforeEndedBadly)
     EXPECT_EQ(runOn("coastline.edl", onlyErrors).output.find(message), 0u);
     EXPECT_EQ(nextNumber(), "114");
     EXPECT_EQ(runOn("coastline.edl", onlyErrors).output, "");
+}
+
+TEST(Program, computesTheSameChecksumsInWhateverOrder)
+{
+    const Finished quiet = run("--checksums coastline.edl", onlyOutput);
+    EXPECT_EQ(quiet.status, 0);
+    const std::string checksums = quiet.output.substr(quiet.output.find("\nchecksums\n001 "));
+    EXPECT_EQ(std::count(checksums.begin(), checksums.end(), '\n'), 106);
+    const std::string told = run("--checksums coastline.edl", "2>&1").output;
+    EXPECT_NE(told.find("\nchecksums   0 %"), told.npos) << told;
+    EXPECT_NE(told.find("\nchecksums 100 %, "), told.npos) << told;
+    EXPECT_EQ(told.find('\r'), told.npos);
+    EXPECT_TRUE(told.ends_with(checksums));
+}
+
+// On a terminal, from where Ctrl-C comes.
+TEST(Program, endsInOrderByCtrlC)
+{
+    const TempFolder folder;
+    const std::string list = folder.path() / "days.edl";
+    for (int event = 1; event <= 4; ++event)
+        std::ofstream(list, std::ios::app)
+            << "00" << event << " TAPE V C 00:00:00:00 11:00:00:00 00:00:00:00 11:00:00:00\n";
+    setNextNumber(1);
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0)
+    {
+        ::execl(EDIT_SESSION, EDIT_SESSION, "--checksums", list.c_str(), nullptr);
+        ::_exit(1);
+    }
+    std::string seen;
+    char buffer[4096];
+    bool isAsked = false;
+    for (ssize_t got; (got = ::read(terminal, buffer, sizeof buffer)) > 0;)
+    {
+        seen.append(buffer, static_cast<std::size_t>(got));
+        if (!isAsked && seen.find("\rchecksums   0 %") != seen.npos)
+            isAsked = ::write(terminal, "\3", 1) == 1;
+    }
+    ::close(terminal);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << status;
+    EXPECT_NE(seen.find("\r\033[Keditsession: interrupted"), seen.npos) << seen;
+    EXPECT_EQ(nextNumber(), "5");
+    EXPECT_EQ(runOn("coastline.edl", onlyErrors).output, "") << "it ended well";
 }
 
 TEST(Program, showsWhatDisplaysSeeWhileItPlays)
