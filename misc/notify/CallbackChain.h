@@ -5,7 +5,8 @@
 
 #include <vector>
 
-// Several callbacks that are called as one, in order. Their results are ignored.
+// Two callbacks that are called as one, in order. Their results are ignored. Both are called, even if the first one
+// ends the registration of the chain.
 class MISC_API CallbackChain final : public iCallbackBase<int, NotifyMsg>
 {
 public:
