@@ -3,9 +3,9 @@
 #include "OS/Immortal.h"
 #include "libmw/CriticalSection.h"
 
+#include <cstdint>
 #include <map>
 #include <string>
-#include <typeindex>
 #include <utility>
 
 namespace Mw
@@ -14,11 +14,23 @@ namespace Mw
 namespace
 {
 
+using Key = std::pair<std::string, std::string>; // type and name
+
 struct Table
 {
     CriticalSection lock{"named objects"};
-    std::map<std::pair<std::type_index, std::string>, void*> objects;
+    std::map<Key, void*> objects;
 };
+
+// By the text of its name, since the type goes with the library that made the object. Types of unnamed namespaces
+// may share theirs, each module has its own.
+std::string textOf(const std::type_info& type)
+{
+    std::string text = type.name();
+    if (text.find("_GLOBAL__N_") != std::string::npos)
+        text += " " + std::to_string(reinterpret_cast<std::uintptr_t>(&type));
+    return text;
+}
 
 Table& table()
 {
@@ -35,7 +47,7 @@ NamedObjectsNamespace& NamedObjectsNamespace::getGlobalNamespaceInstance()
 
 void* NamedObjectsNamespace::findOrCreate_(const std::type_info& type, const char* name, void* (*create)())
 {
-    std::pair<std::type_index, std::string> key(type, name);
+    Key key(textOf(type), name);
     const CriticalSection::Lock lock(table().lock);
     if (const auto found = table().objects.find(key); found != table().objects.end())
         return found->second;

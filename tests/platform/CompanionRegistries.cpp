@@ -166,4 +166,17 @@ TEST(NamedObjects, typeAndNameHaveOneObject)
                                     typeid(int), "one", []() -> void* { return nullptr; });
                             });
     EXPECT_EQ(nested, object);
+
+    // A type goes with its library, and its name is elsewhere when that is loaded again.
+    struct Loaded : std::type_info
+    {
+        explicit Loaded(const char* name) : std::type_info(name) {}
+    };
+    std::vector<void*> ofLoaded;
+    for (int i = 0; i < 2; ++i)
+    {
+        const std::string name = "a type of a library that is closed";
+        ofLoaded.push_back(names.findOrCreate_(*std::make_unique<Loaded>(name.c_str()), "one", makeInt));
+    }
+    EXPECT_EQ(ofLoaded[0], ofLoaded[1]);
 }
