@@ -69,20 +69,35 @@ JSON::Builder reportOf(const EditList& list, unsigned refusedLines)
     return report;
 }
 
+bool hasText(const Node& node, const wchar_t* name, const WideText& text)
+{
+    return node->hasString(name) && node->getString(name) == text;
+}
+
+bool hasNumber(const Node& node, const wchar_t* name, double number)
+{
+    return node->hasNum(name) && node->getNum(name) == number;
+}
+
+bool hasTruth(const Node& node, const wchar_t* name, bool truth)
+{
+    return node->hasBool(name) && node->getBool(name) == truth;
+}
+
 bool isEdit(const Node& node, const Edit& edit)
 {
-    return node->getString(L"reel") == fromUTF8(edit.reel) && node->getString(L"tracks") == fromUTF8(edit.tracks) &&
-           node->getNum(L"sourceIn") == edit.source.in &&
-           node->getNum(L"sourceOut") == edit.source.in + edit.source.length &&
-           node->getNum(L"recordIn") == edit.record.in &&
-           node->getNum(L"recordOut") == edit.record.in + edit.record.length &&
-           node->getBool(L"dropFrame") == edit.record.dropFrame;
+    return hasText(node, L"reel", fromUTF8(edit.reel)) && hasText(node, L"tracks", fromUTF8(edit.tracks)) &&
+           hasNumber(node, L"sourceIn", edit.source.in) &&
+           hasNumber(node, L"sourceOut", edit.source.in + edit.source.length) &&
+           hasNumber(node, L"recordIn", edit.record.in) &&
+           hasNumber(node, L"recordOut", edit.record.in + edit.record.length) &&
+           hasTruth(node, L"dropFrame", edit.record.dropFrame);
 }
 
 bool isEvent(const Node& node, const Event& event)
 {
     const Node edits = node->getChild(L"edits");
-    if (node->getNum(L"number") != event.number || node->getString(L"cookie") != cookieText(event) || !edits ||
+    if (!hasNumber(node, L"number", event.number) || !hasText(node, L"cookie", cookieText(event)) || !edits ||
         edits->getNumChildren() != event.edits.size())
         return false;
     for (unsigned i = 0; i < event.edits.size(); ++i)
@@ -100,26 +115,32 @@ bool isReport(const Node& node, const EditList& list, unsigned refusedLines)
     for (unsigned i = 0; i < list.events.size(); ++i)
         if (!isEvent(events->getChild(i), list.events[i]))
             return false;
-    return node->getString(L"title") == fromUTF8(list.title) &&
-           totals->getNum(L"frames") == static_cast<double>(totalLength(list)) &&
-           totals->getNum(L"refusedLines") == refusedLines;
+    return hasText(node, L"title", fromUTF8(list.title)) &&
+           hasText(node, L"rate", fromUTF8(Mw::getPersistableString(list.rate))) &&
+           hasNumber(totals, L"events", static_cast<double>(list.events.size())) &&
+           hasNumber(totals, L"frames", static_cast<double>(totalLength(list))) &&
+           hasNumber(totals, L"refusedLines", refusedLines);
 }
 
 } // namespace
 
 Text writeReport(const EditList& list, unsigned refusedLines, const Text& path)
 {
-    const WideText widePath = fromUTF8(path);
     TextFile file;
     reportOf(list, refusedLines).printTo(file);
     Text error;
-    if (!file.save(widePath, &error))
+    if (!file.save(fromUTF8(path), &error))
         return printable(path) + ": " + error;
+    return checkReport(list, refusedLines, path);
+}
+
+Text checkReport(const EditList& list, unsigned refusedLines, const Text& path)
+{
     JSON::Failure failure;
-    const Node report = JSON::parseFile(widePath, failure);
+    const Node report = JSON::parseFile(fromUTF8(path), failure);
     if (!failure.reason.empty())
         return formatted("%s:%u:%u: ", printable(path).c_str(), failure.line, failure.column) + failure.reason;
-    if (!isReport(report, list, refusedLines))
+    if (!report || !isReport(report, list, refusedLines))
         return printable(path) + ": the report doesn't read back as it was written";
     return {};
 }
