@@ -149,5 +149,7 @@ void toggleWin32Debug()
     herc_set_debug_output(on);
     OS().debugger().debugOutput(on ? "------------------ Marrowline Win32 debug output ON ------------------\n  \n"
                                    : "------------------ Marrowline Win32 debug output OFF -----------------\n  \n");
-    preferences().output = on;
+    // What can't be stored doesn't hold: whoever follows hears of the value that stands, the console included.
+    if (!preferences().output.updateAndNotify(on))
+        preferences().output.notifyValChanged();
 }

@@ -130,6 +130,12 @@ TEST_F(DebugWindow, followsItsPreferencesAndTellsTheirClients)
     toggleWin32Debug();
     EXPECT_FALSE(herc_debug_output() || counter.getServerValue());
     EXPECT_EQ(counter.changes, 2);
+
+    // What can't be stored doesn't hold, which they hear too.
+    desktop_.settings(L"userconfig.dat", iDesktop::eUserSettings)->failWith(iSettings::eFailed);
+    toggleWin32Debug();
+    EXPECT_FALSE(herc_debug_output() || counter.getServerValue());
+    EXPECT_EQ(counter.changes, 3);
 }
 
 TEST(QaSplatDeath, stopsWhereTheSettingSaysSo)
