@@ -5,29 +5,13 @@
 
 NotifyMsgTypeDictionary::NotifyMsgTypeDictionary()
 {
-    internOwn();
+    MW_ASSERT(intern("*") == anyType);
+    MW_ASSERT(intern("destroy!") == destroyType);
 }
 
 NotifyMsgTypeDictionary& NotifyMsgTypeDictionary::instance()
 {
-    struct EmptiedAtExit
-    {
-        NotifyMsgTypeDictionary& dictionary = immortal<NotifyMsgTypeDictionary>();
-
-        ~EmptiedAtExit()
-        {
-            dictionary.ids_.clear();
-            dictionary.internOwn();
-        }
-    };
-    static EmptiedAtExit holder;
-    return holder.dictionary;
-}
-
-void NotifyMsgTypeDictionary::internOwn()
-{
-    MW_ASSERT(intern("*") == anyType);
-    MW_ASSERT(intern("destroy!") == destroyType);
+    return immortal<NotifyMsgTypeDictionary>();
 }
 
 int NotifyMsgTypeDictionary::intern(const LightweightString<char>& name)

@@ -17,8 +17,8 @@ public:
     static constexpr int anyType = 0;
     static constexpr int destroyType = 1;
 
-    // The dictionary of the process, made on first use. At exit it forgets all but the two types above; its
-    // storage stays.
+    // The dictionary of the process, made on first use. It stays as it is to the end: threads that still run at
+    // exit look types up.
     static NotifyMsgTypeDictionary& instance();
 
     NotifyMsgTypeDictionary();
@@ -32,7 +32,5 @@ public:
     LightweightString<char> msgTypeName(int id) const;
 
 private:
-    void internOwn();
-
     std::map<LightweightString<char>, int, std::less<LightweightString<char>>> ids_;
 };
