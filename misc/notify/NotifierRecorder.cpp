@@ -11,7 +11,7 @@
 #include <map>
 #include <utility>
 
-std::atomic<bool> NotifierRecorder::isOn_{false};
+std::atomic<unsigned> NotifierRecorder::turn_{0};
 
 namespace
 {
@@ -62,12 +62,14 @@ void NotifierRecorder::turn(bool on)
 {
     SeenOrders& orders = seenOrders();
     const CriticalSection::Lock lock(orders.lock);
-    isOn_.store(on, std::memory_order_relaxed);
-    if (!on)
-        orders.callbacks.clear();
+    if (on == isOn())
+        return;
+    turn_.fetch_add(1, std::memory_order_relaxed);
+    orders.callbacks.clear();
 }
 
-NotifierRecorder::Entry::Entry(const NotifierBase& notifier) : notifier_(&notifier), outer_(innermost)
+NotifierRecorder::Entry::Entry(const NotifierBase& notifier)
+    : notifier_(&notifier), turn_(NotifierRecorder::turn_.load(std::memory_order_relaxed)), outer_(innermost)
 {
     if (!isInside(notifier))
         for (const Entry* held = outer_; held != nullptr; held = held->outer_)
@@ -90,11 +92,13 @@ bool NotifierRecorder::Entry::isInside(const NotifierBase& notifier) const noexc
     return false;
 }
 
+// A stay that began in an earlier turn may be in a notifier whose end went unseen.
 void NotifierRecorder::Entry::enteredFrom(const Entry& held) const
 {
     SeenOrders& orders = seenOrders();
     const CriticalSection::Lock lock(orders.lock);
-    if (!isOn() || !orders.callbacks.try_emplace({held.notifier_, notifier_}, held.callback_).second)
+    if (!isOn() || held.turn_ != turn_ || turn_ != NotifierRecorder::turn_.load(std::memory_order_relaxed) ||
+        !orders.callbacks.try_emplace({held.notifier_, notifier_}, held.callback_).second)
         return;
     const auto reverse = orders.callbacks.find({notifier_, held.notifier_});
     if (reverse != orders.callbacks.end())

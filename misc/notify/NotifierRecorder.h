@@ -17,9 +17,9 @@ class NotifierBase;
 class MISC_API NotifierRecorder
 {
 public:
-    static bool isOn() noexcept { return isOn_.load(std::memory_order_relaxed); }
+    static bool isOn() noexcept { return (turn_.load(std::memory_order_relaxed) & 1) != 0; }
 
-    // Turning it off forgets what was seen. What a thread is inside of when it is turned on isn't known.
+    // Turning it off forgets what was seen. What a thread is inside of when it is turned on isn't looked at.
     static void turn(bool on);
 
     // A stay of the calling thread in a notifier.
@@ -41,7 +41,8 @@ public:
         bool isInside(const NotifierBase& notifier) const noexcept;
         void enteredFrom(const Entry& held) const;
 
-        const NotifierBase* notifier_; // null once it is destroyed
+        const NotifierBase* notifier_; // null once it is destroyed in the same turn
+        const unsigned turn_;
         const std::type_info* callback_ = nullptr;
         Entry* const outer_;
     };
@@ -50,5 +51,6 @@ public:
     static void forget(const NotifierBase* notifier);
 
 private:
-    static std::atomic<bool> isOn_;
+    // How often it was turned on or off: odd while it is on.
+    static std::atomic<unsigned> turn_;
 };
