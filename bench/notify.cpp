@@ -24,11 +24,11 @@ using namespace bench::notify;
 using IntEvent = NotifierEvent<int>;
 
 // A notifier with clients, which lives to the end of the program.
-template <class Notifier, class Message>
+template <class Notifier, class Message, int (Client::*handler)(const Message&)>
 class Stage
 {
 public:
-    Stage(int count, int (Client::*handler)(const Message&)) : handler_(handler)
+    explicit Stage(int count)
     {
         for (int i = 0; i < count; ++i)
             guards_.push_back(registered());
@@ -36,18 +36,17 @@ public:
 
     Mw::Ptr<Mw::Guard> registered()
     {
-        using Callback = MethodCallback<Client, Message>;
-        return notifier_.registerNotification(
-            Mw::Ptr<iCallbackBase<int, Message>>(new Callback(&clients_.emplace_back(), handler_)));
+        return notifier_.registerNotification(Mw::makePtr<BoundCallback<handler>>(&clients_.emplace_back()));
     }
     GenericNotifier<Message>& notifier() { return notifier_; }
 
 private:
-    int (Client::*handler_)(const Message&);
     Notifier notifier_;
     std::deque<Client> clients_;
     std::vector<Mw::Ptr<Mw::Guard>> guards_;
 };
+
+using EventStage = Stage<GenericNotifier<IntEvent>, IntEvent, &Client::takeEvent<IntEvent>>;
 
 // A record that is called directly, for the walk alone.
 struct Record : DLListRec
@@ -67,14 +66,13 @@ void addIssue(bench::Registry& registry, int count)
                       "Issues a NotifyMsg to so many clients.",
                       {{ratio, "vector and a handle"}, {0.2, "boost::signals2"}}});
 
-    using EventStage = Stage<GenericNotifier<IntEvent>, IntEvent>;
-    auto* const events = new EventStage(count, &Client::takeEvent<IntEvent>);
+    auto* const events = new EventStage(count);
     registry.ours(eventCase(count),
                   [&notifier = events->notifier(), number = 0]() mutable {
                       bench::hidden(&notifier)->issueNotification(IntEvent{0, nullptr, ++number}, 2);
                   });
 
-    auto* const messages = new Stage<Notifier, NotifyMsg>(count, &Client::takeMessage<NotifyMsg>);
+    auto* const messages = new Stage<Notifier, NotifyMsg, &Client::takeMessage<NotifyMsg>>(count);
     registry.ours(messageCase(count), [&notifier = messages->notifier(), message = NotifyMsg("changed", {})]
                   { bench::hidden(&notifier)->issueNotification(message, 2); });
 }
@@ -110,11 +108,10 @@ void addRegister(bench::Registry& registry, int others)
     registry.declare({registerCase(others),
                       "Registers a client at a notifier with so many others, and releases it.",
                       {{1.5, bench::theLimit}}});
-    using EventStage = Stage<GenericNotifier<IntEvent>, IntEvent>;
-    auto* const events = new EventStage(others, &Client::takeEvent<IntEvent>);
+    auto* const events = new EventStage(others);
     static Client client;
-    const Mw::Ptr<iCallbackBase<int, IntEvent>> callback(
-        new MethodCallback<Client, IntEvent>(&client, &Client::takeEvent<IntEvent>));
+    const Mw::Ptr<iCallbackBase<int, IntEvent>> callback =
+        Mw::makePtr<BoundCallback<&Client::takeEvent<IntEvent>>>(&client);
     registry.ours(registerCase(others),
                   [events, callback]
                   {

@@ -126,10 +126,8 @@ template <class T>
 ValClientReceiver<T>::ValClientReceiver(MultiValClient<T>* client, ValServer<T>* server)
     : ValClientReceiverBase(server), client(client)
 {
-    using Callback = MethodCallback<ValClientReceiver, NotifierEvent<T>>;
-    const Mw::Ptr<iCallbackBase<int, NotifierEvent<T>>> callback(
-        new Callback(this, &ValClientReceiver::valChangedNtfy));
-    guard = server->registerNotification(callback, CallbackInvokerBase::anyType());
+    guard = server->registerNotification(Mw::makePtr<BoundCallback<&ValClientReceiver::valChangedNtfy>>(this),
+                                         CallbackInvokerBase::anyType());
 }
 
 // What each case does last may end this receiver, and the callback that made the call.
@@ -208,9 +206,8 @@ void MultiValClient<T>::addManagerFor(ValServer<T>* server)
     ValManagerBase<T>* const manager = server != nullptr ? server->getManager() : nullptr;
     if (manager == nullptr || indexOf(manager) != managers.size())
         return;
-    using Callback = MethodCallback<MultiValClient, NotifyMsg>;
     if (!batchCallback)
-        batchCallback = Mw::makePtr<Callback>(this, &MultiValClient::handleNotification);
+        batchCallback = Mw::makePtr<BoundCallback<&MultiValClient::handleNotification>>(this);
     managers.push_back({manager, manager->registerNotification(batchCallback, CallbackInvokerBase::anyType())});
 }
 

@@ -99,9 +99,8 @@ void ValClient<T>::registerWith(ValServer<T>* newServer)
         guard.reset();
         return;
     }
-    using Callback = MethodCallback<ValClient, NotifierEvent<T>>;
-    const Mw::Ptr<iCallbackBase<int, NotifierEvent<T>>> callback(new Callback(this, &ValClient::handleValueChange));
-    guard = newServer->registerNotification(callback, CallbackInvokerBase::anyType());
+    guard = newServer->registerNotification(Mw::makePtr<BoundCallback<&ValClient::handleValueChange>>(this),
+                                            CallbackInvokerBase::anyType());
 }
 
 template <class T>
