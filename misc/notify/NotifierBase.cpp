@@ -27,21 +27,6 @@ private:
     CallbackInvokerBase* invoker_;
 };
 
-// Runs `body` in the notifier's lock.
-template <class Body>
-decltype(auto) inside(const NotifierBase& notifier, CriticalSection& section, Body body)
-{
-    const auto locked = [&]() -> decltype(auto)
-    {
-        const CriticalSection::Lock lock(section);
-        return body();
-    };
-    if (!NotifierRecorder::isOn()) [[likely]]
-        return locked();
-    const NotifierRecorder::Entry entry(notifier);
-    return locked();
-}
-
 } // namespace
 
 int CallbackInvokerBase::anyType()
@@ -61,13 +46,13 @@ Mw::Ptr<Mw::Guard> NotifierBase::registerInternal(CallbackInvokerBase* invoker)
     std::unique_ptr<CallbackInvokerBase> owned(invoker);
     Mw::Ptr<Mw::Guard> guard(new CallbackGuard(*this, *invoker));
     owned.release();
-    inside(*this, lock_, [&] { clients_.append(invoker); });
+    inLock([&] { clients_.append(invoker); });
     return guard;
 }
 
 void NotifierBase::deregisterNotification(CallbackInvokerBase* invoker)
 {
-    inside(*this, lock_, [&] { clients_.remove(invoker); });
+    inLock([&] { clients_.remove(invoker); });
 }
 
 void NotifierBase::deregisterNotification(Mw::Ptr<Mw::Guard>& guard)
@@ -77,7 +62,7 @@ void NotifierBase::deregisterNotification(Mw::Ptr<Mw::Guard>& guard)
 
 bool NotifierBase::hasClientsLocked() const
 {
-    return inside(*this, lock_, [&] { return !clients_.empty(); });
+    return inLock([&] { return !clients_.empty(); });
 }
 
 LightweightString<char> NotifierBase::clientsText() const
@@ -97,7 +82,7 @@ LightweightString<char> NotifierBase::clientsText() const
             text += types.msgTypeName(client.msgType()) + " " + typeName(client.callbackType()) + last;
         }
     };
-    inside(*this, lock_, addLines);
+    inLock(addLines);
     return text;
 }
 

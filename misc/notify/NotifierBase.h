@@ -87,7 +87,25 @@ protected:
     // Takes the invoker, which comes from `new`, as the last client.
     Mw::Ptr<Mw::Guard> registerInternal(CallbackInvokerBase* invoker);
 
+    // Runs `body` in the lock, and tells the recorder.
+    template <class Body>
+    decltype(auto) inLock(Body body) const;
+
     // Issuing is const, and turns the list.
     mutable CriticalSection lock_{"notifier"};
     mutable DLList clients_{true};
 };
+
+template <class Body>
+inline decltype(auto) NotifierBase::inLock(Body body) const
+{
+    const auto locked = [&]() -> decltype(auto)
+    {
+        const CriticalSection::Lock lock(lock_);
+        return body();
+    };
+    if (!NotifierRecorder::isOn()) [[likely]]
+        return locked();
+    const NotifierRecorder::Entry entry(*this);
+    return locked();
+}

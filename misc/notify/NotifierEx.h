@@ -26,15 +26,15 @@ public:
 template <class T>
 NotifierEx<T>::~NotifierEx()
 {
-    if (this->hasClients())
-        NotifierEx::issueNotification(Event(), NotifyMsgTypeDictionary::destroyType);
+    constexpr int type = NotifyMsgTypeDictionary::destroyType;
+    this->issueMade([this] { return Event{type, this, T()}; }, type);
 }
 
 template <class T>
 void NotifierEx<T>::issueNotification(const Event& event, int type) const
 {
-    event.type = type;
-    event.source = this;
+    event.type.write(type);
+    event.source.write(this);
     GenericNotifier<Event>::issueNotification(event, type);
 }
 

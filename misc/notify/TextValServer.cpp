@@ -5,20 +5,21 @@
 
 bool TextValServer::updateAndNotify(const Text& newValue)
 {
-    const CriticalSection::Lock writing(writing_);
     Text candidate(newValue);
     if (!validate(candidate))
         return false;
-    {
-        const std::unique_lock lock(lock_);
-        store(candidate);
-    }
+    inLock(
+        [&]
+        {
+            const std::unique_lock writing(readers_);
+            value.swap(candidate);
+        });
     notifyValChanged();
     return true;
 }
 
 TextValServer::Text TextValServer::text() const
 {
-    const std::shared_lock lock(lock_);
+    const std::shared_lock reading(readers_);
     return value;
 }
