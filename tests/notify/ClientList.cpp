@@ -278,14 +278,15 @@ private:
 
 TEST(ClientList, behavesAsToldWhateverItsClientsDo)
 {
-    for (long steps = 0; steps < 1'000'000 && !HasFailure();)
+    const unsigned firstSeed = std::random_device()();
+    std::cout << "first seed " << firstSeed << std::endl;
+    unsigned seed = firstSeed;
+    for (long steps = 0; steps < 1'000'000 && !HasFailure(); ++seed)
     {
-        const unsigned seed = std::random_device()();
+        SCOPED_TRACE(seed);
         Play play(seed);
         for (int round = 0; round < 2000 && !HasFailure(); ++round)
             play.round();
         steps += play.steps();
-        if (HasFailure())
-            std::cout << "seed " << seed << std::endl;
     }
 }

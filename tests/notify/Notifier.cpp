@@ -1,7 +1,9 @@
 #include "misc/notify/Notifier.h"
 
 #include "misc/diagnostics/FatalError.h"
+#include "misc/notify/CallbackChain.h"
 #include "misc/notify/Notifiable.h"
+#include "misc/notify/ValClient.h"
 #include "platform/Sanitized.h"
 
 #include <gtest/gtest.h>
@@ -21,10 +23,12 @@ std::atomic<long> allocations{0};
 constexpr int anyType = NotifyMsgTypeDictionary::anyType;
 constexpr int destroyType = NotifyMsgTypeDictionary::destroyType;
 
+using Told = std::vector<std::string>;
+
 // Writes down what it is told, and lets go of its guard when its notifier dies.
 struct Listener
 {
-    std::vector<std::string> told;
+    Told told;
     Mw::Ptr<Mw::Guard> guard;
 
     int take(const NotifyMsg& msg)
@@ -35,13 +39,15 @@ struct Listener
         return 1;
     }
     int count(const NotifyMsg&) { return 0; }
-    Mw::Ptr<iCallbackBase<int, NotifyMsg>> callback()
-    {
-        return Mw::makePtr<MethodCallback<Listener, NotifyMsg>>(this, &Listener::take);
-    }
+    Mw::Ptr<iCallbackBase<int, NotifyMsg>> callback() { return Mw::makePtr<BoundCallback<&Listener::take>>(this); }
 };
 
-using Told = std::vector<std::string>;
+template <class T>
+struct Deaf : ValClient<T>
+{
+    using ValClient<T>::ValClient;
+    void valChangedNtfy() override {}
+};
 
 } // namespace
 
@@ -111,7 +117,7 @@ TEST(Notifier, stampsAndTellsThoseWhoAskForTheTypeUntilItsEnd)
         EXPECT_EQ(two.told, (Told{"2 m", "0 m"}));
 
         const std::string clients = notifier.clientsText().c_str();
-        EXPECT_EQ(clients.find("1 * MethodCallback<(anonymous namespace)::Listener, NotifyMsg"), 0u) << clients;
+        EXPECT_EQ(clients.find("1 * BoundCallback<&(anonymous namespace)::Listener::take"), 0u) << clients;
         EXPECT_EQ(std::count(clients.begin(), clients.end(), '\n'), 2);
         for (int i = 0; i < 2; ++i)
             NotifierBase::deregisterNotification(two.guard);
@@ -136,20 +142,43 @@ TEST(Notifier, saysNothingAtItsEndInACrash)
     EXPECT_TRUE(listener.told.empty());
 }
 
+TEST(CallbackChain, callsBothThoughTheFirstEndsIt)
+{
+    Notifier notifier;
+    Listener leaving, behind;
+    leaving.guard =
+        notifier.registerNotification(Mw::makePtr<CallbackChain>(leaving.callback(), behind.callback()), anyType);
+    notifier.issueNotification(NotifyMsg("m", {}), destroyType);
+    EXPECT_FALSE(notifier.hasClients());
+    EXPECT_EQ(leaving.told, Told{"1 m"});
+    EXPECT_EQ(behind.told, Told{"1 m"});
+}
+
 TEST(Notifier, issuingAllocatesNothing)
 {
     if (MW_SANITIZED)
         GTEST_SKIP() << "the sanitizer counts for itself";
+    using Text = LightweightString<wchar_t>;
     Notifier notifier;
     Listener listener;
     const auto callback = Mw::makePtr<MethodCallback<Listener, NotifyMsg>>(&listener, &Listener::count);
     std::vector<Mw::Ptr<Mw::Guard>> guards(10);
     const NotifyMsg message("m", {});
+    const Text written = L"a text that needs a block";
+    ValServer<int> number(0);
+    ValServer<Text> text;
+    const Deaf<int> ofNumber[] = {Deaf<int>(&number), Deaf<int>(&number)};
+    const Deaf<Text> ofText(&text);
+
     const long before = allocations;
     for (Mw::Ptr<Mw::Guard>& guard : guards)
         guard = notifier.registerNotification(callback);
     EXPECT_EQ(allocations - before, 20) << "a record and a guard for each";
     notifier.issueNotification(message, 2);
+    number = 1;
+    text = written;
+    number.preNotifyValChanged();
+    number.issueNotification({.value = 3}, 2);
     EXPECT_EQ(allocations - before, 20);
 }
 

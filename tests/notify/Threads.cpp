@@ -1,6 +1,6 @@
 #include "misc/diagnostics/Log.h"
 #include "misc/notify/Notifier.h"
-#include "misc/notify/NotifierEvent.h"
+#include "misc/notify/NotifierEx.h"
 #include "platform/ThreadSupport.h"
 
 #include <gtest/gtest.h>
@@ -63,34 +63,40 @@ TEST(NotifierThreads, clientsComeAndGoWhileOthersIssue)
                             });
 }
 
-TEST(NotifierThreads, releasingAGuardWaitsForAWalkOnAnotherThread)
+TEST(NotifierThreads, aGuardAndTheNotifiersEndWaitForAWalkOnAnotherThread)
 {
-    EventNotifier notifier;
-    Client walking, leaving;
-    std::atomic<bool> inWalk{false}, released{false};
-    Mw::Ptr<Mw::Guard> guard = leaving.at(notifier);
-    walking.act = [&]
+    for (const bool atTheEnd : {false, true})
     {
-        inWalk = true;
-        inWalk.notify_one();
-        // Long enough for a release that doesn't wait to be seen.
-        for (int i = 0; i < 200; ++i)
+        auto notifier = std::make_unique<NotifierEx<int>>();
+        Client walking, leaving;
+        std::atomic<bool> inWalk{false}, over{false};
+        Mw::Ptr<Mw::Guard> guard = atTheEnd ? Mw::Ptr<Mw::Guard>() : leaving.at(*notifier);
+        Mw::Ptr<Mw::Guard> walkingGuard = walking.at(*notifier);
+        walking.act = [&]
         {
-            OS().threadMgr().yield();
-            EXPECT_FALSE(released);
-        }
-    };
-    const Mw::Ptr<Mw::Guard> walkingGuard = walking.at(notifier);
-    test::Runner releasing(
-        [&]
-        {
-            inWalk.wait(false);
-            guard.reset();
-            released = true;
-        });
-    notifier.issueNotification({}, 2);
-    releasing.join();
-    EXPECT_TRUE(released);
+            // The walk goes on in a list that is empty.
+            if (atTheEnd)
+                walkingGuard.reset();
+            inWalk = true;
+            inWalk.notify_one();
+            // Long enough for one that doesn't wait to be seen.
+            for (int i = 0; i < 200; ++i)
+            {
+                OS().threadMgr().yield();
+                EXPECT_FALSE(over);
+            }
+        };
+        const test::Runner ending(
+            [&]
+            {
+                inWalk.wait(false);
+                if (atTheEnd)
+                    notifier.reset();
+                guard.reset();
+                over = true;
+            });
+        notifier->issueNotification({}, 2);
+    }
 }
 
 TEST(NotifierRecorder, logsNotifiersEnteredInBothOrdersOnceAndBeforeAnythingHangs)
@@ -117,8 +123,22 @@ TEST(NotifierRecorder, logsNotifiersEnteredInBothOrdersOnceAndBeforeAnythingHang
         const test::Runner other([&] { enter(0, 1); });
     }
     enter(1, 0);
-    NotifierRecorder::turn(false);
+    // One that another takes the place of while the recorder is off was entered by nobody.
+    Client client;
+    Mw::Ptr<Mw::Guard> guard = client.at(notifiers[1]);
+    client.act = [&]
+    {
+        guard.reset();
+        NotifierRecorder::turn(false);
+        std::destroy_at(&notifiers[1]);
+        std::construct_at(&notifiers[1]);
+        NotifierRecorder::turn(true);
+        notifiers[0].issueNotification({}, 2);
+    };
+    notifiers[1].issueNotification({}, 2);
     enter(0, 1);
+    NotifierRecorder::turn(false);
+    enter(1, 0);
     SetLogOutput(nullptr);
 
     std::string text(static_cast<std::size_t>(std::ftell(log)), ' ');

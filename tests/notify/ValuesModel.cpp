@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <map>
 #include <memory>
 #include <random>
@@ -251,7 +252,7 @@ private:
 TEST(Values, doAsTheirModelWhoeverGoesInACall)
 {
     const unsigned seed = std::random_device()();
-    SCOPED_TRACE(seed);
+    std::cout << "seed " << seed << std::endl;
     std::mt19937 random(seed);
     const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
     const auto drawn = [&](int kinds) {
