@@ -1,6 +1,6 @@
 #include "misc/persistence/PStream.h"
 
-#include <gtest/gtest.h>
+#include "StoredObjects.h"
 
 #include <memory>
 #include <string>
@@ -8,25 +8,9 @@
 namespace
 {
 
-// A stream in memory with what a test put there.
-class PStreamTest : public testing::Test
+class PStreamTest : public stored::StoredObjects
 {
 protected:
-    void put(const std::string& bytes)
-    {
-        file_.close();
-        file_.write(bytes.data(), static_cast<unsigned>(bytes.size()));
-        file_.setPosition(0);
-    }
-    std::string bytes()
-    {
-        file_.setPosition(0);
-        std::string all(file_.size(), '\0');
-        EXPECT_TRUE(
-            file_.readBinary(reinterpret_cast<unsigned char*>(all.data()), static_cast<unsigned>(all.size()), true));
-        return all;
-    }
-
     template <class T>
     void expectNext(T expected)
     {
@@ -34,9 +18,6 @@ protected:
         stream_ >> value;
         EXPECT_EQ(value, expected);
     }
-
-    StreamFile file_;
-    PStream stream_{&file_};
 };
 
 } // namespace
@@ -60,7 +41,7 @@ TEST_F(PStreamTest, primitivesAreLittleEndianInTheirOwnWidth)
                                "\x00\x00\x00\x00\x00\x00\x39\x40"
                                "take 7\0\x04\x00\x00\x00reel",
                                56);
-    EXPECT_EQ(bytes(), expected);
+    EXPECT_EQ(written(), expected);
 
     file_.setPosition(0);
     expectNext('A');
@@ -84,7 +65,7 @@ TEST_F(PStreamTest, binaryBlocksHaveTheirThreeForms)
         file_.close();
         const unsigned written =
             stream_.writeBinary(reinterpret_cast<const unsigned char*>(data), length, counted, raw);
-        return bytes() + "=" + std::to_string(written);
+        return this->written() + "=" + std::to_string(written);
     };
     EXPECT_EQ(form("abc", 0, false, false), std::string("abc\0=3", 6));
     EXPECT_EQ(form("abc", 2, true, false), std::string("\2\0\0\0ab=2", 8));
@@ -128,9 +109,8 @@ TEST_F(PStreamTest, blockOfAnotherLengthIsRefusedBehindItsLength)
 {
     put(std::string("\3\0\0\0abc", 7));
     unsigned char block[4];
-    testing::internal::CaptureStdout();
     EXPECT_FALSE(file_.readBinary(block, 4, false));
-    EXPECT_EQ(testing::internal::GetCapturedStdout().substr(0, 25), "assertion failed false at");
+    EXPECT_EQ(said().substr(0, 25), "assertion failed false at");
     EXPECT_EQ(file_.position(), 4u);
     file_.setPosition(0);
     EXPECT_TRUE(file_.readBinary(block, 3, false));

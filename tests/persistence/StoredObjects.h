@@ -1,12 +1,9 @@
 #pragma once
 
-#include "misc/diagnostics/Log.h"
+#include "QuietTest.h"
 #include "misc/persistence/StreamObjectManager.h"
 #include "misc/persistence/StreamableLayer.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -115,16 +112,10 @@ inline std::string titleObject(unsigned version)
 }
 
 // A stream in memory, and what is said meanwhile.
-class StoredObjects : public testing::Test
+class StoredObjects : public QuietTest
 {
 protected:
-    void SetUp() override { SetLogOutput(log_); }
-    void TearDown() override
-    {
-        SetLogOutput(nullptr);
-        std::fclose(log_);
-        Bin::onPack = nullptr;
-    }
+    ~StoredObjects() override { Bin::onPack = nullptr; }
 
     // Begins a stream with these bytes, in the version that every reading begins with.
     void put(const std::string& bytes)
@@ -146,17 +137,7 @@ protected:
         stream_ << object;
         return written();
     }
-    // What was printed since the last time.
-    std::string said()
-    {
-        std::string text(static_cast<std::size_t>(std::ftell(log_)), '\0');
-        std::rewind(log_);
-        text.resize(std::fread(text.data(), 1, text.size(), log_));
-        std::rewind(log_);
-        return text;
-    }
 
-    std::FILE* log_ = std::tmpfile();
     StreamFile file_;
     PStream stream_{&file_};
 };

@@ -2,13 +2,10 @@
 
 #include "OS/testing/FailingFileMgr.h"
 #include "OS/testing/MemoryFileMgr.h"
-#include "misc/diagnostics/Log.h"
+#include "QuietTest.h"
 #include "platform/TempFolder.h"
 
-#include <gtest/gtest.h>
-
 #include <fstream>
-
 #include <random>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -38,23 +35,15 @@ std::string readFile(const Path& path)
     return bytes;
 }
 
-class StreamFileTest : public testing::Test
+class StreamFileTest : public QuietTest
 {
 protected:
-    void SetUp() override { SetLogOutput(log_); }
-    void TearDown() override
-    {
-        SetLogOutput(nullptr);
-        std::fclose(log_);
-    }
-
     std::filesystem::path file() const { return folder_.path() / "objects"; }
     Path path() const { return TempFolder::wideOf(file()); }
     bool tmpExists() const { return std::filesystem::exists(file().string() + ".TMP"); }
     long logged() { return std::ftell(log_); }
 
     const TempFolder folder_;
-    std::FILE* const log_ = std::tmpfile();
 };
 
 } // namespace

@@ -1,13 +1,10 @@
 #pragma once
 
 #include "OS/FileMgr.h"
-#include "misc/diagnostics/Log.h"
+#include "QuietTest.h"
 #include "misc/persistence/TagBase.h"
 #include "misc/persistence/TagMarkerTable.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
 #include <functional>
 #include <string>
 #include <utility>
@@ -181,28 +178,14 @@ inline Mw::Ptr<Cut> makeCut(int number, const Text& name, double gain = 0)
     return cut;
 }
 
-// Keeps what is said out of the test's output.
-class SwapTableTest : public testing::Test
+class SwapTableTest : public QuietTest
 {
 protected:
-    void SetUp() override { SetLogOutput(log_); }
-    void TearDown() override
+    ~SwapTableTest() override
     {
-        SetLogOutput(nullptr);
-        std::fclose(log_);
         Shot::onDisplace = nullptr;
         Cut::onPack = nullptr;
         Cut::onUnpack = nullptr;
-    }
-
-    // What was said since the last time.
-    std::string said()
-    {
-        std::string text(static_cast<std::size_t>(std::ftell(log_)), '\0');
-        std::rewind(log_);
-        text.resize(std::fread(text.data(), 1, text.size(), log_));
-        std::rewind(log_);
-        return text;
     }
 
     Mw::Ptr<TagMarkerTable> open(bool& failed, iFile::eOpenBehaviour behaviour = iFile::eOpenAlways) const
@@ -221,7 +204,6 @@ protected:
 
     Path folder_ = L"/home";
     Cookie cookie_{'P', 7, 0, 5};
-    std::FILE* const log_ = std::tmpfile();
 };
 
 } // namespace swaptables
