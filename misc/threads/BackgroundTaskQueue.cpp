@@ -35,6 +35,19 @@ unsigned cutTo8Bits(int value)
 
 } // namespace
 
+class [[nodiscard]] BackgroundTaskQueueBase::RemovalLock
+{
+public:
+    explicit RemovalLock(const BackgroundTaskQueueBase& queue) noexcept
+        : events_(queue.events_.lock()), own_(queue.lock_)
+    {
+    }
+
+private:
+    const CriticalSection::Lock events_;
+    const CriticalSection::Lock own_;
+};
+
 class BackgroundTaskQueueBase::Run
 {
 public:
@@ -81,7 +94,15 @@ bool BackgroundTaskQueueBase::enqueue(const Task& task, End end, bool unique)
     task->setQueue(this);
     if (!announce(task, end, unique))
         return false;
-    issue(eTaskQueued, task);
+    try
+    {
+        issue(eTaskQueued, task);
+    }
+    catch (...)
+    {
+        forget(task);
+        throw;
+    }
     append(task, end);
     return true;
 }
@@ -103,6 +124,13 @@ bool BackgroundTaskQueueBase::announce(const Task& task, End end, bool unique)
     return true;
 }
 
+void BackgroundTaskQueueBase::forget(const Task& task)
+{
+    const CriticalSection::Lock lock(lock_);
+    if (const auto announced = std::ranges::find(announced_, task); announced != announced_.end())
+        announced_.erase(announced);
+}
+
 // The thread that wakes needs the lock at once, and may well take the caller's place on its processor.
 void BackgroundTaskQueueBase::append(const Task& task, End end)
 {
@@ -115,18 +143,14 @@ void BackgroundTaskQueueBase::append(const Task& task, End end)
         queue->wake();
 }
 
-// Null if there is nothing to run: the task may have been aborted meanwhile, and the queue closed.
+// Null if there is nothing to run: the task may have been aborted meanwhile. If the queue was closed, the shutdown that
+// did so removes the task.
 BackgroundTaskQueueBase::QueuePtr BackgroundTaskQueueBase::insert(const Task& task, End end)
 {
-    const auto announced = std::find(announced_.begin(), announced_.end(), task);
-    if (announced == announced_.end())
-        return {};
-    const QueuePtr queue = makeQueue();
+    const auto announced = std::ranges::find(announced_, task);
+    const QueuePtr queue = announced != announced_.end() ? makeQueue() : QueuePtr();
     if (!queue)
-    {
-        removeQueued(task);
         return {};
-    }
     announced_.erase(announced);
     task->queued();
     end == End::Back ? queue->append(task) : queue->prepend(task);
@@ -155,12 +179,24 @@ bool BackgroundTaskQueueBase::isQueued(const Task& task) const
 
 void BackgroundTaskQueueBase::setTaskStatus(Task task, iBackgroundTask::eStatus status)
 {
-    const CriticalSection::Lock lock(lock_);
+    if (status == iBackgroundTask::eAbortRequested)
+    {
+        const RemovalLock lock(*this);
+        setRunningStatus(task, status);
+        removeQueued(task);
+    }
+    else
+    {
+        const CriticalSection::Lock lock(lock_);
+        setRunningStatus(task, status);
+    }
+}
+
+void BackgroundTaskQueueBase::setRunningStatus(const Task& task, iBackgroundTask::eStatus status)
+{
     for (const InProgress& running : inProgress_)
         if (running.task == task)
             running.status->set(status);
-    if (status == iBackgroundTask::eAbortRequested)
-        removeQueued(task);
 }
 
 void BackgroundTaskQueueBase::removeQueued(const Task& task)
@@ -201,7 +237,7 @@ void BackgroundTaskQueueBase::setAllTasksPaused(bool paused)
 // Listeners may change the lists.
 void BackgroundTaskQueueBase::abortAllTasks()
 {
-    const CriticalSection::Lock lock(lock_);
+    const RemovalLock lock(*this);
     std::vector<Task> tasks = getQueuedTasks();
     for (const InProgress& running : inProgress_)
         tasks.push_back(running.task);
@@ -237,7 +273,7 @@ void BackgroundTaskQueueBase::shutdown(Shutdown::eExitType)
 
     std::vector<Mw::Ptr<Mw::Guard>> guards;
     {
-        const CriticalSection::Lock lock(lock_);
+        const RemovalLock lock(*this);
         for (const Task& task : getQueuedTasks())
             removeQueued(task);
         queue_.reset();
@@ -253,8 +289,9 @@ void BackgroundTaskQueueBase::close()
 
 void BackgroundTaskQueueBase::addListener(const Mw::Ptr<iCallbackBase<int, NotifyMsg>>& listener, eEventType type)
 {
+    const Mw::Ptr<Mw::Guard> guard = events_.registerNotification(listener, type);
     const CriticalSection::Lock lock(lock_);
-    guards_.push_back(notifier_.registerNotification(listener, type));
+    guards_.push_back(guard);
 }
 
 bool BackgroundTaskQueueBase::empty() const
@@ -363,6 +400,6 @@ void BackgroundTaskQueueBase::restoreThread(const InProgress& entry)
 
 void BackgroundTaskQueueBase::issue(eEventType type, const Task& task) const
 {
-    if (notifier_.hasClients())
-        notifier_.issueNotification(NotifyMsg(task), type);
+    if (events_.hasClients())
+        events_.issueNotification(NotifyMsg(task), type);
 }

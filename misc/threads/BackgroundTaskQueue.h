@@ -26,7 +26,8 @@ public:
     ~BackgroundTaskQueueBase() override;
 
     // Queues a task behind the others, after telling the listeners. False if it was not queued: with `unique`, if a
-    // task of its name runs, or the same task is queued already; and for a null one, or once the program stops.
+    // task of its name runs, or the same task is queued already; and for a null one, or once the program stops. An
+    // exception of a listener goes on to the caller, and the task is not queued.
     bool queue(Mw::Ptr<iBackgroundTask> task, bool unique);
 
     // The same before the others, unique or not. For the main thread.
@@ -107,6 +108,17 @@ private:
         bool hasBegun = false; // until then it is taken from the queue
     };
 
+    // Tells of events, some of them under the queue's lock. Listeners, who are called under the lock of the notifier,
+    // may use the queue: so the lock of the notifier is the first to be taken.
+    class Events : public Notifier
+    {
+    public:
+        CriticalSection& lock() const noexcept { return lock_; }
+    };
+
+    // Takes what is needed to remove tasks.
+    class RemovalLock;
+
     // Enters a task for a scope.
     class Run;
 
@@ -117,6 +129,8 @@ private:
     bool enqueue(const Task& task, End end, bool unique);
     bool announce(const Task& task, End end, bool unique);
     void append(const Task& task, End end);
+    void setRunningStatus(const Task& task, iBackgroundTask::eStatus status);
+    void forget(const Task& task);
     void removeQueued(const Task& task);
     void enter(const InProgress& entry);
     InProgress begin(const Task& task);
@@ -132,9 +146,10 @@ private:
     static constexpr unsigned stackSizeBytes = 524288;
     static constexpr unsigned shutdownPriority = 451;
 
-    // Taken before that of the queue. A task moves on under it: it is announced, queued, in progress.
+    // Taken after that of the notifier and before that of the queue. A task moves on under it: it is announced, queued,
+    // in progress.
     mutable CriticalSection lock_{"background task queue"};
-    Notifier notifier_;
+    Events events_;
     std::vector<Mw::Ptr<Mw::Guard>> guards_; // go before the notifier
     std::vector<Task> announced_;            // listeners are being told that they are queued
     std::vector<InProgress> inProgress_;     // as many as there are threads
