@@ -3,9 +3,13 @@
 #include "QuietTest.h"
 #include "misc/persistence/StreamObjectManager.h"
 #include "misc/persistence/StreamableLayer.h"
+#include "platform/Sanitized.h"
 
+#include <fstream>
 #include <functional>
 #include <string>
+#include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 // Persistent classes and their stored bytes, put together without the code that is tested.
@@ -63,6 +67,27 @@ struct Layer
     std::string body;
     unsigned majorRev = 1;
     unsigned minorRev = 0;
+};
+
+// While one stands, the process gets few bytes more: whoever believes a damaged size runs out of memory.
+class LittleMemory
+{
+public:
+    LittleMemory()
+    {
+        long pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        ::getrlimit(RLIMIT_AS, &before_);
+        const rlimit little{static_cast<rlim_t>(pages * ::sysconf(_SC_PAGESIZE)) + (8u << 20), before_.rlim_max};
+        if (!MW_SANITIZED)
+            ::setrlimit(RLIMIT_AS, &little);
+    }
+    ~LittleMemory() { ::setrlimit(RLIMIT_AS, &before_); }
+    LittleMemory(const LittleMemory&) = delete;
+    LittleMemory& operator=(const LittleMemory&) = delete;
+
+private:
+    rlimit before_;
 };
 
 inline std::string bytesOf(unsigned value, unsigned count)

@@ -2,8 +2,6 @@
 
 #include "StoredObjects.h"
 
-#include <sys/resource.h>
-
 using namespace stored;
 
 namespace
@@ -149,6 +147,7 @@ TEST_F(StreamObjects, cutFileIsNeverReadAsWhole)
     for (const std::string& object : {titleObject(2), binWith(2, {titleObject(2), binWith(2, {titleObject(1)})}),
                                       titleObject(1), binWith(1, {titleObject(1)}), unknownObject(), titleObject(2)})
         ends.push_back((whole += object).size());
+    const LittleMemory little;
     for (std::size_t cut = 0; cut <= whole.size(); ++cut)
     {
         put(whole.substr(0, cut));
@@ -175,6 +174,7 @@ TEST_F(StreamObjects, changedBitOfARecordIsNeverReadAsWhole)
         const std::string clips = object(version, "C.T", layersOf(std::string("End", 4)));
         return clips + object(version, "B", {{"B", bytesOf(inverted ? ~1u : 1u, 4) + clips, rev, rev}}) + clips;
     };
+    const LittleMemory little;
     for (const unsigned version : {1u, 2u})
     {
         const std::string bytes = sample(version, 1, false);
