@@ -62,7 +62,7 @@ std::string differenceName(const std::string& command, int key)
 {
     char code[16];
     std::snprintf(code, sizeof code, "0x%04X", static_cast<unsigned>(key));
-    return "GlobalCommands:\"" + command + "\":" + code + ":::";
+    return "GlobalCommands:\"" + command + "\":" + code + "::::";
 }
 
 } // namespace
