@@ -55,13 +55,6 @@ KeyMap::KeyMap(const Output& output, MapItem const* keys, const UIString& displa
         addDefault(*keys);
 }
 
-KeyMap::KeyMap(const KeyMap& other)
-    : items_(other.items_), output_(other.output_), displayName_(other.displayName_),
-      displayDescription_(other.displayDescription_), scope_(other.scope_), valid_(other.valid_), tag_(other.tag_),
-      defaults_(other.defaults_ ? std::make_unique<const std::vector<MapItem>>(*other.defaults_) : nullptr)
-{
-}
-
 void KeyMap::addDefault(const MapItem& item)
 {
     if (!addMapItem(item))
@@ -96,7 +89,6 @@ bool KeyMap::addMapItem(const MapItem& item)
         return true;
     if (holds(items_, item.mappedKeyCode()))
         return false;
-    keepDefaults();
     items_.push_back(item);
     return true;
 }
@@ -106,21 +98,25 @@ bool KeyMap::removeMapItem(int keycode)
     const auto found = find(items_, keycode);
     if (found == items_.end() || found->readOnly())
         return false;
-    const auto place = found - items_.begin();
-    keepDefaults();
-    items_.erase(items_.begin() + place);
+    if (static_cast<std::size_t>(found - items_.begin()) < numDefaults_)
+    {
+        takenDefaults_.push_back(*found);
+        --numDefaults_;
+    }
+    items_.erase(found);
     return true;
 }
 
 bool KeyMap::isDefaultKey(int keycode) const noexcept
 {
-    return holds(defaultItems(), keycode);
+    const auto found = find(items_, keycode);
+    return static_cast<std::size_t>(found - items_.begin()) < numDefaults_ || holds(takenDefaults_, keycode);
 }
 
-void KeyMap::keepDefaults()
+void KeyMap::makeKeysDefault() noexcept
 {
-    if (!defaults_)
-        defaults_ = std::make_unique<const std::vector<MapItem>>(items_);
+    numDefaults_ = items_.size();
+    takenDefaults_.clear();
 }
 
 bool KeyMap::executeCommand() const

@@ -5,7 +5,8 @@
 #include "misc/base/UIString.h"
 #include "misc/commands/MapItem.h"
 
-#include <memory>
+#include <cstddef>
+#include <utility>
 #include <vector>
 
 // One action that keys can be bound to: its output, which is a number or the name of a command, and the keys that
@@ -54,12 +55,6 @@ public:
     KeyMap(const Output& output, MapItem const* keys, const UIString& displayName = {},
            const UIString& displayDescription = {}, KeyMapScope scope = notInReports);
 
-    KeyMap(const KeyMap& other);
-    KeyMap(KeyMap&&) noexcept = default;
-    KeyMap& operator=(const KeyMap& other) { return *this = KeyMap(other); }
-    KeyMap& operator=(KeyMap&&) noexcept = default;
-    ~KeyMap() = default;
-
     bool valid() const noexcept { return valid_; }
     eOutputMode outputMode() const noexcept { return output_.mode; }
     int outputValue() const noexcept { return output_.value; }
@@ -85,11 +80,10 @@ public:
     // False for a code that isn't there, and for an item that is read only.
     bool removeMapItem(int keycode);
 
-    // The keys that the map was made with, whether or not they are bound now.
-    const std::vector<MapItem>& defaultItems() const noexcept { return defaults_ ? *defaults_ : items_; }
+    // Whether the map was made with the key, which may have been removed since.
     bool isDefaultKey(int keycode) const noexcept;
     // From now on the present keys are the defaults.
-    void makeKeysDefault() noexcept { defaults_.reset(); }
+    void makeKeysDefault() noexcept;
 
     // Runs the command that the output string names, without a context. False if there is no such command.
     bool executeCommand() const;
@@ -100,16 +94,16 @@ public:
 
 private:
     void addDefault(const MapItem& item);
-    void keepDefaults();
 
-    std::vector<MapItem> items_;
+    std::vector<MapItem> items_;         // the first of them are those that the map was made with
+    std::vector<MapItem> takenDefaults_; // the others of those; they may be among the items again
+    std::size_t numDefaults_ = 0;
     Output output_{0};
     mutable Text displayName_;
     mutable Text displayDescription_;
     KeyMapScope scope_ = notInReports;
     bool valid_ = false;
     mutable void* tag_ = nullptr;
-    std::unique_ptr<const std::vector<MapItem>> defaults_; // null while the items are the defaults
 };
 
 // The text of the resource, or the default if that is empty.

@@ -16,6 +16,7 @@
 #include <deque>
 #include <optional>
 #include <set>
+#include <string>
 #include <string_view>
 
 namespace
@@ -257,8 +258,12 @@ MappingManagerClientBase* MappingManager::client(unsigned index) const
 MappingManager::Differences MappingManager::differencesOf(const Client& client, const Outputs& outputs)
 {
     const Name prefix = RegistryString(client.internalName()).registryString(RegistryString::upToClient);
+    const bool areCommentsWanted = RegistryString::areCommentsWanted();
+    const std::vector<iSettings::NameValuePair> values = storedValues(section);
     Differences differences;
-    for (const auto& [name, value] : storedValues(section))
+    differences.reserve(values.size());
+    std::string present;
+    for (const auto& [name, value] : values)
     {
         Difference difference{name, value == added, {}, 0, {}};
         if (!std::string_view(name).starts_with(prefix) || !difference.key.registryString(name))
@@ -268,7 +273,9 @@ MappingManager::Differences MappingManager::differencesOf(const Client& client, 
             continue;
         difference.keyMap = *keyMap;
         difference.key.outputString(client.keyMap(*keyMap)->outputString());
-        difference.name = difference.key.registryString();
+        present.clear();
+        difference.key.appendTo(present, areCommentsWanted);
+        difference.name = present == std::string_view(name) ? name : Name(std::string_view(present));
         differences.push_back(std::move(difference));
     }
     // As they would come from a store that has them in the present form.
@@ -567,7 +574,7 @@ LightweightString<char> MappingManager::convertLegacyKeycodeString(const Name& o
         return {};
     key.outputValue(convertLegacyKeycode(key.outputValue()));
     const MapItem& item = key.mapItem();
-    if (item.usingCke() || item.lacksSlot())
+    if (key.isGesture())
     {
         const ComplexKeyboardEvent& event = item.cke();
         key.mapItem(MapItem(ComplexKeyboardEvent{convertLegacyKeycode(event.heldKey),

@@ -19,7 +19,7 @@ using Name = LightweightString<char>;
 constexpr std::size_t numFields = 6;
 
 // As "0x%04X".
-void appendHex(Name& text, int value)
+void appendHex(std::string& text, int value)
 {
     constexpr const char* digits = "0123456789ABCDEF";
     const auto bits = static_cast<unsigned>(value);
@@ -74,55 +74,71 @@ bool split(std::string_view text, std::array<std::string_view, numFields>& field
 
 } // namespace
 
+bool MappingManagerRegistryString::areCommentsWanted()
+{
+    return GlobalConfig().getValue("Show Mapping Comments", false, "");
+}
+
 LightweightString<char> MappingManagerRegistryString::registryString(PartENUM part) const
 {
-    Name text = internalName_;
-    text += ':';
-    if (part == upToClient)
-        return text;
+    std::string text;
+    if (part != upToClient && part != upToOutput)
+        appendTo(text, part != upToKey && areCommentsWanted());
+    else
+    {
+        text.append(internalName_).append(":");
+        if (part == upToOutput)
+            appendOutput(text);
+    }
+    return Name(std::string_view(text));
+}
+
+void MappingManagerRegistryString::appendTo(std::string& text, bool isCommentWanted) const
+{
+    text.append(internalName_).append(":");
+    appendOutput(text);
+    appendKey(text);
+    if (isCommentWanted)
+        appendComment(text);
+}
+
+void MappingManagerRegistryString::appendOutput(std::string& text) const
+{
     if (isEssentiallyEmpty(outputString_))
         appendHex(text, outputValue_);
     else
-    {
-        text += '"';
-        text += outputString_;
-        text += '"';
-    }
+        text.append("\"").append(outputString_).append("\"");
     text += ':';
-    if (part == upToOutput)
-        return text;
-    if (item_.usingCke() || item_.lacksSlot())
-    {
-        text += ':';
-        appendHex(text, item_.cke().heldKey);
-        text += ':';
-        appendHex(text, item_.cke().secondKey);
-        text += item_.cke().press != 0 ? ":P:" : "::";
-    }
-    else
+}
+
+void MappingManagerRegistryString::appendKey(std::string& text) const
+{
+    if (!isGesture())
     {
         appendHex(text, item_.mappedKeyCode());
         text += "::::";
+        return;
     }
-    if (part != upToKey && GlobalConfig().getValue("Show Mapping Comments", false, ""))
-        appendComment(text);
-    return text;
+    text += ':';
+    appendHex(text, item_.cke().heldKey);
+    text += ':';
+    appendHex(text, item_.cke().secondKey);
+    text += item_.cke().press != 0 ? ":P:" : "::";
 }
 
-void MappingManagerRegistryString::appendComment(Name& text) const
+void MappingManagerRegistryString::appendComment(std::string& text) const
 {
+    const auto shown = [](int keycode) { return toUTF8(keycodeToString(keycode)); };
     text += "   ";
-    text += isEssentiallyEmpty(outputString_) ? toUTF8(keycodeToString(outputValue_)) : outputString_;
+    text.append(isEssentiallyEmpty(outputString_) ? shown(outputValue_) : outputString_);
     text += " <- ";
-    if (item_.usingCke() || item_.lacksSlot())
+    if (!isGesture())
     {
-        text += "HOLD ";
-        text += toUTF8(keycodeToString(item_.cke().heldKey));
-        text += item_.cke().press != 0 ? " PRESS " : " TAP ";
-        text += toUTF8(keycodeToString(item_.cke().secondKey));
+        text.append(shown(item_.mappedKeyCode()));
+        return;
     }
-    else
-        text += toUTF8(keycodeToString(item_.mappedKeyCode()));
+    text.append("HOLD ").append(shown(item_.cke().heldKey));
+    text.append(item_.cke().press != 0 ? " PRESS " : " TAP ").append(shown(item_.cke().secondKey));
 }
 
 bool MappingManagerRegistryString::registryString(const Name& text)

@@ -4,6 +4,8 @@
 #include "OS/Export.h"
 #include "misc/commands/MapItem.h"
 
+#include <string>
+
 // One stored difference between the user's keys and the defaults: the client and the output of the action, and the
 // key that was added to it or taken away. Its text is the name under which the settings keep it; six fields, each
 // closed by a colon (docs/formats.md). One thread at a time.
@@ -38,10 +40,16 @@ public:
     void outputString(Name name) { outputString_ = std::move(name); }
     const MapItem& mapItem() const noexcept { return item_; }
     void mapItem(const MapItem& item) { item_ = item; }
+    // Whether the key is a gesture of two keys, with a slot or without.
+    bool isGesture() const noexcept { return item_.usingCke() || item_.lacksSlot(); }
     void outputValue(int value) noexcept { outputValue_ = value; }
 
     // The text, up to and including the colon that closes the part.
     Name registryString(PartENUM part = whole) const;
+
+    // Appends the six fields, and the comment if it is wanted.
+    void appendTo(std::string& text, bool isCommentWanted) const;
+    static bool areCommentsWanted();
 
     // Reads a text; a comment behind the sixth colon, and what stands in fields that the form leaves empty, is
     // passed over. False if it is none, with this object in no particular state; one without six colons is
@@ -49,7 +57,9 @@ public:
     bool registryString(const Name& text);
 
 private:
-    void appendComment(Name& text) const;
+    void appendOutput(std::string& text) const;
+    void appendKey(std::string& text) const;
+    void appendComment(std::string& text) const;
 
     Name internalName_;
     int outputValue_ = -1; // -1: not given
