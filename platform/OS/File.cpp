@@ -14,3 +14,13 @@ unsigned iFile::getCaps()
 {
     return eNoCaps;
 }
+
+bool iFile::reserve(std::uint64_t)
+{
+    return false;
+}
+
+bool iFile::startFlush(std::uint64_t, std::uint64_t)
+{
+    return false;
+}

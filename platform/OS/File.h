@@ -118,6 +118,15 @@ public:
 
     // Bits of eCaps; none by default.
     virtual unsigned getCaps();
+
+    // For writers of large files. Takes room on the disk up to this size, in one piece if it can be had, which
+    // makes writing up to there cheaper; contents and size stay. What is not written in the end is given back by
+    // `truncate`. False, as by default, if the disk doesn't do this or lacks the room, which is no reason to stop.
+    virtual bool reserve(std::uint64_t sizeBytes);
+
+    // Sends what was written there on its way to the disk, without waiting, so that a later `flushToDisk` has
+    // less to do; it promises nothing. False, as by default, if the system can't.
+    virtual bool startFlush(std::uint64_t offset, std::uint64_t sizeBytes);
 };
 
 // A file with a cursor and a buffer, for reading and writing from front to back. One thread at a time.

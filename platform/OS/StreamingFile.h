@@ -32,6 +32,11 @@ public:
     Identity identity() override { return file_->identity(); }
     bool isOpen() override { return file_->isOpen(); }
     unsigned getCaps() override { return file_->getCaps(); }
+    bool reserve(std::uint64_t sizeBytes) override { return file_->reserve(sizeBytes); }
+    bool startFlush(std::uint64_t offset, std::uint64_t sizeBytes) override
+    {
+        return flushBuffer() && file_->startFlush(offset, sizeBytes);
+    }
 
     std::int64_t readNext(void* buffer, std::size_t sizeBytes) override;
     bool readLine(LightweightString<char>& line) override;

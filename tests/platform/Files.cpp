@@ -102,6 +102,8 @@ TEST_P(Files, readsAndWritesNameTheirPlace)
     const Mw::Ptr<iFile> file = OS().fileMgr().openFile(in(L"a"), iFile::eReadWrite, iFile::eCreateNew);
     EXPECT_EQ(file->write("world", 5, 7), 5);
     EXPECT_EQ(file->write("hello", 5, 0), 5);
+    file->reserve(1 << 20);
+    file->startFlush(0, 12);
     EXPECT_EQ(file->size(), 12u);
     EXPECT_EQ(file->recalculateSize(), 12u);
     char buffer[20] = {};

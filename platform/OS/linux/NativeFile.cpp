@@ -260,3 +260,16 @@ unsigned NativeFile::getCaps()
 {
     return seeks_ ? eCapSeek | eCapResize : eNoCaps;
 }
+
+bool NativeFile::reserve(std::uint64_t sizeBytes)
+{
+    // Not posix_fallocate, which where the disk can't reserve writes zeros instead.
+    return keep(retryInterrupted(
+        [&] { return ::fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(sizeBytes)); }));
+}
+
+bool NativeFile::startFlush(std::uint64_t offset, std::uint64_t sizeBytes)
+{
+    return keep(::sync_file_range(descriptor_, static_cast<off_t>(offset), static_cast<off_t>(sizeBytes),
+                                  SYNC_FILE_RANGE_WRITE));
+}

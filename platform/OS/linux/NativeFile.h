@@ -30,6 +30,8 @@ public:
     Identity identity() override;
     bool isOpen() override;
     unsigned getCaps() override;
+    bool reserve(std::uint64_t sizeBytes) override;
+    bool startFlush(std::uint64_t offset, std::uint64_t sizeBytes) override;
 
 private:
     // Keeps the error of a call that failed (result < 0) or the absence of one.

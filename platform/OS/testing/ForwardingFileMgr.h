@@ -35,6 +35,11 @@ public:
     Identity identity() override { return target_->identity(); }
     bool isOpen() override { return target_->isOpen(); }
     unsigned getCaps() override { return target_->getCaps(); }
+    bool reserve(std::uint64_t sizeBytes) override { return target_->reserve(sizeBytes); }
+    bool startFlush(std::uint64_t offset, std::uint64_t sizeBytes) override
+    {
+        return target_->startFlush(offset, sizeBytes);
+    }
 
 private:
     const Mw::Ptr<iFile> target_;
