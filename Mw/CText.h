@@ -5,6 +5,7 @@
 #include <cstring>
 #include <cwchar>
 #include <string>
+#include <string_view>
 
 // The C library's operations on terminated texts under one name for both widths, and comparison that
 // ignores the case of the letters A to Z, whatever locale the host has set. Any thread.
@@ -29,26 +30,34 @@ inline int compare(const wchar_t* a, const wchar_t* b) noexcept
     return std::wcscmp(a, b);
 }
 
-// Whether `count` characters are the same, zeros included. Texts of 8 to 64 bytes, the most common, are
+// Whether `count` characters are the same, zeros included. Texts of 4 to 64 bytes, the most common, are
 // compared by words without a call; the last word may overlap the one before.
 template <class C>
 inline bool same(const C* a, const C* b, std::size_t count) noexcept
 {
-    constexpr std::size_t wordBytes = sizeof(std::uint64_t);
     const std::size_t sizeBytes = count * sizeof(C);
-    if (sizeBytes < wordBytes || sizeBytes > 64)
-        return std::memcmp(a, b, sizeBytes) == 0;
-    const auto wordAt = [](const C* text, std::size_t offsetBytes)
+    const auto sameByWords = [&](auto word)
     {
-        std::uint64_t word;
-        std::memcpy(&word, reinterpret_cast<const char*>(text) + offsetBytes, wordBytes);
-        return word;
+        const auto sameAt = [&](std::size_t offsetBytes)
+        {
+            auto first = word, second = word;
+            std::memcpy(&first, reinterpret_cast<const char*>(a) + offsetBytes, sizeof word);
+            std::memcpy(&second, reinterpret_cast<const char*>(b) + offsetBytes, sizeof word);
+            return first == second;
+        };
+        const std::size_t last = sizeBytes - sizeof word;
+        for (std::size_t at = 0; at < last; at += sizeof word)
+            if (!sameAt(at))
+                return false;
+        return sameAt(last);
     };
-    const std::size_t last = sizeBytes - wordBytes;
-    for (std::size_t at = 0; at < last; at += wordBytes)
-        if (wordAt(a, at) != wordAt(b, at))
-            return false;
-    return wordAt(a, last) == wordAt(b, last);
+    if (sizeBytes > 64 || sizeBytes < sizeof(std::uint32_t))
+        return std::memcmp(a, b, sizeBytes) == 0;
+    return sizeBytes >= sizeof(std::uint64_t) ? sameByWords(std::uint64_t()) : sameByWords(std::uint32_t());
+}
+inline bool same(std::string_view a, std::string_view b) noexcept
+{
+    return a.size() == b.size() && same(a.data(), b.data(), a.size());
 }
 
 // Of the first `count` characters.

@@ -200,6 +200,8 @@ private:
     friend Ptr<To, D, R> dynamicCast(const Ptr<From, D, R>&) noexcept;
     template <class To, class From, class D, class R>
     friend Ptr<To, D, R> dynamicCast(Ptr<From, D, R>&&) noexcept;
+    template <class To, class From, class D, class R>
+    friend Ptr<To, D, R> staticCast(Ptr<From, D, R>&&) noexcept;
 
     // A reference that is to be let go, apart from the Ptr that had it.
     struct Held
@@ -302,6 +304,16 @@ Ptr<To, D, R> dynamicCast(Ptr<From, D, R>&& from) noexcept
         to.object_ = object;
         from.object_ = nullptr;
     }
+    return to;
+}
+
+// The object as another class that it is known to have, taking the reference over.
+template <class To, class From, class D, class R>
+Ptr<To, D, R> staticCast(Ptr<From, D, R>&& from) noexcept
+{
+    Ptr<To, D, R> to;
+    to.count_ = from.count_;
+    to.object_ = static_cast<To*>(std::exchange(from.object_, nullptr));
     return to;
 }
 
