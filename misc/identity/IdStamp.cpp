@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -118,13 +119,46 @@ std::uint32_t nextWord(const char*& text) noexcept
     return wordOf(digits);
 }
 
-// Writes at least so many digits; gives where they end.
-char* writeHex(char* to, std::uint32_t word, unsigned leastDigits)
+// Eight digits as one number, the last in its lowest byte.
+constexpr std::uint64_t inEachByte = 0x0101010101010101;
+
+std::uint64_t digitsOf(std::uint32_t word) noexcept
 {
-    for (unsigned digits = wordDigits; digits > 0; --digits)
-        if (const std::uint32_t rest = word >> (digits - 1) * 4; digits <= leastDigits || rest != 0)
-            *to++ = "0123456789ABCDEF"[rest & 15];
-    return to;
+    std::uint64_t digits = (word & 0xFFFF) | std::uint64_t{word >> 16} << 32;
+    digits = (digits & 0x000000FF000000FF) | (digits & 0x0000FF000000FF00) << 8;
+    digits = (digits & 0x000F000F000F000F) | (digits & 0x00F000F000F000F0) << 4;
+    const std::uint64_t isLetter = (digits + 6 * inEachByte) >> 4 & inEachByte;
+    return digits + '0' * inEachByte + isLetter * ('A' - '9' - 1);
+}
+
+// Of what are no digits any word.
+std::uint32_t wordOf(std::uint64_t digits) noexcept
+{
+    const std::uint64_t isLetter = digits >> 6 & inEachByte;
+    digits = (digits & 15 * inEachByte) + 9 * isLetter;
+    digits = (digits | digits >> 4) & 0x00FF00FF00FF00FF;
+    digits = (digits | digits >> 8) & 0x0000FFFF0000FFFF;
+    return static_cast<std::uint32_t>(digits | digits >> 16);
+}
+
+// Such a number as text, and the text as such a number.
+void putDigits(char* to, std::uint64_t digits) noexcept
+{
+    for (std::size_t i = 0; i < wordDigits; ++i)
+        to[i] = static_cast<char>(digits >> 8 * (wordDigits - 1 - i));
+}
+std::uint64_t getDigits(const char* from, std::size_t count = wordDigits) noexcept
+{
+    std::uint64_t digits = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        digits = digits << 8 | static_cast<unsigned char>(from[i]);
+    return digits;
+}
+
+// How many digits a number has.
+unsigned digitCount(std::uint32_t word) noexcept
+{
+    return (static_cast<unsigned>(std::bit_width(word | 1)) + 3) / 4;
 }
 
 } // namespace
@@ -146,19 +180,47 @@ IdStamp::IdStamp(const char* text) noexcept : IdStamp(0, 0, 0)
     tickWord_ = wordOf(text);
 }
 
-LightweightString<char> IdStamp::asString() const
+std::optional<IdStamp> IdStamp::ofText(std::string_view text) noexcept
+{
+    if (text.empty())
+        return IdStamp(0, 0, 0);
+    if (text.size() <= 2 * wordDigits || text.size() > longestText)
+        return std::nullopt;
+    const std::string_view tick = text.substr(2 * wordDigits);
+    const IdStamp stamp(wordOf(getDigits(text.data())), wordOf(getDigits(text.data() + wordDigits)),
+                        wordOf(getDigits(tick.data(), tick.size())));
+    char written[longestText];
+    const char* const end = stamp.writeText(written);
+    return Mw::CText::same(text, std::string_view(written, static_cast<std::size_t>(end - written)))
+               ? std::optional(stamp)
+               : std::nullopt;
+}
+
+char* IdStamp::writeText(char (&text)[longestText]) const noexcept
 {
     if (!valid())
-        return {};
-    char text[3 * wordDigits];
-    const char* const end =
-        writeHex(writeHex(writeHex(text, machineNum_, wordDigits), timeBits_, wordDigits), tickWord_, 1);
+        return text;
+    const unsigned count = digitCount(tickWord_);
+    putDigits(text, digitsOf(machineNum_));
+    putDigits(text + wordDigits, digitsOf(timeBits_));
+    // What follows the digits of a shorter number is never read.
+    putDigits(text + 2 * wordDigits, digitsOf(tickWord_ << 4 * (wordDigits - count)));
+    return text + 2 * wordDigits + count;
+}
+
+LightweightString<char> IdStamp::asString() const
+{
+    char text[longestText];
+    const char* const end = writeText(text);
     return LightweightString<char>(std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
 void IdStamp::pack(PStream& stream) const
 {
-    stream.writeBinary(asString());
+    char text[longestText];
+    const char* const end = writeText(text);
+    stream.file()->write(text, static_cast<unsigned>(end - text));
+    stream.file()->put('\0');
 }
 
 void IdStamp::unpack(PStream& stream, unsigned char version)

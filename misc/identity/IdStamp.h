@@ -6,6 +6,8 @@
 #include <compare>
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <string_view>
 
 class PStream;
 
@@ -42,6 +44,9 @@ public:
     // From the text form: eight digits, eight digits, and the rest. A word that is missing or no number is
     // 0; null and the empty text give the null stamp.
     explicit IdStamp(const char* text) noexcept;
+
+    // The stamp whose text form is this, to the letter; none if there is no such stamp.
+    static std::optional<IdStamp> ofText(std::string_view text) noexcept;
 
     // The difference of the machines, of the times or of the tick words, whichever is the first that isn't
     // 0: an unsigned difference read as an int, so far-apart values may order either way round.
@@ -89,6 +94,10 @@ public:
     void unpack(PStream& stream, unsigned char version);
 
 private:
+    static constexpr std::size_t longestText = 24;
+    // Writes the text form, without a terminator; gives where it ends.
+    char* writeText(char (&text)[longestText]) const noexcept;
+
     static constexpr std::uint32_t tickCountMask = 0x3FFFFFFF;
     static constexpr unsigned magicShift = 26;
 

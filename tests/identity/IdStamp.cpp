@@ -39,7 +39,10 @@ TEST(IdStamp, textAndValueConvertBothWays)
     EXPECT_EQ(text(sample), "0000006437A1B2C05");
     for (const IdStamp& stamp :
          {IdStamp(0, 1, 0), {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF}, {2703, 0x80000000, 0x1F000000}})
+    {
         EXPECT_EQ(IdStamp(text(stamp).c_str()), stamp) << text(stamp);
+        EXPECT_EQ(IdStamp::ofText(text(stamp)), stamp) << text(stamp);
+    }
     EXPECT_EQ(text(IdStamp(7, 0, 7)), "");
     const std::pair<const char*, IdStamp> rows[] = {
         {nullptr, {0, 0, 0}},
@@ -51,7 +54,18 @@ TEST(IdStamp, textAndValueConvertBothWays)
         {"0000006437A1B2C0FFFFFFFFFFFFFFFFFF", {0x64, 0x37A1B2C0, 0xFFFFFFFF}},
     };
     for (const auto& [text, stamp] : rows)
+    {
         EXPECT_EQ(IdStamp(text), stamp) << (text ? text : "null");
+        EXPECT_EQ(IdStamp::ofText(text ? text : "?").has_value(), text != nullptr && *text == '\0') << text;
+    }
+    // Of all texts that differ from a stamp's in one character, those alone that are another stamp's.
+    for (std::size_t at = 0; at < text(sample).size(); ++at)
+        for (int c = 1; c < 256; ++c)
+        {
+            std::string other = text(sample);
+            other[at] = static_cast<char>(c);
+            EXPECT_EQ(IdStamp::ofText(other).has_value(), text(IdStamp(other.c_str())) == other) << other;
+        }
 }
 
 TEST(IdStamp, machineComesFirstInTheOrder)
