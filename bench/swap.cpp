@@ -86,6 +86,7 @@ private:
     {
         using ForwardingFile::ForwardingFile;
         bool flushToDisk() override { return true; }
+        bool startFlush(std::uint64_t, std::uint64_t) override { return true; }
     };
 };
 

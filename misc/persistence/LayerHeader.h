@@ -42,6 +42,12 @@ public:
         return at(0) | at(1) | at(2) | at(3);
     }
 
+    static void store(unsigned char* bytes, unsigned number) noexcept
+    {
+        for (unsigned i = 0; i < 4; ++i)
+            bytes[i] = static_cast<unsigned char>(number >> 8 * i);
+    }
+
     std::string_view name; // lives with the header
     unsigned majorRev = 0;
     unsigned minorRev = 0;

@@ -165,7 +165,7 @@ void ObjectOutline::readBody(StreamFile& file, const Layer& layer, std::uint64_t
     if (layer.majorRev != 1 || layer.minorRev != 0)
         fail("its id is in an unknown form");
     const bool isRead = readText(file, end, id_) && readText(file, end, kind_) && file.position() == end;
-    if (!isRead || IdStamp(id_.c_str()).asString() != id_)
+    if (!isRead || !IdStamp::ofText(id_))
         fail("its id is damaged");
     else if (kind_ != "Taggable" && !std::string_view(kind_).starts_with("Taggable."))
         fail("its kind is damaged");

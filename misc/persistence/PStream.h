@@ -42,6 +42,8 @@ public:
     unsigned writeBinary(const unsigned char* data, unsigned length = 0, bool counted = false, bool raw = false);
     // A text, followed by a zero.
     unsigned writeBinary(const LightweightString<char>& text);
+    // The same for a text that is known to have no zeros.
+    void writeName(const LightweightString<char>& name) { file_->write(name.c_str(), name.length() + 1); }
 
 private:
     StreamFile* file_;

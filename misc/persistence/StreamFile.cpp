@@ -15,11 +15,20 @@ using Path = LightweightString<wchar_t>;
 
 constexpr std::size_t smallestCacheBytes = 512;
 // What a writer keeps before it hands it on to the file beside: little enough to stay near the processor.
-constexpr std::size_t writeBehindBytes = 256 * 1024;
+constexpr std::size_t writeBehindBytes = 320 * 1024;
+// The part of it that stays, for writers that go back to the header of what they wrote.
+constexpr std::size_t keptUnwrittenBytes = 32 * 1024;
+// Pieces that begin and end at such places cost the system least.
+constexpr std::size_t pieceBytes = 64 * 1024;
+// A file that passes the writer's cache takes as much room ahead as it has, within these bounds.
+constexpr std::uint64_t leastRoomBytes = 1024 * 1024;
+constexpr std::uint64_t mostRoomBytes = 64 * 1024 * 1024;
+// So much at a time is sent on its way to the disk while the rest is written.
+constexpr std::uint64_t startFlushBytes = 1024 * 1024;
 // What is read when nobody has said how much will be needed.
 constexpr std::size_t readAheadBytes = 64 * 1024;
 // How much of what was read is kept, for readers that go back a little.
-constexpr std::size_t keptBehindBytes = 64 * 1024;
+constexpr std::size_t keptBehindBytes = 8 * 1024;
 
 // Lost races for the TMP file before giving up: each means that another writer was quicker.
 constexpr int besideAttempts = 16;
@@ -210,6 +219,7 @@ bool StreamFile::openBeside()
         if (file->isOpen() && lockIfPossible(*file) && isNamed(*file, name))
         {
             beside_ = file;
+            roomEnd_ = flushStarted_ = 0;
             if (takeMode())
                 return true;
             discardBeside();
@@ -239,6 +249,8 @@ bool StreamFile::writeBeside()
     if (!takeMode())
         return false;
     writeBehind();
+    if (roomEnd_ > fileSize_)
+        beside_->truncate(fileSize_); // room that stays is no reason to fail
     return !failed_ && (beside_->flushToDisk() || fail(beside_->lastError()));
 }
 
@@ -294,13 +306,42 @@ void StreamFile::writeBehind()
     if (writableEnd_ == 0)
         return;
     writableEnd_ = 0;
-    if (!failed_ && cacheEnd_ != 0 &&
-        (!beside_ || beside_->write(cache_, cacheEnd_, windowStart_) != static_cast<std::int64_t>(cacheEnd_)))
+    writeOut(cacheEnd_);
+}
+
+void StreamFile::writeOut(std::size_t count)
+{
+    if (!failed_ && count != 0 &&
+        (!beside_ || beside_->write(cache_, count, windowStart_) != static_cast<std::int64_t>(count)))
     {
         fail(beside_ ? beside_->lastError() : noFile);
         failed_ = true;
     }
-    fileSize_ = std::max(fileSize_, windowStart_ + cacheEnd_);
+    fileSize_ = std::max(fileSize_, windowStart_ + count);
+}
+
+void StreamFile::writePassed()
+{
+    if (cachePos_ < keptUnwrittenBytes)
+        return;
+    const std::uint64_t end = (position() - keptUnwrittenBytes) / pieceBytes * pieceBytes;
+    if (end <= windowStart_)
+        return;
+    if (end > roomEnd_)
+    {
+        roomEnd_ = end + std::clamp(end, leastRoomBytes, mostRoomBytes);
+        beside_->reserve(roomEnd_);
+    }
+    const auto count = static_cast<std::size_t>(end - windowStart_);
+    writeOut(count);
+    std::memmove(cache_, cache_ + count, cacheEnd_ - count);
+    windowStart_ = end;
+    cachePos_ -= count;
+    cacheEnd_ -= count;
+    if (end - std::min(flushStarted_, end) < startFlushBytes)
+        return;
+    beside_->startFlush(flushStarted_, end - flushStarted_);
+    flushStarted_ = end;
 }
 
 void StreamFile::cacheForward(std::uint64_t end)
@@ -354,8 +395,13 @@ void StreamFile::prepareWrite(std::size_t count)
 {
     if (source_)
         takeWhole();
-    if (beside_ && cachePos_ + count > std::max(capacity_, writeBehindBytes))
-        dropPassed(0);
+    if (beside_ && cachePos_ + count > writeBehindBytes)
+    {
+        if (writableEnd_ == 0)
+            dropPassed(0);
+        else
+            writePassed();
+    }
     reserve(cachePos_ + count);
     writableEnd_ = capacity_;
     changed_ = true;
@@ -377,7 +423,7 @@ unsigned StreamFile::writeInParts(const void* bytes, unsigned lengthBytes)
     const auto* from = static_cast<const unsigned char*>(bytes);
     for (std::size_t left = lengthBytes; left != 0;)
     {
-        const std::size_t part = std::min(left, writeBehindBytes);
+        const std::size_t part = std::min(left, pieceBytes);
         if (cachePos_ + part > writableEnd_)
             prepareWrite(part);
         std::memcpy(cache_ + cachePos_, from, part);

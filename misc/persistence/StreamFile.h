@@ -110,6 +110,23 @@ public:
         return lengthBytes;
     }
 
+    // Room for a few bytes at the position, which is passed, for the caller to fill before the next call.
+    unsigned char* claim(unsigned lengthBytes)
+    {
+        if (cachePos_ + lengthBytes > writableEnd_) [[unlikely]]
+            prepareWrite(lengthBytes);
+        unsigned char* const room = cache_ + cachePos_;
+        cachePos_ += lengthBytes;
+        cacheEnd_ = std::max(cacheEnd_, cachePos_);
+        return room;
+    }
+    // The same for bytes that were written there a while ago, without moving; null where that takes moving.
+    unsigned char* written(std::uint64_t position, unsigned lengthBytes) noexcept
+    {
+        const std::uint64_t at = position - windowStart_;
+        return at < writableEnd_ && lengthBytes <= cacheEnd_ - at ? cache_ + at : nullptr;
+    }
+
     // Reads one value. False, with the value unchanged, if the end of the file cuts it.
     template <StreamPrimitive T>
     bool get(T& value);
@@ -145,8 +162,11 @@ private:
     // Begins another window, or moves its start towards the position.
     void dropWindow(std::uint64_t start);
     void dropPassed(std::size_t keptBytes);
-    // Hands what was written to the file beside.
+    // Hands what was written to the file beside: all of it; the part that the position has left behind, so that
+    // the window goes on from there; so many bytes of the cache.
     void writeBehind();
+    void writePassed();
+    void writeOut(std::size_t count);
     // Makes the cache writable with room for so many bytes behind the position.
     void prepareWrite(std::size_t count);
     // Brings the whole file into the cache and lets go of it.
@@ -181,7 +201,9 @@ private:
     std::size_t writableEnd_ = 0;
     std::size_t capacity_ = 0;
     std::uint64_t windowStart_ = 0;
-    std::uint64_t fileSize_ = 0; // of the file behind the cache; 0 if there is none
+    std::uint64_t fileSize_ = 0;     // of the file behind the cache; 0 if there is none
+    std::uint64_t roomEnd_ = 0;      // up to where the disk was asked for room
+    std::uint64_t flushStarted_ = 0; // up to where the file was sent on its way to the disk
 
     LightweightString<wchar_t> path_;
     LightweightString<wchar_t> target_; // where the path leads

@@ -1,6 +1,7 @@
 #include "misc/persistence/StreamObjectManager.h"
 
 #include "Mw/Assert.h"
+#include "Mw/CText.h"
 #include "Mw/WordHash.h"
 #include "OS/Immortal.h"
 #include "libmw/Text.h"
@@ -109,7 +110,7 @@ StreamObjectManager::Entry& StreamObjectManager::entryOf(std::string_view name)
 {
     const std::size_t mask = index_.size() - 1;
     std::size_t at = Mw::words::hashOf(name) & mask;
-    while (index_[at].builder != nullptr && index_[at].name != name)
+    while (index_[at].builder != nullptr && !Mw::CText::same(index_[at].name, name))
         at = (at + 1) & mask;
     return index_[at];
 }
@@ -123,9 +124,14 @@ Mw::Ptr<Streamable> StreamObjectManager::readObject(PStream& stream)
     }
     StreamFile& file = *stream.file();
     const std::uint64_t start = file.position();
-    file.cacheForward(start + headerBytes);
     StreamableTraitsBase::UsualObject usual;
-    if (StreamableTraitsBase::peekUsualObject(stream, usual))
+    bool isUsual = StreamableTraitsBase::peekUsualObject(stream, usual);
+    if (!isUsual)
+    {
+        file.cacheForward(start + headerBytes);
+        isUsual = StreamableTraitsBase::peekUsualObject(stream, usual);
+    }
+    if (isUsual)
         if (const StreamBuilder builder = builderOf(usual.hierarchyName))
             return build(stream, builder, start + usual.layerBytes + usual.followingBytes);
 

@@ -1,6 +1,7 @@
 #include "misc/persistence/Streamable.h"
 
 #include "Mw/Assert.h"
+#include "Mw/CText.h"
 #include "misc/diagnostics/Console.h"
 #include "misc/persistence/StreamableLayer.h"
 
@@ -19,7 +20,7 @@ StreamStatus Streamable::STRM_hierarchyUnpack(PStream& stream)
     isLayerMissing_ = false;
     StreamableTraitsBase::UsualObject usual;
     if (builderType_ != eHeaderOnly && StreamableTraitsBase::peekUsualObject(stream, usual))
-        if (usual.hierarchyName == std::string_view(STRM_storedName()))
+        if (Mw::CText::same(usual.hierarchyName, STRM_storedName()))
         {
             stream.file()->passCached(usual.layerBytes);
             stream.version(2);
@@ -58,6 +59,11 @@ const LightweightString<char>& Streamable::STRM_storedName() const
     return none;
 }
 
+const LightweightString<char>& Streamable::STRM_className() const
+{
+    return Streamable::STRM_storedName();
+}
+
 Mw::Ptr<Streamable> Streamable::clone(BuilderType type)
 {
     // A class that says nothing of its own would come out as its base.
@@ -69,7 +75,7 @@ Mw::Ptr<Streamable> Streamable::clone(BuilderType type)
 void Streamable::pack(PStream& stream) const
 {
     setRevs(2, 0);
-    stream << STRM_storedName();
+    stream.writeName(STRM_storedName());
 }
 
 void Streamable::unpack(PStream& stream)

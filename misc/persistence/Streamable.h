@@ -76,8 +76,10 @@ public:
     virtual LightweightString<char> hierarchyName(bool first, bool shortForm) const;
     // A copy of the object; null of one that can't be copied.
     virtual Mw::Ptr<Streamable> clone(BuilderType type);
-    // hierarchyName(false, true), of which this is the class's own. StreamableLayer sees to it.
+    // hierarchyName(false, true) and hierarchyName(false, false), of which these are the class's own.
+    // StreamableLayer sees to it.
     virtual const LightweightString<char>& STRM_storedName() const;
+    virtual const LightweightString<char>& STRM_className() const;
 
     // The body of this layer: the object's hierarchy name in short form.
     void pack(PStream& stream) const;

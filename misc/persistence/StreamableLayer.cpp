@@ -1,5 +1,6 @@
 #include "misc/persistence/StreamableLayer.h"
 
+#include "Mw/CText.h"
 #include "libmw/Text.h"
 #include "misc/diagnostics/Log.h"
 #include "misc/persistence/LayerHeader.h"
@@ -50,13 +51,23 @@ std::uint64_t enclosingEnd(const PStream& stream) noexcept
                                                                 : std::numeric_limits<std::uint64_t>::max();
 }
 
-void putHeaderTail(StreamFile& file, unsigned char majorRev, unsigned char minorRev, unsigned layerSize,
+void putHeaderTail(unsigned char* to, unsigned char majorRev, unsigned char minorRev, unsigned layerSize,
                    unsigned hierarchySize)
 {
-    file.put(majorRev);
-    file.put(minorRev);
-    file.put(layerSize);
-    file.put(hierarchySize);
+    to[0] = majorRev;
+    to[1] = minorRev;
+    LayerHeader::store(to + 2, layerSize);
+    LayerHeader::store(to + 6, hierarchySize);
+}
+
+// Writes the name and what is known of the rest before the body is. Gives where the rest is.
+std::uint64_t beginHeader(StreamFile& file, std::string_view name)
+{
+    const std::size_t nameBytes = name.size() + 1;
+    unsigned char* const header = file.claim(static_cast<unsigned>(nameBytes + LayerHeader::tailBytes));
+    Mw::CText::move(reinterpret_cast<char*>(header), name.data(), nameBytes);
+    putHeaderTail(header + nameBytes, 1, 0, unknownSize, unknownSize);
+    return file.position() - LayerHeader::tailBytes;
 }
 
 void appendWhereabouts(GrowString& text, const Streamable& object, std::string_view layerName)
@@ -117,9 +128,7 @@ StreamStatus StreamableTraitsBase::packLayer(const Layer& layer, const Streamabl
     stack.front = stack.front->next;
     StreamFile& file = *stream.file();
     object.setRevs(1, 0);
-    file.write(layer.names.shortName.data(), static_cast<unsigned>(layer.names.shortName.size()) + 1);
-    const std::uint64_t tail = file.position();
-    putHeaderTail(file, 1, 0, unknownSize, unknownSize);
+    const std::uint64_t tail = beginHeader(file, layer.names.shortName);
     const std::uint64_t body = file.position();
     layer.pack(self, stream);
     const unsigned char majorRev = object.majorRev();
@@ -139,9 +148,16 @@ StreamStatus StreamableTraitsBase::packLayer(const Layer& layer, const Streamabl
         return eStreamFailed;
     }
     // Of the whole header, which is written again, the name is the same.
-    file.setPosition(tail);
-    putHeaderTail(file, majorRev, minorRev, static_cast<unsigned>(layerSize), static_cast<unsigned>(end - body));
-    file.setPosition(end);
+    unsigned char bytes[LayerHeader::tailBytes];
+    unsigned char* const cached = file.written(tail, sizeof bytes);
+    putHeaderTail(cached != nullptr ? cached : bytes, majorRev, minorRev, static_cast<unsigned>(layerSize),
+                  static_cast<unsigned>(end - body));
+    if (cached == nullptr)
+    {
+        file.setPosition(tail);
+        file.write(bytes, sizeof bytes);
+        file.setPosition(end);
+    }
     return stream.failed() ? eStreamFailed : eStreamPacked;
 }
 
@@ -222,16 +238,15 @@ StreamStatus StreamableTraitsBase::unpackLayer(const Layer& layer, Streamable& o
 
 bool StreamableTraitsBase::peekUsualObject(const PStream& stream, UsualObject& object)
 {
-    // "$", rev 2.0
-    constexpr std::string_view prefix("$\0\2\0", 4);
-    constexpr std::size_t headerBytes = prefix.size() + 8;
+    constexpr unsigned prefix = '$' | 2 << 16; // "$", rev 2.0
+    constexpr std::size_t headerBytes = sizeof prefix + 8;
     StreamFile& file = *stream.file();
     const std::string_view cached = file.cached();
-    if (stream.failed() || cached.size() < headerBytes || cached.substr(0, prefix.size()) != prefix ||
+    if (stream.failed() || cached.size() < headerBytes || LayerHeader::load(cached.data()) != prefix ||
         (stream.version() != 1 && stream.version() != 2))
         return false;
-    const unsigned layerSize = LayerHeader::load(cached.data() + prefix.size());
-    const unsigned hierarchySize = LayerHeader::load(cached.data() + prefix.size() + 4);
+    const unsigned layerSize = LayerHeader::load(cached.data() + sizeof prefix);
+    const unsigned hierarchySize = LayerHeader::load(cached.data() + sizeof prefix + 4);
     const std::uint64_t body = file.position() + headerBytes;
     if (layerSize == 0 || layerSize > hierarchySize || layerSize > cached.size() - headerBytes ||
         body + hierarchySize > std::min(file.size(), enclosingEnd(stream)))

@@ -159,6 +159,7 @@ public:
         return subHierarchyName(first, shortForm);
     }
     const LightweightString<char>& STRM_storedName() const override { return immortal<Names>().shortForm; }
+    const LightweightString<char>& STRM_className() const override { return immortal<Names>().fullForm; }
     StreamStatus STRM_hierarchyPack(PStream& stream) const override;
     StreamStatus STRM_hierarchyUnpack(PStream& stream) override;
     // A copy, if the class can be copied.

@@ -43,6 +43,8 @@ bool SwapRewrite::write(const TagMarker& marker)
         return false;
     }
     note(marker, start, out_.position() - start);
+    if (marker.object_ && !marker.isOfType(*marker.object_))
+        retyped_.push_back(marker.slot_);
     return fits(out_.position());
 }
 
@@ -117,9 +119,10 @@ void SwapRewrite::commit()
         {
             marker->position_ = places_[slot].position;
             marker->length_ = places_[slot].length;
-            if (marker->object_)
-                marker->keepType();
         }
+    for (const std::uint32_t slot : retyped_)
+        if (TagMarker* const marker = table_.markers_[slot].get(); marker != nullptr && marker->object_)
+            marker->keepType();
     table_.uncovered_ = std::move(uncovered_);
     table_.unread_ = unread_;
     table_.storedBytes_ = out_.size();

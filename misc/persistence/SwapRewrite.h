@@ -47,8 +47,9 @@ private:
     const TagMarkerTable::Busy busy_;
     StreamFile& out_;
     PStream stream_;
-    TagMarkerTable::Span pending_; // bytes of the old file that follow each other, to be copied together
-    std::vector<Place> places_;    // by slot
+    TagMarkerTable::Span pending_;       // bytes of the old file that follow each other, to be copied together
+    std::vector<Place> places_;          // by slot
+    std::vector<std::uint32_t> retyped_; // slots of objects that are no longer of their markers' kind
     std::vector<TagMarkerTable::Span> uncovered_;
     TagMarkerTable::Span unread_;
     LightweightString<char> error_;

@@ -86,15 +86,14 @@ void TagBase::pack(PStream& stream) const
 
 void TagBase::unpack(PStream& stream)
 {
-    const LightweightString<char> text(stream.file()->readText());
-    const IdStamp id(text.c_str());
-    if (id.asString() != text)
+    const std::optional<IdStamp> id = IdStamp::ofText(stream.file()->readText());
+    if (!id)
     {
         stream.append("TagBase object with a damaged id.");
         return;
     }
     TagMarkerTable* const table = TagMarkerTable::beingRead();
-    marker_ = !id.valid()        ? nullptr
-              : table != nullptr ? table->markerForHandle(id)
-                                 : Mw::Ptr<TagMarker>(new TagMarker(id));
+    marker_ = !id->valid()       ? nullptr
+              : table != nullptr ? table->markerForHandle(*id)
+                                 : Mw::Ptr<TagMarker>(new TagMarker(*id));
 }

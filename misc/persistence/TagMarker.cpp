@@ -7,16 +7,12 @@
 #include "misc/persistence/SwapRewrite.h"
 #include "misc/persistence/TagMarkerTable.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace
 {
 
 using Text = LightweightString<char>;
-
-// Enough for the headers of most objects, and so for all of a small one.
-constexpr std::uint32_t leastReadBytes = 512;
 
 IdStamp freeStamp(const TagMarkerTable& table)
 {
@@ -96,9 +92,14 @@ void TagMarker::instance(const Mw::Ptr<Taggable>& object)
 
 void TagMarker::keepType()
 {
-    const TagTypeId ttid = object_->tagTypeId();
-    if (ttid_ != ttid)
-        ttid_ = table_ != nullptr ? table_->shared(ttid) : ttid;
+    if (!isOfType(*object_))
+        ttid_ = table_ != nullptr ? table_->shared(object_->kind()) : object_->tagTypeId();
+}
+
+bool TagMarker::isOfType(const Taggable& object) const
+{
+    const LightweightString<char>& kind = object.kind();
+    return kind.c_str() == ttid_.id().c_str() || kind == ttid_.id();
 }
 
 Mw::Ptr<Taggable> TagMarker::demand()
@@ -154,9 +155,9 @@ bool TagMarker::readFrom(StreamFile& file, Mw::Ptr<Taggable>& object) const
 {
     const std::uint64_t end = std::uint64_t{position_} + length_;
     file.setPosition(position_);
-    file.cacheForward(std::max(end, std::uint64_t{position_} + leastReadBytes));
+    file.cacheForward(end);
     PStream stream(&file);
-    object = Mw::dynamicCast<Taggable>(theSOManager().readObject(stream));
+    object = table_->asTaggable(theSOManager().readObject(stream));
     return !stream.failed() && file.position() == end;
 }
 

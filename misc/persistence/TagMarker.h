@@ -79,25 +79,27 @@ private:
     friend class SwapRewrite;
     friend class SwapComparison;
 
-    static constexpr std::uint32_t noSlot = 0xFFFFFFFF;
+    static constexpr std::uint32_t noSlot = 0x7FFFFFFF;
 
     // Writes the object as this marker's. False, with the reason in the stream, if it can't be packed.
     bool pack(PStream& stream) const;
     // Reads the stored object.
     Mw::Ptr<Taggable> read();
     bool readFrom(StreamFile& file, Mw::Ptr<Taggable>& object) const;
-    // Takes the kind of the object in memory.
+    // Takes the kind of the object in memory; whether it is that of an object.
     void keepType();
+    bool isOfType(const Taggable& object) const;
     // Tells the object in memory that it is displaced.
     void tellDisplaced() const;
     // Leaves the table, without its entries, and the object.
     void detach();
 
-    std::uint32_t slot_ = noSlot; // in the table's vector
+    // There are many markers, so the fields leave no room between them.
+    std::uint32_t slot_ : 31 = noSlot; // in the table's vector
+    std::uint32_t isRead_ : 1 = false; // at this moment
     TagMarkerTable* table_ = nullptr;
     Mw::Ptr<Taggable> object_;
     std::uint32_t position_ = 0;
     std::uint32_t length_ = 0;
     TagTypeId ttid_;
-    bool isRead_ = false; // at this moment
 };

@@ -58,15 +58,17 @@ Path withDot(const Path& extension)
 
 } // namespace
 
-// While one stands, slots stay where they are.
+// While one stands, slots stay where they are, and markers that are destroyed live on.
 class TagMarkerTable::Walk
 {
 public:
     explicit Walk(TagMarkerTable& table) : table_(table) { ++table_.walks_; }
     ~Walk()
     {
-        --table_.walks_;
+        if (--table_.walks_ != 0)
+            return;
         table_.closeGaps();
+        std::exchange(table_.leaving_, {}).clear();
     }
     Walk(const Walk&) = delete;
     Walk& operator=(const Walk&) = delete;
@@ -135,6 +137,7 @@ void TagMarkerTable::clear()
     destroyed_.clear();
     // Objects that go may have handles to others, and ask for them.
     idMap_.clear();
+    idBlocks_.release();
     gaps_ = 0;
     for (const Mw::Ptr<TagMarker>& marker : std::exchange(markers_, {}))
         if (marker)
@@ -198,18 +201,34 @@ std::vector<Mw::Ptr<TagMarker>> TagMarkerTable::markers() const
     return all;
 }
 
-TagTypeId TagMarkerTable::shared(const TagTypeId& id)
+// Mostly of the class of the one before, so that it needs no look at the bases of its class.
+Mw::Ptr<Taggable> TagMarkerTable::asTaggable(Mw::Ptr<Streamable>&& object)
 {
-    return *types_.insert(id).first;
+    if (!object)
+        return {};
+    const std::type_info* const type = &typeid(*object);
+    if (type == lastTaggable_)
+        return Mw::staticCast<Taggable>(std::move(object));
+    Mw::Ptr<Taggable> taggable = Mw::dynamicCast<Taggable>(std::move(object));
+    if (taggable)
+        lastTaggable_ = type;
+    return taggable;
 }
 
-void TagMarkerTable::append(const Mw::Ptr<TagMarker>& marker)
+const TagTypeId& TagMarkerTable::shared(const Text& kind)
+{
+    if (lastType_ == nullptr || (lastType_->id().c_str() != kind.c_str() && lastType_->id() != kind))
+        lastType_ = &*types_.insert(TagTypeId(kind)).first;
+    return *lastType_;
+}
+
+void TagMarkerTable::append(Mw::Ptr<TagMarker> marker)
 {
     marker->table_ = this;
-    marker->slot_ = static_cast<std::uint32_t>(markers_.size());
-    markers_.push_back(marker);
+    marker->slot_ = static_cast<std::uint32_t>(markers_.size()) & TagMarker::noSlot;
     // Stamps mostly grow, and so do those of a file.
     idMap_.try_emplace(idMap_.end(), marker->id(), marker);
+    markers_.push_back(std::move(marker));
 }
 
 void TagMarkerTable::remove(const Mw::Ptr<TagMarker>& marker)
@@ -218,8 +237,10 @@ void TagMarkerTable::remove(const Mw::Ptr<TagMarker>& marker)
         idMap_.erase(entry);
     if (marker->length_ != 0)
         destroyed_.emplace_back(marker->position_, marker->id());
-    const Mw::Ptr<TagMarker> kept = std::move(markers_[marker->slot_]);
+    Mw::Ptr<TagMarker> kept = std::move(markers_[marker->slot_]);
     kept->slot_ = TagMarker::noSlot;
+    if (walks_ != 0)
+        leaving_.push_back(std::move(kept));
     ++gaps_;
     closeGaps();
 }
@@ -231,7 +252,7 @@ void TagMarkerTable::closeGaps()
     markers_.erase(std::remove(markers_.begin(), markers_.end(), nullptr), markers_.end());
     gaps_ = 0;
     for (std::uint32_t slot = 0; slot < markers_.size(); ++slot)
-        markers_[slot]->slot_ = slot;
+        markers_[slot]->slot_ = slot & TagMarker::noSlot;
 }
 
 void TagMarkerTable::buildIdMap()
@@ -257,7 +278,7 @@ Mw::Ptr<TagMarker> TagMarkerTable::intern(const Mw::Ptr<TagMarker>& marker)
     if (marker->slot_ != TagMarker::noSlot && !marker->table_->extract(marker))
         return {};
     if (!marker->ttid_.empty())
-        marker->ttid_ = shared(marker->ttid_);
+        marker->ttid_ = shared(marker->ttid_.id());
     append(marker);
     return marker;
 }
@@ -359,7 +380,7 @@ bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector
     {
         if (file.cached().size() < largestSmallObjectBytes)
             file.cacheForward(place.position + readAheadBytes);
-        const Mw::Ptr<Streamable> object = theSOManager().readObject(stream);
+        Mw::Ptr<Streamable> object = theSOManager().readObject(stream);
         place.length = file.position() - place.position;
         if (!stream.failed() && place.length == 0)
             stream.append("an object without a header");
@@ -368,11 +389,12 @@ bool TagMarkerTable::readAll(StreamFile& file, const char* function, std::vector
         if (stream.failed())
             break;
         const std::uint64_t end = file.position();
-        const Mw::Ptr<Taggable> taggable = Mw::dynamicCast<Taggable>(object);
+        const bool isKnown = static_cast<bool>(object);
+        Mw::Ptr<Taggable> taggable = asTaggable(std::move(object));
         if (!taggable)
             tellInvalid(function, typeOf(object), __LINE__);
         // Into an object of an unknown class nobody has looked yet.
-        const bool fits = object || ObjectOutline(file, place.position).isWhole();
+        const bool fits = isKnown || ObjectOutline(file, place.position).isWhole();
         if (!fits)
             reportSwap("TagMarkerTable::" + Text(function) + ", a damaged object is left out\n");
         file.setPosition(end);
@@ -395,9 +417,9 @@ bool TagMarkerTable::internAll()
     storedBytes_ = completed_->size();
     opening_ = true;
     const bool whole = readAll(*completed_, "openSwap", uncovered_, unread_,
-                               [&](const Mw::Ptr<Taggable>& object, const Span& place)
+                               [&](Mw::Ptr<Taggable>& object, const Span& place)
                                {
-                                   internRead(object, place);
+                                   internRead(std::move(object), place);
                                    return true;
                                });
     opening_ = false;
@@ -407,7 +429,7 @@ bool TagMarkerTable::internAll()
     return whole;
 }
 
-void TagMarkerTable::internRead(const Mw::Ptr<Taggable>& object, const Span& place)
+void TagMarkerTable::internRead(Mw::Ptr<Taggable> object, const Span& place)
 {
     Mw::Ptr<TagMarker> marker;
     if (!object->id().valid())
@@ -421,13 +443,14 @@ void TagMarkerTable::internRead(const Mw::Ptr<Taggable>& object, const Span& pla
     else
         marker = Mw::Ptr<TagMarker>(new TagMarker(*this, object->id()));
     marker->table_ = this;
-    marker->object_ = object;
+    marker->object_ = std::move(object);
     marker->keepType();
     marker->position_ = static_cast<std::uint32_t>(place.position);
     marker->length_ = static_cast<std::uint32_t>(place.length);
-    append(marker);
-    if (idMap_.size() != markers_.size() - gaps_ && find(marker->id()) != marker)
-        reportSwap("TagMarkerTable::openSwap, a further object with the id " + marker->id().asString() +
+    const std::size_t idsBefore = idMap_.size();
+    append(std::move(marker));
+    if (idMap_.size() == idsBefore)
+        reportSwap("TagMarkerTable::openSwap, a further object with the id " + markers_.back()->id().asString() +
                    ", which the first one keeps\n");
 }
 
@@ -547,6 +570,26 @@ StreamFile* TagMarkerTable::fileToRead()
     return file_;
 }
 
+// Markers and objects lie all over the memory: those of the next slots are on their way while one is written.
+void TagMarkerTable::askAhead(std::size_t slot) const
+{
+    constexpr std::size_t markersAhead = 16;
+    constexpr std::size_t objectsAhead = 8;
+    constexpr std::size_t lineBytes = 64;
+    constexpr std::size_t linesOfMarker = 2;
+    constexpr std::size_t linesOfObject = 4; // whose size nobody knows
+    const auto ask = [](const void* place, std::size_t lines)
+    {
+        for (std::size_t line = 0; line < lines; ++line)
+            __builtin_prefetch(
+                reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(place) + line * lineBytes));
+    };
+    const std::size_t last = markers_.size() - 1;
+    ask(markers_[std::min(slot + markersAhead, last)].get(), linesOfMarker);
+    if (const TagMarker* const next = markers_[std::min(slot + objectsAhead, last)].get())
+        ask(next->object_.get(), linesOfObject);
+}
+
 template <class Sink>
 bool TagMarkerTable::forEachStored(Sink&& sink)
 {
@@ -554,6 +597,7 @@ bool TagMarkerTable::forEachStored(Sink&& sink)
     auto bytes = uncovered_.cbegin();
     for (std::size_t slot = 0; slot < markers_.size(); ++slot)
     {
+        askAhead(slot);
         TagMarker* const marker = markers_[slot].get();
         if (marker == nullptr || (marker->length_ == 0 && !marker->object_))
             continue;
@@ -561,8 +605,7 @@ bool TagMarkerTable::forEachStored(Sink&& sink)
         for (; bytes != uncovered_.cend() && (marker->length_ == 0 || bytes->position < marker->position_); ++bytes)
             if (!sink.carry(*bytes))
                 return false;
-        const Mw::Ptr<TagMarker> kept = marker->object_ ? markers_[slot] : nullptr;
-        if (!(kept ? sink.write(*marker) : sink.carry(*marker)))
+        if (!(marker->object_ ? sink.write(*marker) : sink.carry(*marker)))
             return false;
     }
     for (; bytes != uncovered_.cend(); ++bytes)
@@ -697,13 +740,13 @@ bool TagMarkerTable::displaceAll(Rewritten& result)
     std::vector<Mw::Ptr<TagMarker>> told;
     bool all = true;
     for (std::size_t slot = 0; slot < markers_.size(); ++slot)
-        if (const Mw::Ptr<TagMarker> marker = markers_[slot]; marker && marker->object_)
+        if (TagMarker* const marker = markers_[slot].get(); marker != nullptr && marker->object_)
         {
             const bool leaves = mayLeave(*marker);
             all = all && leaves;
             if (!leaves)
                 continue;
-            told.push_back(marker);
+            told.push_back(markers_[slot]);
             marker->tellDisplaced();
         }
     // Objects that are told may change others, and bring new ones.

@@ -13,7 +13,9 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <set>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -183,7 +185,7 @@ private:
 
     bool openFile(iFile::eOpenBehaviour behaviour);
     bool internAll();
-    void internRead(const Mw::Ptr<Taggable>& object, const Span& place);
+    void internRead(Mw::Ptr<Taggable> object, const Span& place);
     // Reads a file from its start, object by object, and hands each Taggable to `take`, which says whether it is
     // the table's. False, with a line, if it can't be read to its end.
     template <class Take>
@@ -200,11 +202,16 @@ private:
     bool refuses(const char* function) const;
     void clear();
 
-    void append(const Mw::Ptr<TagMarker>& marker);
+    void append(Mw::Ptr<TagMarker> marker);
     void remove(const Mw::Ptr<TagMarker>& marker);
     void closeGaps();
-    TagTypeId shared(const TagTypeId& id);
+    // The object as a Taggable, null if it is none, which is not taken over then.
+    Mw::Ptr<Taggable> asTaggable(Mw::Ptr<Streamable>&& object);
+    // The kind with the text that all markers of the kind share.
+    const TagTypeId& shared(const LightweightString<char>& kind);
 
+    // Has the processor fetch what the slots behind this one need.
+    void askAhead(std::size_t slot) const;
     // Hands the pieces of the next file to a SwapRewrite or SwapComparison. False at the first that gives false.
     template <class Sink>
     bool forEachStored(Sink&& sink);
@@ -220,9 +227,10 @@ private:
     CriticalSection* const lock_ = allocLock();
     std::vector<Mw::Ptr<TagMarker>> markers_; // null where one was destroyed
     unsigned gaps_ = 0;
-    unsigned walks_ = 0;         // at this moment: gaps stay open
-    unsigned busy_ = 0;          // at this moment: the file stays
-    StreamFile* file_ = nullptr; // completed_ while it is open to the outside
+    unsigned walks_ = 0;                      // at this moment: gaps stay open
+    std::vector<Mw::Ptr<TagMarker>> leaving_; // destroyed during walks
+    unsigned busy_ = 0;                       // at this moment: the file stays
+    StreamFile* file_ = nullptr;              // completed_ while it is open to the outside
     std::unique_ptr<StreamFile> completed_;
     std::atomic<bool> debugMode_ = false;
     std::atomic<bool> readOnly_ = false;
@@ -230,7 +238,9 @@ private:
     Path directory_;
     Path extension_;
     bool closed_ = false;
-    std::map<IdStamp, Mw::Ptr<TagMarker>> idMap_;
+    // Entries lie in blocks, which go with the table.
+    std::pmr::unsynchronized_pool_resource idBlocks_{{.max_blocks_per_chunk = 1024, .largest_required_pool_block = 64}};
+    std::pmr::map<IdStamp, Mw::Ptr<TagMarker>> idMap_{&idBlocks_};
 
     Path storedName_;               // of the last completed file; empty if there is none
     std::uint64_t storedBytes_ = 0; // its size
@@ -239,6 +249,8 @@ private:
     bool keepsUnread_ = false;      // a copy of the file is to be made before it is replaced
     bool createNew_ = false;        // a file under the table's name must not be replaced
     std::set<TagTypeId> types_;
+    const TagTypeId* lastType_ = nullptr;           // of types_, asked for last
+    const std::type_info* lastTaggable_ = nullptr;  // the class of the object that was read last
     std::map<IdStamp, Mw::Ptr<TagMarker>> awaited_; // by handles that were read before their objects
     bool opening_ = false;
     using Destroyed = std::pair<std::uint32_t, IdStamp>; // place and id

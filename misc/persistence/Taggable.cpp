@@ -1,5 +1,7 @@
 #include "misc/persistence/Taggable.h"
 
+#include "Mw/CText.h"
+
 namespace
 {
 
@@ -23,9 +25,10 @@ Taggable& Taggable::operator=(const Taggable& other)
 void Taggable::pack(PStream& stream) const
 {
     id_.pack(stream);
-    const TagTypeId ttid = tagTypeId();
-    checkKind(stream, ttid);
-    stream.writeBinary(ttid.id());
+    if (ttid_.empty())
+        return stream.writeName(STRM_className());
+    checkKind(stream, ttid_);
+    stream << ttid_.id();
 }
 
 void Taggable::unpack(PStream& stream)
@@ -35,18 +38,20 @@ void Taggable::unpack(PStream& stream)
         stream.append("Unknown Taggable object version!");
         return;
     }
-    const LightweightString<char> id(stream.file()->readText());
-    id_ = IdStamp(id.c_str());
-    if (id_.asString() != id)
+    const std::optional<IdStamp> id = IdStamp::ofText(stream.file()->readText());
+    if (!id)
     {
         stream.append("Taggable object with a damaged id.");
         return;
     }
-    // Most objects are of the kind of their class, whose text they share.
-    ttid_ = TagTypeId(className());
-    if (const std::string_view ttid = stream.file()->readText(); ttid != ttid_.id().text())
-        ttid_ = TagTypeId(LightweightString<char>(ttid));
-    checkKind(stream, ttid_);
+    id_ = *id;
+    // Most objects are of the kind of their class.
+    ttid_ = TagTypeId();
+    if (const std::string_view kind = stream.file()->readText(); !Mw::CText::same(kind, STRM_className()))
+    {
+        ttid_ = TagTypeId(LightweightString<char>(kind));
+        checkKind(stream, ttid_);
+    }
 }
 
 bool Taggable::isSameInstance(const Taggable& other) const

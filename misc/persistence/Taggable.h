@@ -23,7 +23,7 @@ public:
     const IdStamp& id() const noexcept { return id_; }
 
     // Dotted text that begins with "Taggable."; an object of another kind can't be packed.
-    TagTypeId tagTypeId() const { return ttid_.empty() ? TagTypeId(className()) : ttid_; }
+    TagTypeId tagTypeId() const { return TagTypeId(kind()); }
     void tagTypeId(const TagTypeId& ttid) { ttid_ = ttid; }
 
     void pack(PStream& stream) const;
@@ -51,6 +51,9 @@ protected:
 private:
     friend class TagMarker;
 
+    // The text of tagTypeId().
+    const LightweightString<char>& kind() const { return ttid_.empty() ? STRM_className() : ttid_.id(); }
+
     IdStamp id_ = IdStamp(0, 0, 0);
-    TagTypeId ttid_;
+    TagTypeId ttid_; // empty for that of the class
 };

@@ -102,6 +102,16 @@ TEST_F(StreamFileTest, behavesLikeTheBytesOfTheFile)
     }
 }
 
+TEST_F(StreamFileTest, largeFileKeepsNoMoreRoomThanItNeeds)
+{
+    const std::string bytes(3'000'000, 'x');
+    ASSERT_TRUE(writeFile(path(), bytes));
+    struct stat info;
+    ASSERT_EQ(::stat(file().c_str(), &info), 0);
+    EXPECT_LT(static_cast<std::size_t>(info.st_blocks) * 512, bytes.size() + 256 * 1024);
+    EXPECT_EQ(readFile(path()), bytes);
+}
+
 TEST_F(StreamFileTest, fileIsReplacedOnlyByFlush)
 {
     ASSERT_TRUE(writeFile(path(), "old"));
