@@ -24,32 +24,32 @@ bool holds(const std::vector<MapItem>& items, int keycode) noexcept
 
 } // namespace
 
-KeyMap::KeyMap(const Output& output, const UIString& displayName, const UIString& displayDescription, KeyMapScope scope)
-    : output_(output), displayName_(displayName.text()), displayDescription_(displayDescription.text()), scope_(scope),
-      valid_(true)
+KeyMap::KeyMap(Output output, const UIString& displayName, const UIString& displayDescription, KeyMapScope scope)
+    : output_(std::move(output)), displayName_(displayName.text()), displayDescription_(displayDescription.text()),
+      scope_(scope), valid_(true)
 {
     if (!verifyOutputString())
         qa_splat("Attempted to construct a KeyMap with an illegal outputString!", 8);
 }
 
-KeyMap::KeyMap(const Output& output, const MapItem& key, const UIString& displayName,
-               const UIString& displayDescription, KeyMapScope scope)
-    : KeyMap(output, displayName, displayDescription, scope)
+KeyMap::KeyMap(Output output, const MapItem& key, const UIString& displayName, const UIString& displayDescription,
+               KeyMapScope scope)
+    : KeyMap(std::move(output), displayName, displayDescription, scope)
 {
     addDefault(key);
 }
 
-KeyMap::KeyMap(const Output& output, const MapItem& key, const MapItem& otherKey, const UIString& displayName,
+KeyMap::KeyMap(Output output, const MapItem& key, const MapItem& otherKey, const UIString& displayName,
                const UIString& displayDescription, KeyMapScope scope)
-    : KeyMap(output, displayName, displayDescription, scope)
+    : KeyMap(std::move(output), displayName, displayDescription, scope)
 {
     addDefault(key);
     addDefault(otherKey);
 }
 
-KeyMap::KeyMap(const Output& output, MapItem const* keys, const UIString& displayName,
-               const UIString& displayDescription, KeyMapScope scope)
-    : KeyMap(output, displayName, displayDescription, scope)
+KeyMap::KeyMap(Output output, MapItem const* keys, const UIString& displayName, const UIString& displayDescription,
+               KeyMapScope scope)
+    : KeyMap(std::move(output), displayName, displayDescription, scope)
 {
     for (; keys != nullptr && keys->valid(); ++keys)
         addDefault(*keys);

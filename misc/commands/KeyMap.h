@@ -46,13 +46,13 @@ public:
 
     // With no key, one, two, or those of a table that ends with an item that isn't valid. A key that is given
     // twice, and a name that verifyOutputString refuses, are reported by qa_splat.
-    explicit KeyMap(const Output& output, const UIString& displayName = {}, const UIString& displayDescription = {},
+    explicit KeyMap(Output output, const UIString& displayName = {}, const UIString& displayDescription = {},
                     KeyMapScope scope = notInReports);
-    KeyMap(const Output& output, const MapItem& key, const UIString& displayName = {},
+    KeyMap(Output output, const MapItem& key, const UIString& displayName = {}, const UIString& displayDescription = {},
+           KeyMapScope scope = notInReports);
+    KeyMap(Output output, const MapItem& key, const MapItem& otherKey, const UIString& displayName = {},
            const UIString& displayDescription = {}, KeyMapScope scope = notInReports);
-    KeyMap(const Output& output, const MapItem& key, const MapItem& otherKey, const UIString& displayName = {},
-           const UIString& displayDescription = {}, KeyMapScope scope = notInReports);
-    KeyMap(const Output& output, MapItem const* keys, const UIString& displayName = {},
+    KeyMap(Output output, MapItem const* keys, const UIString& displayName = {},
            const UIString& displayDescription = {}, KeyMapScope scope = notInReports);
 
     bool valid() const noexcept { return valid_; }
