@@ -51,6 +51,19 @@ struct Witness : iObject
     bool* gone_;
 };
 
+// Looks at its thread's objects while they go, and leaves another one.
+struct Lookup : iObject
+{
+    Lookup(Mw::Ptr<iThread>& thread, bool* gone) : thread_(thread), gone_(gone) {}
+    ~Lookup() override
+    {
+        EXPECT_TRUE(thread_->localObjects().empty());
+        thread_->localObjects()["late"] = Mw::makePtr<Witness>(gone_);
+    }
+    Mw::Ptr<iThread>& thread_;
+    bool* gone_;
+};
+
 } // namespace
 
 TEST_F(Threads, knowTheirIdAndTheirWholeName)
@@ -154,7 +167,7 @@ TEST_F(Threads, endAfterTheirLocalObjects)
         {
             thread_local const Witness last(&threadLocalGone);
             known->acquire();
-            self->localObjects()["witness"] = Mw::makePtr<Witness>(&objectGone);
+            self->localObjects()["lookup"] = Mw::makePtr<Lookup>(self, &objectGone);
             EXPECT_FALSE(self->waitForExit(-1)) << "a thread never waits for itself";
             (void)last;
         });

@@ -221,7 +221,17 @@ void NativeThread::run()
     {
     }
     // Here and not in `end`: the objects may use thread-local ones.
-    localObjects_.clear();
+    dropLocalObjects();
+}
+
+// The objects may look for each other while they go, and leave new ones: for a few rounds, not for ever.
+void NativeThread::dropLocalObjects()
+{
+    for (int rounds = 0; rounds < 4 && !localObjects_.empty(); ++rounds)
+    {
+        LocalObjects last;
+        last.swap(localObjects_);
+    }
 }
 
 void NativeThread::end() noexcept
@@ -234,7 +244,7 @@ std::uint32_t NativeThread::threadId()
 {
     const Deadline never(-1);
     std::uint32_t id;
-    while ((id = id_.load(std::memory_order_acquire)) == 0)
+    while ((id = id_.load(std::memory_order_acquire)) == 0 && !isInherited())
         futexWait(&id_, 0, never);
     return id;
 }
@@ -242,7 +252,7 @@ std::uint32_t NativeThread::threadId()
 pid_t NativeThread::systemId()
 {
     const auto id = static_cast<pid_t>(threadId());
-    return ended_.isSet() ? 0 : id;
+    return ended_.isSet() || isInherited() ? 0 : id;
 }
 
 bool NativeThread::setPriority(int priority)
@@ -279,5 +289,5 @@ bool NativeThread::waitForExit(int timeoutMs)
 {
     if (threadId() == ThreadId::current() && !ended_.isSet())
         return false;
-    return ended_.wait(timeoutMs) == iThreadEvent::eWaitSuccess;
+    return isInherited() || ended_.wait(timeoutMs) == iThreadEvent::eWaitSuccess;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OS/ForkCount.h"
 #include "OS/ThreadMgr.h"
 #include "OS/linux/NativeEvent.h"
 
@@ -7,6 +8,8 @@
 
 // A detached thread of the system and the record of it, which thread and callers hold together: the
 // thread until it ends, with its thread-local objects gone.
+//
+// A forked child has the records of its parent's threads, but none of those threads.
 class NativeThread final : public iThread
 {
 public:
@@ -28,12 +31,17 @@ private:
     static void* body(void* thread);
     void begin();
     void run();
+    void dropLocalObjects();
     void end() noexcept;
 
-    // The system's number for calls on this thread, 0 once it has ended and the number may be another's.
+    bool isInherited() const noexcept { return forks_ != forkCount(); }
+
+    // The system's number for calls on this thread, 0 once it has ended and the number may be another's, and for
+    // a thread of the parent process.
     pid_t systemId();
 
     const iThreadMgr::ThreadParams params_;
+    const unsigned forks_ = forkCount();
     Mw::Ptr<NativeThread> running_; // this record, while the thread runs
     FutexWord id_{0};               // 0 until the thread has begun
     NativeEvent ended_{iThreadEvent::eManualReset, false};
