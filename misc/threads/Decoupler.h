@@ -442,7 +442,7 @@ public:
         bool result = true;
         for (auto& [key, child] : children_)
         {
-            if (child.execute(ctx))
+            if (key == removedKey || child.execute(ctx))
                 continue;
             result = false;
             if (stopOnFailure_)
@@ -463,7 +463,7 @@ public:
     bool removeChild(unsigned long key)
     {
         const ThreadSafetyTraits::Entry entry(this->safety_);
-        for (auto at = children_.begin(); at != children_.end(); ++at)
+        for (auto at = children_.begin(); key != removedKey && at != children_.end(); ++at)
             if (at->first == key)
             {
                 remove(at);
@@ -481,7 +481,8 @@ public:
     bool flag() const noexcept { return flag_; }
 
 private:
-    // The number of a child that is removed while the children are walked: it stands until the walk is over.
+    // The number of a child that is removed while the children are walked. It stands until the walk is over,
+    // and lives as long, since it may be the one that runs.
     static constexpr unsigned long removedKey = 0;
 
     using Children =
@@ -509,7 +510,7 @@ private:
         if (walks_ == 0)
             children_.erase(at);
         else
-            *at = {removedKey, NullCommand<Ctx, Safety>()};
+            at->first = removedKey;
     }
 
     Children children_;

@@ -20,6 +20,15 @@ using Safe = ThreadSafetyTraits::ThreadSafe;
 using Command = Cmd<std::string, Safe>;
 using Calls = test::Calls<Safe, std::string>;
 
+// A representation of a user's own, which holds nothing while it runs.
+struct OwnRep : CommandRep<std::string, Safe>
+{
+    explicit OwnRep(std::function<void()> work) : work_(std::move(work)) {}
+    bool execute(std::string& log) override { return work_(), log += name_, true; }
+    const std::function<void()> work_;
+    const std::string name_ = "own";
+};
+
 // Writes a character, and succeeds if it is a small letter.
 struct Letter : Calls
 {
@@ -106,12 +115,15 @@ TEST(Command, compoundLetsItsChildrenChangeIt)
         });
     for (Calls* const child : {static_cast<Calls*>(&a), &changer, static_cast<Calls*>(&b)})
         keys.push_back(compound.addChild(child->cmd()));
+    unsigned long own = 0;
+    const auto removeOwn = [&] { EXPECT_TRUE(compound.removeChild(own) && !compound.removeChild(0)); };
+    own = compound.addChild(Command(new OwnRep(removeOwn)));
     compound.addChild(c.cmd());
     std::string log;
     EXPECT_TRUE(outside.execute(log));
-    EXPECT_EQ(log, "a!cd");
+    EXPECT_EQ(log, "a!owncd");
     EXPECT_TRUE(compound.execute(log));
-    EXPECT_EQ(log, "a!cdcd");
+    EXPECT_EQ(log, "a!owncdcd");
     throwing = true;
     compound.addChild(changer.cmd());
     EXPECT_THROW(compound.execute(log), std::runtime_error);
