@@ -75,7 +75,7 @@ Presets::Presets()
 Size Presets::sizeOf(Preset preset, const OutputFormat::Details& format) const
 {
     if (preset == ISPUnscaled)
-        return {format.width_, format.height_};
+        return {std::max(format.width_, 0), std::max(format.height_, 0)};
     if (preset < ISPSmallThumb || preset > ISPUnscaled)
         return {};
     const int extent = extents_[static_cast<std::size_t>(preset)];

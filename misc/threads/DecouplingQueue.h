@@ -205,8 +205,12 @@ bool DecouplingQueue<T>::empty() const
 template <class T>
 void DecouplingQueue<T>::getQueuedItems(std::list<Item>& items) const
 {
-    const CriticalSection::Lock lock(lock_);
-    items = items_;
+    std::list<Item> copy;
+    {
+        const CriticalSection::Lock lock(lock_);
+        copy = items_;
+    }
+    items.swap(copy); // what the caller's list held goes when the lock is free again
 }
 
 template <class T>
