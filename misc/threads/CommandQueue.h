@@ -64,12 +64,7 @@ public:
     }
 
     // Runs the head, if there is one.
-    void executeHead(Ctx& ctx)
-    {
-        Command cmd;
-        if (take(cmd, Side::head, anyPriority))
-            cmd.executeAndRelease(ctx);
-    }
+    void executeHead(Ctx& ctx) { executeNext(ctx); }
 
     // Runs from the head until the queue is empty: what is inserted meanwhile is run as well.
     void executeAll(Ctx& ctx) { executeWhile(Side::head, anyPriority, ctx); }
@@ -113,6 +108,17 @@ public:
     {
         const BareEntry entry(safety_);
         return items_.size();
+    }
+
+protected:
+    // Runs the head. False if there is none; touches nothing of the queue after the run, in which it may have gone.
+    bool executeNext(Ctx& ctx)
+    {
+        Command cmd;
+        if (!take(cmd, Side::head, anyPriority))
+            return false;
+        cmd.executeAndRelease(ctx);
+        return true;
     }
 
 private:

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace MwCmdProcessors
@@ -25,13 +26,13 @@ MISC_API void printWorkerMessage(const char* text);
 class Activity
 {
 public:
-    explicit Activity(iMutex& mutex) : mutex_(mutex) { mutex_.acquire(-1); }
-    ~Activity() { mutex_.release(); }
+    explicit Activity(Mw::Ptr<iMutex> mutex) : mutex_(std::move(mutex)) { mutex_->acquire(-1); }
+    ~Activity() { mutex_->release(); }
     Activity(const Activity&) = delete;
     Activity& operator=(const Activity&) = delete;
 
 private:
-    iMutex& mutex_;
+    const Mw::Ptr<iMutex> mutex_;
 };
 
 } // namespace detail
@@ -42,7 +43,9 @@ using WorkerCommand = MwDC::ParamCmd<CommandContextPair<MwDC::Cmd<Ctx, Safety>, 
                                      CommandContextPair<MwDC::Cmd<Ctx, Safety>, Ctx>&, Safety>;
 
 // A queue with a thread of its own, which runs commands as they arrive: a caller hands work off by inserting it.
-// With ThreadSafe, any thread may insert. The thread is none of the co-processes, so that co_pid() is 0 on it.
+// With ThreadSafe, any thread may insert. With NoLocking, nothing keeps two threads apart: only what runs on the
+// queue's own thread may insert into it or look at it. The thread is none of the co-processes, so that co_pid() is
+// 0 on it.
 //
 // An exception that leaves a command ends the thread by way of threadExceptionHandler.
 template <class Safety, class Ctx>
@@ -59,8 +62,8 @@ public:
     WorkerThreadQueue(const char* name, const Command& initCmd, const Command& exitCmd, int priority, int, bool sorted);
 
     // Runs what was inserted before, then `exitCmd`, and waits for the thread's end; this takes a tenth of a
-    // second. Waits for 5 seconds at most: commands that take longer find the queue gone. Not for commands of
-    // the queue itself.
+    // second. Waits for 5 seconds at most: commands that take longer find the queue gone. One of the queue's own
+    // commands may drop it: then what stands behind that one, `exitCmd` included, is never run.
     ~WorkerThreadQueue() override;
 
     // Hands a command over. During destruction it is dropped.
@@ -85,13 +88,20 @@ private:
         failed
     };
 
-    // Tells at the end of a scope, however it is left, that the thread is done with the queue.
+    // What the thread may look at when the queue is gone.
+    struct Life : iObject
+    {
+        std::atomic<bool> isOver{false};
+    };
+
+    // Tells at the end of a scope, however it is left, that the thread is done with the queue, if there still is one.
     class Finish;
 
     bool execute(ParamCmd& cmd, Pair& pair) override { return executeCommand(cmd, pair.context); }
 
     bool runInitCommand();
-    void runUntilStopped();
+    void runUntilStopped(const Life& life);
+    void runAll(const Life& life);
     void finish(State state);
     void awaitThread();
 
@@ -109,21 +119,29 @@ private:
     Command exitCmd_;
     std::atomic<bool> stopping_{false};
     std::atomic<State> threadState_{notStarted};
+    const Mw::Ptr<Life> life_{Mw::makePtr<Life>()};
 };
 
 template <class Safety, class Ctx>
 class WorkerThreadQueue<Safety, Ctx>::Finish
 {
 public:
-    explicit Finish(WorkerThreadQueue& queue) noexcept : queue_(queue) {}
-    ~Finish() { queue_.finish(state_); }
+    explicit Finish(WorkerThreadQueue& queue) noexcept : queue_(queue), life_(queue.life_) {}
+    ~Finish()
+    {
+        if (!life_->isOver)
+            queue_.finish(state_);
+    }
     Finish(const Finish&) = delete;
     Finish& operator=(const Finish&) = delete;
+
+    const Life& life() const noexcept { return *life_; }
 
     State state_ = ended;
 
 private:
     WorkerThreadQueue& queue_;
+    const Mw::Ptr<Life> life_;
 };
 
 template <class Safety, class Ctx>
@@ -152,6 +170,7 @@ WorkerThreadQueue<Safety, Ctx>::~WorkerThreadQueue()
     stopping_ = true;
     stopEvent_->set();
     awaitThread();
+    life_->isOver = true;
 }
 
 template <class Safety, class Ctx>
@@ -188,7 +207,9 @@ void WorkerThreadQueue<Safety, Ctx>::theThreadProc()
         return;
     }
     threadState_ = running;
-    runUntilStopped();
+    runUntilStopped(finish.life());
+    if (finish.life().isOver)
+        return;
     Ctx ctx{};
     exitCmd_.execute(ctx);
 }
@@ -220,20 +241,30 @@ bool WorkerThreadQueue<Safety, Ctx>::runInitCommand()
 }
 
 template <class Safety, class Ctx>
-void WorkerThreadQueue<Safety, Ctx>::runUntilStopped()
+void WorkerThreadQueue<Safety, Ctx>::runUntilStopped(const Life& life)
 {
     const std::vector<Mw::Ptr<iThreadEvent>> events{workEvent_, stopEvent_};
-    for (bool stop = false; !stop;)
+    for (bool stop = false; !stop && !life.isOver;)
     {
-        const detail::Activity activity(*activityLock_);
+        const detail::Activity activity(activityLock_);
         OS().threadMgr().waitForEvents(events, false, -1);
         stop = stopEvent_->wait(0) == iThreadEvent::eWaitSuccess;
-        this->executeAll();
-        if (stop)
+        runAll(life);
+        if (stop && !life.isOver)
         {
             OS().threadMgr().sleep(lateInsertMs);
-            this->executeAll();
+            runAll(life);
         }
+    }
+}
+
+// A command may drop the queue.
+template <class Safety, class Ctx>
+void WorkerThreadQueue<Safety, Ctx>::runAll(const Life& life)
+{
+    Ctx ctx{};
+    while (!life.isOver && this->executeNext(ctx))
+    {
     }
 }
 
@@ -252,10 +283,9 @@ void WorkerThreadQueue<Safety, Ctx>::awaitThread()
     const std::int64_t startMs = service_get_msecs();
     if (doneEvent_->wait(0) != iThreadEvent::eWaitSuccess)
     {
-        // A thread that waited for itself would do so in vain.
-        const bool ownThread = thread_->threadId() == OS().threadMgr().currentThreadId();
-        MW_ASSERT(!ownThread);
-        if (ownThread || doneEvent_->wait(stopTimeoutMs) != iThreadEvent::eWaitSuccess)
+        // Neither does a thread wait for itself, nor a forked child for a thread of its parent.
+        if (thread_->threadId() == OS().threadMgr().currentThreadId() || thread_->waitForExit(0) ||
+            doneEvent_->wait(stopTimeoutMs) != iThreadEvent::eWaitSuccess)
             return;
     }
     if (thread_)

@@ -3,11 +3,14 @@
 #include "diagnostics/Dying.h"
 #include "diagnostics/Support.h"
 #include "misc/diagnostics/FatalError.h"
+#include "misc/threads/DecouplingQueue.h"
 #include "misc/threads/ServiceLock.h"
+#include "misc/threads/WorkerThreadQueue.h"
 #include "platform/ThreadSupport.h"
 
 #include <latch>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -147,6 +150,35 @@ void stopWhileBusy()
     std::exit(0);
 }
 
+// The child has two queues and a co-process, and the threads of none.
+void endAForkedChild()
+{
+    struct Owner : DecouplingQueue<iObject>::Decoupler
+    {
+        void despatch(Mw::Ptr<iObject>) override {}
+    };
+    using Safe = MwDC::ThreadSafetyTraits::ThreadSafe;
+    static Owner owner;
+    static const MwDC::NullCommand<MwDC::NoCtx, Safe> nothing;
+    static DecouplingQueue<iObject> queue(2, 0, 0, 0, &owner, ~0u);
+    static MwCmdProcessors::WorkerThreadQueue<Safe, MwDC::NoCtx> worker("standing", nothing, nothing, 0, 0, false);
+    static Work wait = []
+    {
+        for (;;)
+            KillMyselfCheck();
+    };
+    const auto waiting = start(wait, "waiting");
+    if (const pid_t child = ::fork(); child != 0)
+    {
+        int status = 1;
+        ::waitpid(child, &status, 0);
+        std::_Exit(WIFEXITED(status) && !waiting->waitForExit(0) ? WEXITSTATUS(status) : 1);
+    }
+    ::alarm(4); // less than the worker's queue would wait for
+    REQUIRE(!waiting->setPriority(0) && !waiting->setAffinity(0) && waiting->waitForExit(-1));
+    std::exit(0);
+}
+
 using CoProcess = Diagnostics;
 
 struct CoProcessDeath : testing::Test
@@ -196,6 +228,11 @@ TEST_F(CoProcessDeath, exceptionNamesItsThreadAndEndsTheProcess)
                  protectedExecute([](void*) -> iThread::eExecRC { throw 1; }, nullptr),
                  std::exit(exceptionInProgress())),
                 testing::ExitedWithCode(2), "^$");
+}
+
+TEST_F(CoProcessDeath, forkedChildEndsWithoutTheThreadsOfItsParent)
+{
+    EXPECT_EXIT(endAForkedChild(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(CoProcessDeath, processStopsInOrderWithBusyThreads)

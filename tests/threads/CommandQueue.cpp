@@ -28,11 +28,12 @@ class QuickThreads : public ForwardingThreadMgr
 public:
     Mw::Ptr<iThread> createThread(const ThreadParams& params) override
     {
-        return fails_ ? nullptr : ForwardingThreadMgr::createThread(params);
+        return last_ = fails_ ? nullptr : ForwardingThreadMgr::createThread(params);
     }
     void sleep(unsigned) override { yield(); }
 
     bool fails_ = false;
+    Mw::Ptr<iThread> last_;
 
 private:
     OSReplacement<iThreadMgr> replacement_{*this};
@@ -197,20 +198,46 @@ TEST(WorkerThreadQueue, canBeDestroyedAtAnyTimeWhileBusy)
     QuickThreads threads;
     for (long round = 0; round < 1000; ++round)
     {
+        const long before = round % 20;
         Seen seen;
         Worker* target = nullptr;
         Calls again([&](auto&, long&) { return target->insert(again.cmd(), 1, 0), true; });
+        std::thread racing;
+        // The destructor waits for this one, and this one for the thread that inserts meanwhile.
+        Calls exit([&](auto&, long&) { return racing.join(), true; });
         {
-            Worker queue("busy", nothing, nothing, 0, 0, true);
+            Worker queue("busy", nothing, exit.cmd(), 0, 0, true);
             target = &queue;
-            for (long i = 0; i < round % 20; ++i)
+            for (long i = 0; i < before; ++i)
             {
                 queue.insert(seen.cmd(), 0, i);
                 queue.insert(again.cmd(), 1, 0);
             }
+            racing = std::thread(
+                [&]
+                {
+                    for (long i = before; i < before + 20; ++i)
+                        queue.insert(seen.cmd(), 0, i);
+                });
         }
-        EXPECT_EQ(std::ssize(seen.numbers), round % 20) << "what was inserted before is run";
+        ASSERT_GE(std::ssize(seen.numbers), before) << "what was inserted before is run";
+        for (long i = 0; i < std::ssize(seen.numbers); ++i)
+            ASSERT_EQ(seen.numbers[static_cast<std::size_t>(i)], i) << "and nothing behind what was dropped";
     }
+}
+
+TEST(WorkerThreadQueue, isDroppedByItsOwnCommand)
+{
+    QuickThreads threads;
+    Seen seen;
+    const auto ready = OS().threadMgr().createEvent(iThreadEvent::eManualReset);
+    auto* queue = new Worker("dropped", nothing, seen.cmd(), 0, 0, false);
+    Calls drop([&](auto&, long&) { return ready->wait(), delete queue, true; });
+    queue->insert(drop.cmd(), 0, 0);
+    queue->insert(seen.cmd(), 0, 0);
+    ready->set();
+    threads.last_->waitForExit(-1);
+    EXPECT_TRUE(seen.numbers.empty());
 }
 
 TEST(WorkerThreadQueue, runsInitFirstAndExitLast)
@@ -262,11 +289,4 @@ TEST(WorkerThreadQueue, takesTheProgramDownWithAnException)
         OS().threadMgr().createEvent(iThreadEvent::eManualReset)->wait();
     };
     EXPECT_EXIT(fail(), testing::ExitedWithCode(1), "\\* EXCEPTION \\*");
-}
-
-TEST(Threads, prioritiesMapToThoseOfThePlatform)
-{
-    const int expected[] = {2, 0, 1, 2, 3, 4, 5, 5, 2};
-    for (int priority = -3; priority <= 5; ++priority)
-        EXPECT_EQ(mapThreadPriority(priority), expected[priority + 3]);
 }

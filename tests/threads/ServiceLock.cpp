@@ -3,6 +3,7 @@
 #include "OS/OS.h"
 #include "OS/ThreadMgr.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -18,6 +19,9 @@ TEST(ServiceLock, nestsAndNamesItsOwner)
     service_enable();
     EXPECT_EQ(who_owns_service_lock(), 0u);
     EXPECT_EQ(service_lock_counts().entered, before + 2) << "leaving doesn't count down";
+    const double early = service_get_msecs_precise();
+    const auto between = static_cast<double>(service_get_msecs());
+    EXPECT_TRUE(std::trunc(early) <= between && between <= service_get_msecs_precise());
 }
 
 TEST(ServiceLock, countsWhoWaits)
