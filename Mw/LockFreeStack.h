@@ -42,7 +42,8 @@ struct SLNodeAccessor
 //
 //     offset 0   head, a plain pointer, which a leak checker follows
 //            8   how many objects were popped
-//           16   count
+//           16   how many were pushed, counted by a step of its own; the difference is the count, so that a
+//                pop makes no such step. Where pops go by the lock, they lower this one.
 template <class T>
 class Stack
 {
@@ -67,7 +68,7 @@ public:
             exchangeIn(node);
         else
             lockIn(node);
-        OS().atomics().increment(&count_);
+        OS().atomics().increment(&pushed_);
     }
 
     // The object that was pushed last, or null if the stack is empty. What its pusher did before is seen.
@@ -76,13 +77,16 @@ public:
         Node* const node = means_ == Means::pairExchange ? exchangeOut() : lockOut();
         if (node == nullptr)
             return nullptr;
-        OS().atomics().decrement(&count_);
         return Accessor::objectOf(node);
     }
 
-    // How many objects stand on the stack. For information: it is changed after the stack itself, and is off
+    // How many objects stand on the stack. For information: a push counts after the stack itself, and it is off
     // by as many as there are threads in the middle of an operation.
-    int count() const noexcept { return OS().atomics().load(&count_); }
+    int count() const noexcept
+    {
+        const auto popped = static_cast<unsigned>(OS().atomics().loadPair(&head_).counter);
+        return static_cast<int>(static_cast<unsigned>(OS().atomics().load(&pushed_)) - popped);
+    }
 
 private:
     using Node = SLNode<T>;
@@ -127,7 +131,10 @@ private:
         const CriticalSection::Lock lock(lock_);
         Node* const node = top();
         if (node != nullptr)
+        {
             setTop(node->next);
+            OS().atomics().decrement(&pushed_);
+        }
         return node;
     }
 
@@ -140,7 +147,7 @@ private:
     }
 
     alignas(64) PointerPair head_; // the line is the stack's own
-    int count_ = 0;
+    int pushed_ = 0;
     const Means means_;
     CriticalSection lock_{"lock-free stack"};
 };

@@ -47,7 +47,8 @@ public:
     virtual bool setAffinity(int processors) = 0;
 
     // Waits until the thread has ended, its thread_local objects gone; a negative time means for ever. True
-    // if it has. A thread never waits for its own end: called on itself, this gives false at once.
+    // if it has. A thread never waits for its own end: called on itself, this gives false at once. In a forked
+    // child the threads of its parent count as ended; they take no priority and no processors there.
     virtual bool waitForExit(int timeoutMs) = 0;
 
     // Objects that belong to the thread, by name; let go on the thread when its function is done. For the

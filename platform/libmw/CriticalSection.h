@@ -9,7 +9,8 @@
 // uncontended enter or leave makes no call.
 //
 // Can be a static object of any module: it is ready before the first constructor runs and stays ready
-// after the last destructor. It can't be moved or copied.
+// after the last destructor. It can't be moved or copied. A forked child has it as it stood: one that
+// another thread held at the fork stays locked there.
 class CriticalSection
 {
 public:
