@@ -4,6 +4,7 @@
 #include "Mw/Exception.h"
 #include "Mw/LightweightString.h"
 #include "OS/ThreadExit.h"
+#include "libmw/Text.h"
 #include "misc/diagnostics/Console.h"
 
 #include <cstdio>
