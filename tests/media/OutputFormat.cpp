@@ -3,6 +3,7 @@
 #include "media/AssertionLines.h"
 
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace
 {
@@ -32,19 +33,28 @@ TEST(OutputFormat, readsBackWhatItStoresOfEveryFormat)
 {
     ASSERT_EQ(OutputFormat::getNumFormats(), 31u);
     const AssertionLines lines;
+    std::ostringstream stored; // each with the UID of its type
     for (unsigned i = 0; i < OutputFormat::getNumFormats(); ++i)
     {
         const Details& format = OutputFormat::getFormat(i);
         EXPECT_TRUE(format.valid());
         EXPECT_EQ(&format, OutputFormat::getSupportedFormats() + i);
         EXPECT_TRUE(Details(format.getPersistableString()) == format) << i;
-        EXPECT_EQ(format.isInterlaced(), i < 4 || (i >= 12 && i <= 14)) << i;
-        for (unsigned j = 0; j < i; ++j)
-            EXPECT_FALSE(format == OutputFormat::getFormat(j)) << i << " and " << j;
+        stored << format.getPersistableString().c_str() << ' ' << format.videoFormatUID_ << ';';
     }
-    EXPECT_EQ(OutputFormat::getFormat(12).getPersistableString(), "4|0|1920|1080|8|2|3|1|25fps");
+    EXPECT_EQ(stored.str(),
+              "1|0|720|576|8|1|3|1|4:3 3;1|0|720|576|8|2|3|1|16:9 3;2|0|720|486|8|1|5|2|4:3 15;"
+              "2|0|720|486|8|2|5|2|16:9 15;3|0|1280|720|8|2|2|3|23.98fps 27;3|0|1280|720|8|2|1|3|24fps 27;"
+              "3|0|1280|720|8|2|3|3|25fps 27;3|0|1280|720|8|2|8|3|50fps 27;3|0|1280|720|8|2|10|3|59.94fps 27;"
+              "3|0|1280|720|8|2|9|3|60.0fps 27;3|0|1280|720|8|2|5|3|29.97fps 27;3|0|1280|720|8|2|4|3|30.0fps 27;"
+              "4|0|1920|1080|8|2|3|1|25fps 28;4|0|1920|1080|8|2|5|1|29.97fps 28;4|0|1920|1080|8|2|4|1|30fps 28;"
+              "6|0|1920|1080|8|2|2|4|23.98fps 28;6|0|1920|1080|8|2|1|4|24fps 28;6|0|1920|1080|8|2|3|4|25fps 28;"
+              "6|0|1920|1080|8|2|5|4|29.97fps 28;6|0|1920|1080|8|2|4|4|30fps 28;6|0|1920|1080|8|2|6|4|48fps 28;"
+              "5|0|1920|1080|8|2|8|3|50fps 28;5|0|1920|1080|8|2|10|3|59.94fps 28;7|0|2048|1536|8|4|1|4|24fps 110;"
+              "8|0|1828|1332|8|5|1|4|24fps 111;9|0|2048|858|8|8|1|4|24fps 112;10|0|1998|1080|8|7|1|4|24fps 113;"
+              "11|0|3840|2160|8|2|2|4|23.98fps 73;11|0|3840|2160|8|2|1|4|24fps 73;11|0|3840|2160|8|2|3|4|25fps 73;"
+              "11|0|3840|2160|8|2|5|4|29.97fps 73;");
     EXPECT_EQ(OutputFormat::getFormat(25).getDisplayString(), L"2k DCI 2.39:1 24fps");
-    EXPECT_EQ(OutputFormat::getFormat(25).videoFormatUID_, 112);
     EXPECT_TRUE(OutputFormat::isSD(OutputFormat::Ntsc) && !OutputFormat::isSD(OutputFormat::SevenTwentyP));
     EXPECT_EQ(OutputFormat::getDisplayString(OutputFormat::FourKDci185), L"4k DCI 1.85:1");
 }

@@ -1,6 +1,7 @@
 #include "OS/testing/ForwardingThreadMgr.h"
 #include "misc/diagnostics/Log.h"
 #include "misc/threads/WorkerThreadQueue.h"
+#include "platform/ThreadSupport.h"
 #include "threads/Calls.h"
 
 #include <algorithm>
@@ -167,16 +168,12 @@ TEST(WorkerThreadQueue, losesAndRepeatsNoCommandOfFourProducers)
         {
             WorkerThreadQueue<Safe, Ctx> queue("producers", none, none, 0, 0, true);
             queue.insert(held.cmd(), 0, Ctx{});
-            std::vector<std::thread> threads;
-            for (long producer = 0; producer < producers; ++producer)
-                threads.emplace_back(
-                    [&, producer]
-                    {
-                        for (long i = 0; i < each; ++i)
-                            queue.insert(command.cmd(), static_cast<unsigned>(i % priorities), {producer, i});
-                    });
-            for (std::thread& thread : threads)
-                thread.join();
+            const auto produce = [&](int producer)
+            {
+                for (long i = 0; i < each; ++i)
+                    queue.insert(command.cmd(), static_cast<unsigned>(i % priorities), {producer, i});
+            };
+            test::Crowd(producers, produce);
             gate->set();
             ASSERT_EQ(all->wait(250'000), iThreadEvent::eWaitSuccess) << "a command was lost";
         }

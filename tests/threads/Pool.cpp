@@ -1,5 +1,7 @@
 #include "Mw/PooledStdAllocator.h"
 
+#include "platform/ThreadSupport.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -7,7 +9,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <list>
-#include <thread>
 #include <vector>
 
 namespace
@@ -84,11 +85,7 @@ TEST(LockFreeStack, givesEachObjectOneOwner)
             std::vector<Block> blocks(static_cast<std::size_t>(size) + 2);
             for (Block& block : blocks)
                 stack.push(&block);
-            std::vector<std::thread> threads;
-            for (int i = 1; i <= size; ++i)
-                threads.emplace_back([&, i] { takeAndGiveBack(stack, i, pops / size); });
-            for (std::thread& thread : threads)
-                thread.join();
+            test::Crowd(size, [&](int i) { takeAndGiveBack(stack, i + 1, pops / size); });
             EXPECT_EQ(stack.count(), std::ssize(blocks));
             long visits = 0;
             std::vector<Block*> found;

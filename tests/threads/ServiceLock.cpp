@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-TEST(ServiceLock, nestsAndNamesItsOwner)
+TEST(ServiceLock, nestsNamesItsOwnerAndCountsWhoWaits)
 {
     service_init();
     const int before = service_lock_counts().entered;
@@ -16,26 +16,15 @@ TEST(ServiceLock, nestsAndNamesItsOwner)
     service_disable();
     service_enable();
     EXPECT_EQ(who_owns_service_lock(), OS().threadMgr().currentThreadId());
-    service_enable();
-    EXPECT_EQ(who_owns_service_lock(), 0u);
-    EXPECT_EQ(service_lock_counts().entered, before + 2) << "leaving doesn't count down";
-    const double early = service_get_msecs_precise();
-    const auto between = static_cast<double>(service_get_msecs());
-    EXPECT_TRUE(std::trunc(early) <= between && between <= service_get_msecs_precise());
-}
-
-TEST(ServiceLock, countsWhoWaits)
-{
-    service_disable();
-    std::thread waiter(
-        []
-        {
-            service_disable();
-            service_enable();
-        });
+    std::thread waiter([] { service_disable(), service_enable(); });
     while (service_lock_counts().waiting != 1)
         std::this_thread::yield();
     service_enable();
     waiter.join();
+    EXPECT_EQ(who_owns_service_lock(), 0u);
     EXPECT_EQ(service_lock_counts().waiting, 0);
+    EXPECT_EQ(service_lock_counts().entered, before + 3) << "leaving doesn't count down";
+    const double early = service_get_msecs_precise();
+    const auto between = static_cast<double>(service_get_msecs());
+    EXPECT_TRUE(std::trunc(early) <= between && between <= service_get_msecs_precise());
 }
