@@ -4,6 +4,7 @@
 #include "OS/OS.h"
 #include "OS/ThreadExit.h"
 #include "OS/ThreadMgr.h"
+#include "misc/diagnostics/FatalError.h"
 #include "misc/diagnostics/Log.h"
 
 #include <exception>
@@ -40,12 +41,8 @@ private:
 
 constinit thread_local const RunningTask* RunningTask::innermost_ = nullptr;
 
-// Set when an exception has left a task. Threads that still run at exit may look at it.
-const Mw::Ptr<iThreadEvent>& taskFailure()
-{
-    static const auto& event = *new Mw::Ptr<iThreadEvent>(OS().threadMgr().createEvent(iThreadEvent::eManualReset));
-    return event;
-}
+// How often a task that waits for another looks whether the program goes down.
+constexpr int failurePollMs = 50;
 
 // What the exception that is being handled says.
 LightweightString<char> exceptionText()
@@ -84,16 +81,19 @@ void BackgroundTaskBase::execute()
     }
     catch (const ThreadExit&)
     {
-        completed_->set();
+        ended();
         throw;
     }
     catch (...)
     {
-        log_->addLine(LightweightString<char>("Stopped by an exception: ") + exceptionText());
-        taskFailure()->set();
+        // The system's own unwinding of a thread is no exception, and must not be stopped.
+        if (std::current_exception())
+            log_->addLine(LightweightString<char>("Stopped by an exception: ") + exceptionText());
+        else
+            ended();
         throw;
     }
-    completed_->set();
+    ended();
 }
 
 void BackgroundTaskBase::waitForCompletion() const
@@ -103,9 +103,25 @@ void BackgroundTaskBase::waitForCompletion() const
                 "it goes on at once.\n",
                 getName().c_str());
     else if (RunningTask::any())
-        OS().threadMgr().waitForEvents({completed_, taskFailure()}, false, -1);
+        while (completed_->wait(failurePollMs) == iThreadEvent::eWaitTimeout && exceptionInProgress() == 0)
+            continue;
     else
         completed_->wait(-1);
+}
+
+void BackgroundTaskBase::queued()
+{
+    const CriticalSection::Lock lock(lock_);
+    if (pending_++ == 0)
+        completed_->reset();
+}
+
+// A task may also run that nobody queued.
+void BackgroundTaskBase::ended()
+{
+    const CriticalSection::Lock lock(lock_);
+    if (pending_ == 0 || --pending_ == 0)
+        completed_->set();
 }
 
 float BackgroundTaskBase::getProgress() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OS/Thread.h"
+#include "libmw/CriticalSection.h"
 #include "misc/identity/IdentifiedBase.h"
 #include "misc/threads/iBackgroundTask.h"
 #include "misc/threads/iBackgroundTaskQueue.h"
@@ -19,8 +20,9 @@ public:
     // task doesn't count as completed.
     void execute() override;
 
-    // In a task's own run it returns at once, with a message. In that of another it also ends when a task has left
-    // by an exception: the stop that follows waits for the task that waits.
+    // Waits until the task has ended as often as it was queued. In a task's own run it returns at once, with a message.
+    // In that of another it also ends when the program goes down by an exception: the stop waits for the task that
+    // waits.
     void waitForCompletion() const override;
 
     // That of the log.
@@ -34,13 +36,16 @@ public:
     eStatus getStatus() const override;
     void setStatus(eStatus status) override;
 
-    void queued() override { completed_->reset(); }
-    void removed() override { completed_->set(); }
+    void queued() override;
+    void removed() override { ended(); }
 
 private:
+    void ended();
     Mw::Ptr<iBackgroundTask> self() const { return Mw::Ptr<iBackgroundTask>(const_cast<BackgroundTaskBase*>(this)); }
 
     const Mw::Ptr<iTaskLog> log_;
-    const Mw::Ptr<iThreadEvent> completed_;
+    CriticalSection lock_{"background task"}; // the last to be taken
+    unsigned pending_ = 0;                    // how often it is queued and has not ended
+    const Mw::Ptr<iThreadEvent> completed_;   // set while that is 0, once it has ended
     std::atomic<iBackgroundTaskQueue*> queue_{nullptr};
 };

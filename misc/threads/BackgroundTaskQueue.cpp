@@ -2,12 +2,14 @@
 
 #include "Mw/Assert.h"
 #include "OS/Immortal.h"
+#include "OS/ThreadExit.h"
 #include "misc/threads/BackgroundTaskQueueManager.h"
 #include "misc/threads/CoProcess.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <utility>
 
 template class DecouplingQueue<iBackgroundTask>;
@@ -66,6 +68,7 @@ BackgroundTaskQueueBase::BackgroundTaskQueueBase()
           this, &BackgroundTaskQueueBase::shutdownCallback))
 {
     Shutdown::addCallback(shutdownCallback_, shutdownPriority);
+    closed_ = Shutdown::isExiting(); // the callback may not be called any more, and there may be no more threads
     BackgroundTaskQueueManager::instance().manage(this);
 }
 
@@ -92,18 +95,26 @@ bool BackgroundTaskQueueBase::enqueue(const Task& task, End end, bool unique)
     if (!task)
         return false;
     task->setQueue(this);
-    if (!announce(task, end, unique))
-        return false;
-    try
+    QueuePtr queue;
     {
-        issue(eTaskQueued, task);
+        // Who aborts the task, and tells so, waits here.
+        const CriticalSection::Lock lock(events_.lock());
+        if (!announce(task, end, unique))
+            return false;
+        try
+        {
+            issue(eTaskQueued, task);
+            queue = insert(task, end);
+        }
+        catch (...)
+        {
+            forget(task);
+            throw;
+        }
     }
-    catch (...)
-    {
-        forget(task);
-        throw;
-    }
-    append(task, end);
+    // The thread that wakes needs the locks at once, and may well take the caller's place on its processor.
+    if (queue)
+        queue->wake();
     return true;
 }
 
@@ -115,12 +126,15 @@ bool BackgroundTaskQueueBase::announce(const Task& task, End end, bool unique)
     {
         Mw::assertionFailed("threadRequired_",
                             end == End::Back ? "misc/DecouplingQueue line 177" : "misc/DecouplingQueue line 161");
+        task->queued();
         task->removed();
         return false;
     }
     if (unique && (isNameInProgress(task) || isQueued(task)))
         return false;
     announced_.push_back(task);
+    ++count_;
+    task->queued();
     return true;
 }
 
@@ -128,32 +142,30 @@ void BackgroundTaskQueueBase::forget(const Task& task)
 {
     const CriticalSection::Lock lock(lock_);
     if (const auto announced = std::ranges::find(announced_, task); announced != announced_.end())
-        announced_.erase(announced);
-}
-
-// The thread that wakes needs the lock at once, and may well take the caller's place on its processor.
-void BackgroundTaskQueueBase::append(const Task& task, End end)
-{
-    QueuePtr queue;
     {
-        const CriticalSection::Lock lock(lock_);
-        queue = insert(task, end);
+        announced_.erase(announced);
+        remove(task, 1);
     }
-    if (queue)
-        queue->wake();
 }
 
-// Null if there is nothing to run: the task may have been aborted meanwhile. If the queue was closed, the shutdown that
+void BackgroundTaskQueueBase::remove(const Task& task, std::size_t times)
+{
+    count_ -= times;
+    for (; times != 0; --times)
+        task->removed();
+}
+
+// Null if there is nothing to run: a listener may have aborted the task. If the queue was closed, the shutdown that
 // did so removes the task.
 BackgroundTaskQueueBase::QueuePtr BackgroundTaskQueueBase::insert(const Task& task, End end)
 {
+    const CriticalSection::Lock lock(lock_);
     const auto announced = std::ranges::find(announced_, task);
-    const QueuePtr queue = announced != announced_.end() ? makeQueue() : QueuePtr();
+    QueuePtr queue = announced != announced_.end() ? makeQueue() : QueuePtr();
     if (!queue)
         return {};
-    announced_.erase(announced);
-    task->queued();
     end == End::Back ? queue->append(task) : queue->prepend(task);
+    announced_.erase(announced);
     return queue;
 }
 
@@ -204,8 +216,7 @@ void BackgroundTaskQueueBase::removeQueued(const Task& task)
     std::size_t times = std::erase(announced_, task);
     while (queue_ && queue_->remove(task))
         ++times;
-    if (times != 0)
-        task->removed();
+    remove(task, times);
     for (; times != 0; --times)
         issue(eTaskRemoved, task);
 }
@@ -237,8 +248,9 @@ void BackgroundTaskQueueBase::setAllTasksPaused(bool paused)
 // Listeners may change the lists.
 void BackgroundTaskQueueBase::abortAllTasks()
 {
+    std::vector<Task> tasks; // their destructors run when the locks are free again
     const RemovalLock lock(*this);
-    std::vector<Task> tasks = getQueuedTasks();
+    tasks = getQueuedTasks();
     for (const InProgress& running : inProgress_)
         tasks.push_back(running.task);
     for (const Task& task : tasks)
@@ -256,10 +268,11 @@ void BackgroundTaskQueueBase::clear()
         queue_->clear();
     }
     for (const Task& task : dropped)
-        task->removed();
+        remove(task, 1);
 }
 
 // The queue stays in its place until its threads have ended: a task that they run may queue another, and have it run.
+// Another shutdown may have ended it first, and the next task have made a new one, which is left alone.
 void BackgroundTaskQueueBase::shutdown(Shutdown::eExitType)
 {
     QueuePtr ending;
@@ -271,14 +284,17 @@ void BackgroundTaskQueueBase::shutdown(Shutdown::eExitType)
     if (ending)
         ending->stop();
 
+    // What goes here does so when the locks are free again.
     std::vector<Mw::Ptr<Mw::Guard>> guards;
-    {
-        const RemovalLock lock(*this);
-        for (const Task& task : getQueuedTasks())
-            removeQueued(task);
-        queue_.reset();
-        guards.swap(guards_);
-    }
+    std::vector<Task> removed;
+    const RemovalLock lock(*this);
+    if (queue_ && queue_ != ending)
+        return;
+    removed = getQueuedTasks();
+    for (const Task& task : removed)
+        removeQueued(task);
+    queue_.reset();
+    guards.swap(guards_);
 }
 
 void BackgroundTaskQueueBase::close()
@@ -294,10 +310,10 @@ void BackgroundTaskQueueBase::addListener(const Mw::Ptr<iCallbackBase<int, Notif
     guards_.push_back(guard);
 }
 
+// Without a lock: a listener may ask the manager, which asks all queues.
 bool BackgroundTaskQueueBase::empty() const
 {
-    const CriticalSection::Lock lock(lock_);
-    return announced_.empty() && inProgress_.empty() && (!queue_ || queue_->empty());
+    return count_ == 0;
 }
 
 std::vector<Mw::Ptr<iBackgroundTask>> BackgroundTaskQueueBase::getQueuedTasks() const
@@ -316,7 +332,21 @@ void BackgroundTaskQueueBase::despatch(Task task)
     if (!task)
         return;
     const Run run(*this, task);
-    task->execute();
+    try
+    {
+        task->execute();
+    }
+    catch (const ThreadExit&)
+    {
+        issue(eTaskDone, task);
+        throw;
+    }
+    catch (...)
+    {
+        if (!std::current_exception()) // the system ends the thread
+            issue(eTaskDone, task);
+        throw;
+    }
     issue(eTaskDone, task);
 }
 
@@ -325,6 +355,7 @@ BackgroundTaskQueueBase::Task BackgroundTaskQueueBase::take(Queue& queue)
     InProgress entry = entryOfThread();
     {
         const CriticalSection::Lock lock(lock_);
+        inProgress_.reserve(inProgress_.size() + 1); // no task is lost for want of memory
         entry.task = queue.takeItem();
         if (entry.task)
         {
@@ -332,7 +363,7 @@ BackgroundTaskQueueBase::Task BackgroundTaskQueueBase::take(Queue& queue)
             return entry.task;
         }
     }
-    restoreThread(entry);
+    leaveThread(entry);
     return {};
 }
 
@@ -361,6 +392,7 @@ BackgroundTaskQueueBase::InProgress BackgroundTaskQueueBase::begin(const Task& t
     entry.hasBegun = true;
     const CriticalSection::Lock lock(lock_);
     enter(entry);
+    ++count_;
     return entry;
 }
 
@@ -370,8 +402,9 @@ void BackgroundTaskQueueBase::finish(const InProgress& entry)
         const CriticalSection::Lock lock(lock_);
         entry.status->set(iBackgroundTask::eNotRunning);
         std::erase_if(inProgress_, [&entry](const InProgress& e) { return e.status == entry.status; });
+        --count_;
     }
-    restoreThread(entry);
+    leaveThread(entry);
 }
 
 Mw::Ptr<BackgroundTaskQueueBase::TaskStatus> BackgroundTaskQueueBase::threadStatus()
@@ -385,15 +418,17 @@ BackgroundTaskQueueBase::InProgress BackgroundTaskQueueBase::entryOfThread()
     InProgress entry;
     entry.thread = OS().threadMgr().currentThreadId();
     entry.status = threadStatus();
-    if (entry.status && entry.status->get() == iBackgroundTask::eNotRunning)
+    if (entry.status && entry.status->claim())
         return entry;
     entry.outer = std::exchange(entry.status, Mw::makePtr<TaskStatus>());
+    entry.status->claim();
     setThreadLocalObject(statusKey(), entry.status);
     return entry;
 }
 
-void BackgroundTaskQueueBase::restoreThread(const InProgress& entry)
+void BackgroundTaskQueueBase::leaveThread(const InProgress& entry)
 {
+    entry.status->release();
     if (entry.outer)
         setThreadLocalObject(statusKey(), entry.outer);
 }

@@ -22,12 +22,13 @@ class MISC_API BackgroundTaskQueueBase : public iBackgroundTaskQueue, public Dec
 {
 public:
     BackgroundTaskQueueBase();
-    // Shuts the queue down. A derived class that overrides `despatch` or `take` does so in its own destructor.
+    // Shuts the queue down. A derived class that overrides `despatch` does so in its own destructor.
     ~BackgroundTaskQueueBase() override;
 
     // Queues a task behind the others, after telling the listeners. False if it was not queued: with `unique`, if a
-    // task of its name runs, or the same task is queued already; and for a null one, or once the program stops. An
-    // exception of a listener goes on to the caller, and the task is not queued.
+    // task of its name runs, or the same task is queued already; and for a null one, or once the program stops, which
+    // for a queue that is made then is at once. An exception of a listener goes on to the caller, and the task is not
+    // queued.
     bool queue(Mw::Ptr<iBackgroundTask> task, bool unique);
 
     // The same before the others, unique or not. For the main thread.
@@ -54,8 +55,8 @@ public:
     void clear();
 
     // Lets the threads run what is queued, waits for them, however long that takes, and lets go of the listeners.
-    // Called by a task of the queue it doesn't wait for that one's thread, and what no other thread takes is
-    // removed. A later task starts threads anew, unless the program stops.
+    // Called by a task of the queue it doesn't wait for that one's thread, nor for any if the queue is being shut down
+    // already, and what no other thread takes is removed. A later task starts threads anew, unless the program stops.
     void shutdown(Shutdown::eExitType type);
 
     void addListener(const Mw::Ptr<iCallbackBase<int, NotifyMsg>>& listener, eEventType type) override;
@@ -79,17 +80,23 @@ protected:
         iBackgroundTask::eStatus get() const noexcept { return status_.load(std::memory_order_relaxed); }
         void set(iBackgroundTask::eStatus status) noexcept { status_.store(status, std::memory_order_relaxed); }
 
+        // Whether a task uses it, whatever its status is: threads that the table of co-processes doesn't know share
+        // one.
+        bool claim() noexcept { return !isClaimed_.exchange(true, std::memory_order_relaxed); }
+        void release() noexcept { isClaimed_.store(false, std::memory_order_relaxed); }
+
     private:
+        std::atomic<bool> isClaimed_{false};
         std::atomic<iBackgroundTask::eStatus> status_{iBackgroundTask::eNotRunning};
     };
 
     // No task is queued from now on. Those that are stay.
     void close();
 
-    // Taking a task and entering it as one that runs are one step for whoever aborts it.
-    Task take(Queue& queue) override;
-
 private:
+    // Taking a task and entering it as one that runs are one step for whoever aborts it.
+    Task take(Queue& queue) final;
+
     using QueuePtr = Mw::Ptr<Queue, Mw::DtorTraits, Mw::ExternalRefCountTraits>;
 
     enum class End
@@ -124,13 +131,13 @@ private:
 
     static Mw::Ptr<TaskStatus> threadStatus();
     static InProgress entryOfThread();
-    static void restoreThread(const InProgress& entry);
+    static void leaveThread(const InProgress& entry);
 
     bool enqueue(const Task& task, End end, bool unique);
     bool announce(const Task& task, End end, bool unique);
-    void append(const Task& task, End end);
     void setRunningStatus(const Task& task, iBackgroundTask::eStatus status);
     void forget(const Task& task);
+    void remove(const Task& task, std::size_t times);
     void removeQueued(const Task& task);
     void enter(const InProgress& entry);
     InProgress begin(const Task& task);
@@ -147,13 +154,14 @@ private:
     static constexpr unsigned shutdownPriority = 451;
 
     // Taken after that of the notifier and before that of the queue. A task moves on under it: it is announced, queued,
-    // in progress.
+    // in progress. It is announced only while the notifier's lock is held, until all listeners know of it.
     mutable CriticalSection lock_{"background task queue"};
     Events events_;
     std::vector<Mw::Ptr<Mw::Guard>> guards_; // go before the notifier
     std::vector<Task> announced_;            // listeners are being told that they are queued
     std::vector<InProgress> inProgress_;     // as many as there are threads
     QueuePtr queue_;                         // null before the first task
+    std::atomic<std::size_t> count_{0};      // of what is announced, queued or in progress
     bool closed_ = false;
     Mw::Ptr<Shutdown::Callback> shutdownCallback_;
 };

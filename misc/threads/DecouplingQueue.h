@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <list>
 #include <utility>
 #include <vector>
@@ -60,7 +61,8 @@ public:
     DecouplingQueue(const DecouplingQueue&) = delete;
     DecouplingQueue& operator=(const DecouplingQueue&) = delete;
 
-    // What the destructor does first: ends the threads. The list stays, for nobody to work on.
+    // What the destructor does first: ends the threads. The list stays, for nobody to work on. Two of the threads
+    // would wait for each other: if it goes on already, one of them only returns.
     void stop();
 
     // Puts an item behind the others, or before them. Without a thread to take it, which the destructor's
@@ -103,6 +105,7 @@ private:
 
     void work();
     bool despatchNext();
+    bool isOwnThread() const;
 
     mutable CriticalSection lock_{"decoupling queue"};
     std::list<Item> items_;
@@ -150,12 +153,23 @@ void DecouplingQueue<T>::stop()
 {
     if (numThreads_ == 0)
         return;
-    threadRequired_ = false;
+    const bool isFirst = threadRequired_.exchange(false);
     if (stopEvent_)
         stopEvent_->set();
+    if (!isFirst && isOwnThread())
+        return;
     for (const Mw::Ptr<iThread>& thread : threads_)
         if (thread)
             thread->waitForExit(-1);
+}
+
+// The id of a thread that has ended may be that of another by now.
+template <class T>
+bool DecouplingQueue<T>::isOwnThread() const
+{
+    const std::uint32_t id = OS().threadMgr().currentThreadId();
+    return std::ranges::any_of(threads_, [id](const Mw::Ptr<iThread>& thread)
+                               { return thread && thread->threadId() == id && !thread->waitForExit(0); });
 }
 
 template <class T>

@@ -36,7 +36,8 @@ public:
     // Runs the task on the calling thread. For queues.
     virtual void execute() = 0;
 
-    // Waits until the task has run, or was removed before that. A task that nobody queues is waited for in vain.
+    // Waits until the task has run, or was removed before that, as often as it was queued. A task that nobody queues is
+    // waited for in vain.
     virtual void waitForCompletion() const = 0;
 
     // How much is done, from 0 to 1. Any thread.
@@ -70,8 +71,8 @@ public:
     // The work itself.
     virtual void run() = 0;
 
-    // The queue tells that it took the task in, and that it removed it before it ran. Called under the queue's
-    // lock, in the order in which this happens.
+    // The queue tells that it takes the task in, and each time that it removed it before it ran, or refused it.
+    // Called under the queue's lock, in the order in which this happens.
     virtual void queued() {}
     virtual void removed() {}
 };
