@@ -9,6 +9,7 @@
 #include <barrier>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <random>
 #include <semaphore>
 #include <stdexcept>
@@ -36,7 +37,7 @@ private:
 
 struct Counts
 {
-    std::atomic<int> queued{0}, done{0}, removed{0}, runs{0};
+    std::atomic<int> queued{0}, done{0}, removed{0}, runs{0}, ended{0};
 };
 
 class TestTask : public BackgroundTaskBase
@@ -53,6 +54,7 @@ public:
         ++counts.runs;
         if (work_)
             work_(*this);
+        ++counts.ended;
     }
     Counts counts;
 
@@ -87,6 +89,7 @@ private:
         ++(msg.type() == Queue::eTaskQueued ? task->counts.queued
            : msg.type() == Queue::eTaskDone ? task->counts.done
                                             : task->counts.removed);
+        EXPECT_GE(task->counts.queued, task->counts.done + task->counts.removed) << "told of before it was queued";
         if (next_)
             next_(static_cast<EventType>(msg.type()), *task);
         return 0;
@@ -152,19 +155,27 @@ TEST(BackgroundTasks, accountForEveryTimeThatATaskIsQueued)
 {
     constexpr int users = 4;
     std::vector<Task> tasks;
-    for (int i = 0; i < 10000 / users; ++i)
+    for (int i = 0; i < (MW_SANITIZED ? 2500 : 10000); ++i)
         tasks.push_back(makeTask(work, std::to_string(i).c_str()));
     {
-        // A listener may ask the queue, whatever others do to it.
+        // A listener may ask the queue and the manager, whatever others do to them.
         const Queue* asked = nullptr;
-        EventCounter counter([&](EventType, TestTask& task) { asked->getTaskStatus(Task(&task)); });
+        EventCounter counter(
+            [&](EventType, TestTask& task)
+            {
+                asked->getTaskStatus(Task(&task));
+                BackgroundTaskQueueManager::instance().empty(0);
+            });
         TestQueue queue(3);
         asked = &queue;
         counter.listenTo(queue);
         // Everybody queues all tasks: they meet in every state.
         test::Crowd(users, [&](int n) { randomUse(queue, tasks, static_cast<unsigned>(n)); });
         for (const Task& task : tasks)
+        {
             task->waitForCompletion();
+            EXPECT_EQ(task->counts.queued, task->counts.ended + task->counts.removed);
+        }
     }
     for (const Task& task : tasks)
     {
@@ -264,9 +275,14 @@ TEST(BackgroundTasks, goOnAtOnceWhenTheyWaitForThemselves)
         [&](TestTask& self)
         {
             self.waitForCompletion();
-            // Run within the other on its thread, this one waits for both.
-            self.setStatus(iBackgroundTask::eAbortRequested);
-            const Task inner = makeTask([&](TestTask&) { self.waitForCompletion(); });
+            // Run within the other on its thread, this one waits for both. Neither takes what the other is asked.
+            self.setStatus(iBackgroundTask::eNotRunning);
+            const Task inner = makeTask(
+                [&](TestTask&)
+                {
+                    self.setStatus(iBackgroundTask::eAbortRequested);
+                    self.waitForCompletion();
+                });
             queue.despatch(inner);
             outerAborted = Queue::getCurrentTaskStatus() == iBackgroundTask::eAbortRequested;
         },
@@ -298,6 +314,51 @@ TEST(BackgroundTasks, canQueueMoreWhileTheQueueIsShutDown)
     task->waitForCompletion();
     EXPECT_EQ(left, 0);
     task = nullptr;
+}
+
+TEST(BackgroundTasks, endWhoeverShutsTheirQueueDown)
+{
+    constexpr int rounds = 20;
+    TestQueue queue(2);
+    testing::internal::CaptureStdout();
+    test::Crowd(4,
+                [&](int n)
+                {
+                    for (int i = 0; i < rounds; ++i)
+                    {
+                        const bool stops = (n + i) % 4 == 0;
+                        const Task task = makeTask(
+                            [&](TestTask&)
+                            {
+                                if (stops)
+                                    queue.shutdown(Shutdown::eNormalExit);
+                            });
+                        queue.queue(task, false);
+                        if (n == 0)
+                            queue.shutdown(Shutdown::eNormalExit);
+                        task->waitForCompletion();
+                    }
+                });
+    queue.shutdown(Shutdown::eNormalExit);
+    testing::internal::GetCapturedStdout(); // assertions, as many as came in while it stopped
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST(BackgroundTasks, areDoneWhenTheyEndTheirThread)
+{
+    for (void (*const end)() : {+[] { OS().threadMgr().exitCurrentThread(); }, +[] { ::pthread_exit(nullptr); }})
+    {
+        const Task task = makeTask([end](TestTask&) { end(); });
+        EventCounter counter;
+        {
+            TestQueue queue(1);
+            counter.listenTo(queue);
+            queue.queue(task, false);
+            task->waitForCompletion();
+        }
+        EXPECT_EQ(task->counts.done, 1);
+        EXPECT_TRUE(task->getLog()->getLines().empty());
+    }
 }
 
 // Cases that end in a process of their own, which starts anew: this one has threads.
@@ -350,6 +411,13 @@ TEST_F(BackgroundTasksDeath, takeTheProgramDownByAnExceptionAfterSayingWhy)
     Queue& queue = UIBackgroundTasksQueue::instance();
     std::counting_semaphore<3> running{0};
     std::atomic<int> ran{0};
+    const unsigned short other = co_create(
+        [](void*) -> iThread::eExecRC
+        {
+            for (;; std::this_thread::yield())
+                KillMyselfCheck();
+        },
+        "other", 0, nullptr, 0, 0);
     for (int i = 0; i < 3; ++i)
         queue.queue(makeTask(
                         [&](TestTask&)
@@ -357,7 +425,7 @@ TEST_F(BackgroundTasksDeath, takeTheProgramDownByAnExceptionAfterSayingWhy)
                             running.release();
                             for (int spins = 0; spins < 1000; ++spins)
                                 std::this_thread::yield();
-                            ++ran;
+                            ran += coThreadId(other) != 0; // the queue is stopped first
                         }),
                     false);
     running.acquire();
@@ -365,7 +433,7 @@ TEST_F(BackgroundTasksDeath, takeTheProgramDownByAnExceptionAfterSayingWhy)
     {
         Shutdown::executeCallbacks(Shutdown::eNormalExit);
         const Task late = makeTask();
-        if (ran != 3 || queue.queue(late, false))
+        if (ran != 3 || queue.queue(late, false) || TestQueue(1).queue(late, false))
             std::exit(2);
         late->waitForCompletion();
     }
