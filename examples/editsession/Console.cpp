@@ -1,17 +1,20 @@
 #include "examples/editsession/Console.h"
 
+#include <atomic>
 #include <csignal>
 #include <unistd.h>
 
 namespace
 {
 
-volatile std::sig_atomic_t wasInterrupted = 0;
+// Any thread may be the one that the signal interrupts.
+std::atomic<bool> wasInterrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 struct sigaction actionBefore = {};
 
 void noteInterrupt(int)
 {
-    wasInterrupted = 1;
+    wasInterrupted = true;
 }
 
 } // namespace
@@ -23,7 +26,7 @@ bool isTerminal(std::FILE* stream)
 
 InterruptWatch::InterruptWatch()
 {
-    wasInterrupted = 0;
+    wasInterrupted = false;
     struct sigaction action = {};
     action.sa_handler = noteInterrupt;
     action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
@@ -39,5 +42,5 @@ InterruptWatch::~InterruptWatch()
 
 bool InterruptWatch::interrupted() const
 {
-    return wasInterrupted != 0;
+    return wasInterrupted;
 }

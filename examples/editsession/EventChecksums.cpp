@@ -123,6 +123,17 @@ public:
         setSubTasks(weights);
     }
 
+    // The tasks read the list: if an exception has left `run`, none of them outlives this.
+    ~ChecksumWork()
+    {
+        for (std::size_t i = queued_; i-- > 0;)
+            tasks_[i]->setStatus(iBackgroundTask::eAbortRequested);
+        for (std::size_t i = queued_; i-- > 0;)
+            tasks_[i]->waitForCompletion();
+    }
+    ChecksumWork(const ChecksumWork&) = delete;
+    ChecksumWork& operator=(const ChecksumWork&) = delete;
+
     // False if Ctrl-C came.
     bool run()
     {
@@ -130,8 +141,8 @@ public:
         queue_.addListener(ends, iBackgroundTaskQueue::eTaskDone);
         queue_.addListener(ends, iBackgroundTaskQueue::eTaskRemoved);
         const InterruptWatch watch;
-        for (const Mw::Ptr<ChecksumTask>& task : tasks_)
-            queue_.queue(task, false);
+        for (; queued_ < tasks_.size(); ++queued_)
+            queue_.queue(tasks_[queued_], false);
 
         ProgressLine line(stderr, "checksums", frames_);
         do
@@ -164,6 +175,7 @@ private:
 
     UIBackgroundTasksQueue& queue_ = UIBackgroundTasksQueue::instance();
     std::vector<Mw::Ptr<ChecksumTask>> tasks_;
+    std::size_t queued_ = 0; // that many of them were
     std::int64_t frames_ = 0;
 };
 
