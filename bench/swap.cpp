@@ -204,6 +204,29 @@ void copyFile(std::size_t count)
     }
 }
 
+// The bytes of the table's file alone, to a new file in the place of an old one.
+void writeBytes(std::size_t count, bool sync)
+{
+    full();
+    static const std::size_t size = std::filesystem::file_size(folder() / "P0050001.odb");
+    static const std::vector<char> bytes(256 * 1024, 'x');
+    const std::string path = folder() / "plain";
+    const std::string beside = path + ".TMP";
+    for (; count != 0; --count)
+    {
+        const int file = ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+        for (std::size_t left = size; left != 0;)
+        {
+            const std::size_t part = std::min(left, bytes.size());
+            require(::write(file, bytes.data(), part) == static_cast<ssize_t>(part));
+            left -= part;
+        }
+        require(!sync || ::fsync(file) == 0);
+        ::close(file);
+        require(::rename(beside.c_str(), path.c_str()) == 0);
+    }
+}
+
 void destroyAll()
 {
     static const std::vector<unsigned> order = anyOrder(objectCount);
@@ -284,6 +307,9 @@ const bench::Registration registration(
         registry.ours(carryCase, flushCarrying);
         registry.ours(destroyCase, destroyAll);
         registry.add(memoryCase, {bench::Role::ours, "ours", holdDisplaced});
+        registry.add(flushCase, {bench::Role::limit, "write", [](std::size_t count) { writeBytes(count, false); }});
+        registry.add(syncCase,
+                     {bench::Role::limit, "write and fsync", [](std::size_t count) { writeBytes(count, true); }});
         registry.add(carryCase, {bench::Role::limit, "read and write", copyFile});
         registry.add(destroyCase, {bench::Role::limit, "std::map", destroyInMap});
         registry.add(memoryCase, {bench::Role::limit, "220 bytes", holdBytes});
@@ -295,11 +321,12 @@ const bench::Registration registration(
                                       static const int file = [&]
                                       {
                                           std::string all;
-                                          for (const auto& shot : shots())
+                                          std::string bytes;
+                                          for (const auto& handle : shots().handles)
                                           {
-                                              const std::size_t start = all.size();
-                                              shot->pack(all);
-                                              places.emplace_back(start, all.size() - start);
+                                              packShot(bytes, *handle->shot);
+                                              places.emplace_back(all.size(), bytes.size());
+                                              all += bytes;
                                           }
                                           const std::string path = folder() / "flat";
                                           const int made = ::open(path.c_str(), O_RDWR | O_CREAT, 0600);
@@ -312,7 +339,7 @@ const bench::Registration registration(
                                       {
                                           const auto& [start, length] = places[order[next++ % order.size()]];
                                           require(::pread(file, bytes, length, start) == ssize_t(length));
-                                          auto shot = std::make_shared<Shot>(std::string_view(bytes, length));
+                                          auto shot = readShot(std::string_view(bytes, length));
                                           bench::keep(shot);
                                       }
                                   }});

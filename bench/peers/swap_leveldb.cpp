@@ -24,11 +24,9 @@ void write(bool sync)
     const std::unique_ptr<leveldb::DB> store(opened);
     leveldb::WriteBatch batch;
     std::string bytes;
-    for (unsigned i = 0; i < objectCount; ++i)
+    for (const auto& [id, handle] : shots().byId)
     {
-        bytes.clear();
-        shots()[i]->pack(bytes);
-        const Id id = idOf(i);
+        packShot(bytes, *handle->shot);
         batch.Put({reinterpret_cast<const char*>(id.data()), id.size()}, bytes);
     }
     leveldb::WriteOptions how;

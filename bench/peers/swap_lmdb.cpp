@@ -1,4 +1,5 @@
-// LMDB: one transaction that appends all in the order of their ids, and cursors over the map.
+// LMDB: one transaction that appends all in the order of their ids, as the index gives them, and cursors over
+// the map. The environment is made anew for each file, or kept open where the database is emptied and filled.
 
 #include "bench/harness/Keep.h"
 #include "bench/harness/Registry.h"
@@ -45,23 +46,32 @@ private:
     MDB_dbi dbi_ = 0;
 };
 
+void fill(Store& store, MDB_txn* txn)
+{
+    std::string bytes;
+    for (const auto& [id, handle] : shots().byId)
+    {
+        packShot(bytes, *handle->shot);
+        MDB_val key = {id.size(), const_cast<unsigned char*>(id.data())};
+        MDB_val value = {bytes.size(), bytes.data()};
+        require(mdb_put(txn, store.dbi(), &key, &value, MDB_APPEND));
+    }
+    require(mdb_txn_commit(txn));
+}
+
 void write(const std::string& path, unsigned flags)
 {
     std::filesystem::remove(path);
     std::filesystem::remove(path + "-lock");
     Store store(path, flags);
+    fill(store, store.begin(0));
+}
+
+void replace(Store& store)
+{
     MDB_txn* const txn = store.begin(0);
-    std::string bytes;
-    for (unsigned i = 0; i < objectCount; ++i)
-    {
-        bytes.clear();
-        shots()[i]->pack(bytes);
-        Id id = idOf(i);
-        MDB_val key = {id.size(), id.data()};
-        MDB_val value = {bytes.size(), bytes.data()};
-        require(mdb_put(txn, store.dbi(), &key, &value, MDB_APPEND));
-    }
-    require(mdb_txn_commit(txn));
+    require(mdb_drop(txn, store.dbi(), 0));
+    fill(store, txn);
 }
 
 std::string filled()
@@ -101,7 +111,7 @@ void demand()
     MDB_val key = {id.size(), id.data()};
     MDB_val value;
     require(mdb_get(txn, store.dbi(), &key, &value));
-    auto shot = std::make_shared<Shot>(text(value));
+    auto shot = readShot(text(value));
     bench::keep(shot);
 }
 
@@ -110,6 +120,18 @@ const bench::Registration registration(
     {
         registry.peer(flushCase, "LMDB", [] { write(folder() / "lmdb", MDB_NOSYNC); });
         registry.peer(syncCase, "LMDB", [] { write(folder() / "lmdb", 0); });
+        registry.peer(flushCase, "LMDB in place",
+                      []
+                      {
+                          static Store store(folder() / "lmdb-kept", MDB_NOSYNC);
+                          replace(store);
+                      });
+        registry.peer(syncCase, "LMDB in place",
+                      []
+                      {
+                          static Store store(folder() / "lmdb-synced", 0);
+                          replace(store);
+                      });
         registry.peer(openCase, "LMDB", open);
         registry.peer(demandCase, "LMDB", demand);
     });

@@ -23,11 +23,10 @@ void write(bool sync)
     QDataStream stream(&file);
     std::map<Id, qint64> places;
     std::string bytes;
-    for (unsigned i = 0; i < objectCount; ++i)
+    for (const auto& handle : shots().handles)
     {
-        places.emplace_hint(places.end(), idOf(i), file.pos());
-        bytes.clear();
-        shots()[i]->pack(bytes);
+        places.emplace_hint(places.end(), handle->id, file.pos());
+        packShot(bytes, *handle->shot);
         stream.writeBytes(bytes.data(), static_cast<uint>(bytes.size()));
     }
     for (const auto& [id, place] : places)

@@ -46,11 +46,9 @@ void write(const std::string& path, const char* synchronous)
     store.run("CREATE TABLE objects (id BLOB PRIMARY KEY, value BLOB) WITHOUT ROWID; BEGIN");
     sqlite3_stmt* const insert = store.prepare("INSERT INTO objects VALUES (?, ?)");
     std::string bytes;
-    for (unsigned i = 0; i < objectCount; ++i)
+    for (const auto& [id, handle] : shots().byId)
     {
-        bytes.clear();
-        shots()[i]->pack(bytes);
-        const Id id = idOf(i);
+        packShot(bytes, *handle->shot);
         sqlite3_bind_blob(insert, 1, id.data(), static_cast<int>(id.size()), SQLITE_STATIC);
         sqlite3_bind_blob(insert, 2, bytes.data(), static_cast<int>(bytes.size()), SQLITE_STATIC);
         require(sqlite3_step(insert) == SQLITE_DONE);
@@ -93,7 +91,7 @@ void demand()
     const Id id = idOf(order[next++ % order.size()]);
     sqlite3_bind_blob(select, 1, id.data(), static_cast<int>(id.size()), SQLITE_STATIC);
     require(sqlite3_step(select) == SQLITE_ROW);
-    auto shot = std::make_shared<Shot>(column(select, 0));
+    auto shot = readShot(column(select, 0));
     bench::keep(shot);
     sqlite3_reset(select);
 }
