@@ -2,6 +2,7 @@
 
 #include "Mw/Assert.h"
 #include "libmw/Text.h"
+#include "misc/persistence/MarkerBlocks.h"
 #include "misc/persistence/StreamObjectManager.h"
 #include "misc/persistence/SwapReport.h"
 #include "misc/persistence/SwapRewrite.h"
@@ -32,6 +33,21 @@ TagMarker::TagMarker(TagMarkerTable& table, const Mw::Ptr<Taggable>& object) : I
 }
 
 TagMarker::~TagMarker() = default;
+
+// Sanitizers want to see the end of each marker.
+void* TagMarker::operator new(std::size_t sizeBytes)
+{
+    return MW_TEXT_BLOCK_LISTS && sizeBytes == sizeof(TagMarker) ? MarkerBlocks::take(sizeBytes)
+                                                                 : ::operator new(sizeBytes);
+}
+
+void TagMarker::operator delete(void* marker, std::size_t sizeBytes) noexcept
+{
+    if (MW_TEXT_BLOCK_LISTS && sizeBytes == sizeof(TagMarker))
+        MarkerBlocks::give(marker);
+    else
+        ::operator delete(marker);
+}
 
 void TagMarker::lock() const
 {

@@ -6,6 +6,7 @@
 #include "misc/persistence/TagTypeId.h"
 #include "misc/persistence/Taggable.h"
 
+#include <cstddef>
 #include <cstdint>
 
 class PStream;
@@ -29,6 +30,9 @@ public:
     // The marker of an object that no table has, such as one that a stored handle names and the file lacks.
     explicit TagMarker(const IdStamp& id) noexcept : IdentifiedBase(id) {}
     ~TagMarker() override;
+
+    static void* operator new(std::size_t sizeBytes);
+    static void operator delete(void* marker, std::size_t sizeBytes) noexcept;
 
     // For good: the tables find markers by it.
     const IdStamp& id() const noexcept { return IdentifiedBase::id(); }

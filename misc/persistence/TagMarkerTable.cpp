@@ -206,7 +206,8 @@ Mw::Ptr<Taggable> TagMarkerTable::asTaggable(Mw::Ptr<Streamable>&& object)
 {
     if (!object)
         return {};
-    const std::type_info* const type = &typeid(*object);
+    const Streamable& read = *object;
+    const std::type_info* const type = &typeid(read);
     if (type == lastTaggable_)
         return Mw::staticCast<Taggable>(std::move(object));
     Mw::Ptr<Taggable> taggable = Mw::dynamicCast<Taggable>(std::move(object));

@@ -595,6 +595,27 @@ TEST_F(TagMarkerTableTest, anyThreadMayAskWhileOthersDisplace)
     EXPECT_EQ(wrong, 0);
 }
 
+TEST(TagMarker, markersOfManyBlocksComeAndGoOnAnyThread)
+{
+    const auto comeAndGo = [](std::uint32_t thread, bool& good)
+    {
+        std::minstd_rand random{thread};
+        std::vector<Mw::Ptr<TagMarker>> markers(1000);
+        const auto idOf = [=](std::size_t i) { return IdStamp(thread, 1, std::uint32_t(i)); };
+        for (int i = 0; i < 20000; ++i)
+        {
+            const std::size_t at = random() % (i < 15000 ? markers.size() : 1 + i % 7);
+            good = good && (!markers[at] || (markers[at]->id() == idOf(at) && !markers[at]->held()));
+            markers[at] = random() % 3 != 0 ? Mw::Ptr<TagMarker>(new TagMarker(idOf(at))) : nullptr;
+        }
+    };
+    bool first = true, second = true;
+    std::thread other(comeAndGo, 1, std::ref(first));
+    comeAndGo(2, second);
+    other.join();
+    EXPECT_TRUE(first && second);
+}
+
 TEST_F(TagMarkerTableTest, edgesOfTables)
 {
     TagMarkerTable plain(folder_, cookie_, L"odb");
