@@ -10,6 +10,8 @@ namespace Mw
 class OS_API Guard : public iObject
 {
 public:
+    static constexpr bool hasMostlyOneOwner = true;
+
     ~Guard() override = default;
 };
 

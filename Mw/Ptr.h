@@ -36,14 +36,20 @@ concept HasOwnCount = requires(T& object)
         } -> std::same_as<int*>;
 };
 
-// Counts down; true when this was the last reference, and the count is then 0. Blocks with a count of their
-// own, such as those of strings, mostly have one owner, who needs no locked instruction: nobody else can
-// hold, and so copy, a reference. For objects, which are mostly shared, that look at the count would cost two
-// threads that meet there half as much again.
+// Blocks with a count of their own, such as those of strings, and objects that say so.
+template <class T>
+concept HasMostlyOneOwner = HasOwnCount<T> || requires
+{
+    T::hasMostlyOneOwner;
+};
+
+// Counts down; true when this was the last reference, and the count is then 0. What has one owner needs no
+// locked instruction: nobody else can hold, and so copy, a reference. For objects that are mostly shared that
+// look at the count would cost two threads that meet there half as much again.
 template <class T>
 bool dropCount(int* count) noexcept
 {
-    if constexpr (HasOwnCount<T>)
+    if constexpr (HasMostlyOneOwner<T>)
         if (OS().atomics().load(count) == 1)
         {
             *count = 0;

@@ -3,6 +3,8 @@
 #include "Mw/Callback.h"
 #include "misc/notify/NotifierBase.h"
 
+#include <utility>
+
 // A registration for messages of class T.
 template <class T>
 class CallbackInvoker final : public CallbackInvokerBase
@@ -10,7 +12,8 @@ class CallbackInvoker final : public CallbackInvokerBase
 public:
     using Callback = iCallbackBase<int, T>;
 
-    CallbackInvoker(const Mw::Ptr<Callback>& callback, int msgType) : CallbackInvokerBase(msgType), callback_(callback)
+    CallbackInvoker(Mw::Ptr<Callback> callback, int msgType) noexcept
+        : CallbackInvokerBase(msgType), callback_(std::move(callback))
     {
     }
 
@@ -62,6 +65,7 @@ public:
     // gives a null guard.
     Mw::Ptr<Mw::Guard> registerNotification(const Mw::Ptr<Callback>& callback,
                                             int type = NotifyMsgTypeDictionary::anyType);
+    Mw::Ptr<Mw::Guard> registerNotification(Mw::Ptr<Callback>&& callback, int type = NotifyMsgTypeDictionary::anyType);
 
 protected:
     // As issueNotification, with the message that `make` gives under the lock, if there are clients.
@@ -151,7 +155,13 @@ inline void GenericNotifier<T>::listCallback(DLListRec* record, const T& msg, in
 template <class T>
 Mw::Ptr<Mw::Guard> GenericNotifier<T>::registerNotification(const Mw::Ptr<Callback>& callback, int type)
 {
+    return registerNotification(Mw::Ptr<Callback>(callback), type);
+}
+
+template <class T>
+Mw::Ptr<Mw::Guard> GenericNotifier<T>::registerNotification(Mw::Ptr<Callback>&& callback, int type)
+{
     if (!callback)
         return {};
-    return registerInternal(new CallbackInvoker<T>(callback, type));
+    return registerInternal(new CallbackInvoker<T>(std::move(callback), type));
 }
