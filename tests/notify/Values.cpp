@@ -310,7 +310,8 @@ TEST(ValServer, isWrittenWhileClientsComeAndGo)
                                             server = i;
                                         else
                                         {
-                                            Watcher<int> passing(&server);
+                                            Watcher<int> passing; // called from other threads: registers when it stands
+                                            passing.registerWith(&server);
                                             MultiWatcher multi;
                                             multi.registerWith(&server);
                                             EXPECT_LT(passing.getServerValue(), 2000);
