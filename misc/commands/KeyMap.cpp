@@ -5,7 +5,7 @@
 #include "misc/commands/KeyCode.h"
 #include "misc/diagnostics/QaSplat.h"
 
-#include <algorithm>
+#include <tuple>
 
 namespace
 {
@@ -17,9 +17,17 @@ auto find(const std::vector<MapItem>& items, int keycode) noexcept
     return std::ranges::find(items, keycode, &MapItem::mappedKeyCode);
 }
 
-bool holds(const std::vector<MapItem>& items, int keycode) noexcept
+// The order of keys that the user has added. Codes of gestures are those of slots, which the next start may give
+// differently.
+bool comesBefore(const MapItem& a, const MapItem& b) noexcept
 {
-    return find(items, keycode) != items.end();
+    const auto rank = [](const MapItem& item)
+    {
+        const ComplexKeyboardEvent event = item.usingCke() ? item.cke() : ComplexKeyboardEvent();
+        return std::tuple(item.usingCke(), item.usingCke() ? 0 : item.mappedKeyCode(), event.heldKey, event.secondKey,
+                          event.press);
+    };
+    return rank(a) < rank(b);
 }
 
 } // namespace
@@ -85,12 +93,40 @@ MapItem const* KeyMap::lookup(int keycode) const noexcept
 
 bool KeyMap::addMapItem(const MapItem& item)
 {
-    if (!item.valid())
+    if (!item.valid() || item.lacksSlot())
         return true;
-    if (holds(items_, item.mappedKeyCode()))
+    if (lookup(item.mappedKeyCode()) != nullptr)
         return false;
     items_.push_back(item);
     return true;
+}
+
+bool KeyMap::insertMapItem(const MapItem& item)
+{
+    const std::size_t before = items_.size();
+    if (!addMapItem(item))
+        return false;
+    if (items_.size() != before)
+        placeLast();
+    return true;
+}
+
+// Moves the last item to the place of a user's key; a default key is one of those that are there again.
+void KeyMap::placeLast() noexcept
+{
+    const auto last = items_.end() - 1;
+    const auto taken = std::ranges::find(takenDefaults_, last->mappedKeyCode(), &TakenDefault::keycode);
+    if (taken == takenDefaults_.end())
+    {
+        const auto firstAdded = items_.begin() + static_cast<std::ptrdiff_t>(numDefaults());
+        const auto isBehind = [&](const MapItem& other) { return comesBefore(*last, other); };
+        std::rotate(std::find_if(firstAdded, last, isBehind), last, items_.end());
+        return;
+    }
+    const auto numTakenBefore = taken - takenDefaults_.begin();
+    std::rotate(items_.begin() + static_cast<std::ptrdiff_t>(taken->place) - numTakenBefore, last, items_.end());
+    takenDefaults_.erase(taken);
+    ++numDefaults_;
 }
 
 bool KeyMap::removeMapItem(int keycode)
@@ -98,9 +134,13 @@ bool KeyMap::removeMapItem(int keycode)
     const auto found = find(items_, keycode);
     if (found == items_.end() || found->readOnly())
         return false;
-    if (static_cast<std::size_t>(found - items_.begin()) < numDefaults_)
+    auto place = static_cast<std::size_t>(found - items_.begin());
+    if (place < numDefaults())
     {
-        takenDefaults_.push_back(*found);
+        auto next = takenDefaults_.begin();
+        for (; next != takenDefaults_.end() && next->place <= place; ++next)
+            ++place;
+        takenDefaults_.insert(next, {*found, place});
         --numDefaults_;
     }
     items_.erase(found);
@@ -110,7 +150,8 @@ bool KeyMap::removeMapItem(int keycode)
 bool KeyMap::isDefaultKey(int keycode) const noexcept
 {
     const auto found = find(items_, keycode);
-    return static_cast<std::size_t>(found - items_.begin()) < numDefaults_ || holds(takenDefaults_, keycode);
+    return static_cast<std::size_t>(found - items_.begin()) < numDefaults() ||
+           std::ranges::find(takenDefaults_, keycode, &TakenDefault::keycode) != takenDefaults_.end();
 }
 
 void KeyMap::makeKeysDefault() noexcept

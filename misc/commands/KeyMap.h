@@ -5,6 +5,7 @@
 #include "misc/base/UIString.h"
 #include "misc/commands/MapItem.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 #include <vector>
@@ -74,8 +75,13 @@ public:
     // The item of the code, null if there is none. It is valid until the map is changed.
     MapItem const* lookup(int keycode) const noexcept;
 
-    // Appends a copy. False for a code that is there already; an item that isn't valid is ignored, and true.
+    // Appends a copy. False for a code that is there already; an item that isn't valid, or is a gesture without a
+    // slot, is ignored, and true.
     bool addMapItem(const MapItem& item);
+
+    // The same for a key of the user's, which comes to a place that does not depend on what was added before: a
+    // default key to its own, others behind the defaults in the order of their codes, gestures last.
+    bool insertMapItem(const MapItem& item);
 
     // False for a code that isn't there, and for an item that is read only.
     bool removeMapItem(int keycode);
@@ -93,10 +99,21 @@ public:
     bool verifyOutputString() const noexcept;
 
 private:
-    void addDefault(const MapItem& item);
+    // One of the keys that the map was made with, and its place among them.
+    struct TakenDefault
+    {
+        int keycode() const noexcept { return item.mappedKeyCode(); }
 
-    std::vector<MapItem> items_;         // the first of them are those that the map was made with
-    std::vector<MapItem> takenDefaults_; // the others of those; they may be among the items again
+        MapItem item;
+        std::size_t place;
+    };
+
+    void addDefault(const MapItem& item);
+    void placeLast() noexcept;
+    std::size_t numDefaults() const noexcept { return std::min(numDefaults_, items_.size()); } // none after a move
+
+    std::vector<MapItem> items_;              // the first of them are those that the map was made with
+    std::vector<TakenDefault> takenDefaults_; // the others of those, by place; they may have been appended again
     std::size_t numDefaults_ = 0;
     Output output_{0};
     mutable Text displayName_;

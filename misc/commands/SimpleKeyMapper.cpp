@@ -89,7 +89,8 @@ int SimpleKeyMapper::addToKeyMap(unsigned keyMapIndex, int keycode)
     KeyMap* const map = keyMap(keyMapIndex);
     const MapItem item(keycode, false);
     const int code = item.mappedKeyCode();
-    if (map == nullptr || item.lacksSlot() || (isHighPerformance_ && !mayStandIn(*map, code)) || !map->addMapItem(item))
+    if (map == nullptr || item.lacksSlot() || (isHighPerformance_ && !mayStandIn(*map, code)) ||
+        !map->insertMapItem(item))
         return 1;
     if (isHighPerformance_ && !index_.insert(code, map))
         indexAnew(code);
