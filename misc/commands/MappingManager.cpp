@@ -101,7 +101,13 @@ struct OutputKey
 
 bool isSameKey(const MapItem& a, const MapItem& b) noexcept
 {
-    return a.usingCke() == b.usingCke() && a.mappedKeyCode() == b.mappedKeyCode();
+    return a.usingCke() == b.usingCke() && a.lacksSlot() == b.lacksSlot() && a.mappedKeyCode() == b.mappedKeyCode();
+}
+
+// Whether a name made of them can be read again.
+bool isStorable(const MappingManagerClientBase& client, const KeyMap& map)
+{
+    return map.verifyOutputString() && std::string_view(client.internalName()).find(':') == std::string_view::npos;
 }
 
 } // namespace
@@ -340,35 +346,30 @@ void MappingManager::apply(Client& client, const Differences& differences)
 }
 
 // Has the stored values forgotten that are about the same key in the client, and have no effect beside the user's
-// latest change: other spellings of its name, and additions that another action stood in the way of. Gives whether
-// the difference itself was stored.
+// latest change: those of the same action in whatever spelling, since a start may have failed to store the present
+// one, and additions that another action stood in the way of. Gives whether the action's own was stored.
 bool MappingManager::forgetSameKey(const Client& client, const RegistryString& key, Changes& changes)
 {
     const Name prefix = key.registryString(RegistryString::upToClient);
-    const Name name = key.registryString(RegistryString::upToKey);
-    const Name keyPart = name.substr(key.registryString(RegistryString::upToOutput).length() - 1);
     std::optional<Outputs> outputs;
+    RegistryString stored;
     bool wasStored = false;
     for (const auto& [storedName, value] : storedValues(section))
     {
-        const std::string_view text = storedName;
-        RegistryString stored;
-        if (!text.starts_with(prefix) || text.find(keyPart) == text.npos || !stored.registryString(storedName) ||
+        if (!std::string_view(storedName).starts_with(prefix) || !stored.registryString(storedName) ||
             !isSameKey(stored.mapItem(), key.mapItem()))
             continue;
-        const bool isSame = stored.registryString(RegistryString::upToKey) == name;
-        wasStored |= isSame;
-        if (!isSame && value == added)
-        {
-            if (!outputs)
-                outputs.emplace(client);
-            const std::optional<unsigned> index = outputs->meant(stored);
-            if (!index || client.keyMap(*index)->lookup(key.mapItem().mappedKeyCode()) != nullptr)
-                continue;
-        }
-        else if (!isSame)
+        if (!outputs)
+            outputs.emplace(client);
+        const std::optional<unsigned> index = outputs->meant(stored);
+        if (!index)
             continue;
-        changes.push_back(removing(storedName));
+        const KeyMap& map = *client.keyMap(*index);
+        const bool isSame = OutputKey(map) == OutputKey(key);
+        const bool isWaiting = value == added && map.lookup(key.mapItem().mappedKeyCode()) == nullptr;
+        wasStored |= isSame;
+        if (isSame || isWaiting)
+            changes.push_back(removing(storedName));
     }
     return wasStored;
 }
@@ -377,7 +378,7 @@ bool MappingManager::addToKeyMap(unsigned clientIndex, unsigned keyMapIndex, int
 {
     Client* const owner = client(clientIndex);
     const KeyMap* const map = owner != nullptr ? owner->keyMap(keyMapIndex) : nullptr;
-    if (map == nullptr || owner->addToKeyMap(keyMapIndex, keycode) != 0)
+    if (map == nullptr || !isStorable(*owner, *map) || owner->addToKeyMap(keyMapIndex, keycode) != 0)
         return false;
     const MapItem item(keycode, false);
     const RegistryString key(owner->internalName(), map->outputValue(), map->outputString(), item);
@@ -394,7 +395,7 @@ bool MappingManager::removeFromKeyMap(unsigned clientIndex, unsigned keyMapIndex
 {
     Client* const owner = client(clientIndex);
     const KeyMap* const map = owner != nullptr ? owner->keyMap(keyMapIndex) : nullptr;
-    if (map == nullptr)
+    if (map == nullptr || !isStorable(*owner, *map))
         return false;
     const MapItem item(keycode, false);
     const RegistryString key(owner->internalName(), map->outputValue(), map->outputString(), item);
@@ -459,13 +460,14 @@ private:
     {
         std::set<int> keycodes;
         for (const Difference& difference : differences_)
-            if (difference.keyMap == keyMap)
+            if (difference.keyMap == keyMap && difference.isApplicable())
                 keycodes.insert(difference.keycode());
         std::erase_if(differences_,
                       [&](const Difference& difference)
                       {
                           const KeyMap& map = *client_.keyMap(difference.keyMap);
-                          const bool isWaiting = difference.isAdded && keycodes.contains(difference.keycode()) &&
+                          const bool isWaiting = difference.isAdded && difference.isApplicable() &&
+                                                 keycodes.contains(difference.keycode()) &&
                                                  map.lookup(difference.keycode()) == nullptr;
                           return difference.keyMap != keyMap && !isWaiting;
                       });

@@ -41,7 +41,8 @@ public:
     // Null, and a qa_splat, past the end.
     MappingManagerClientBase* client(unsigned index) const;
 
-    // A change by the user: applied and stored in one step, or not at all.
+    // A change by the user: applied and stored in one step, or not at all. False as well for an action whose name, or
+    // whose client's, can't be stored.
     bool addToKeyMap(unsigned client, unsigned keyMap, int keycode);
     bool removeFromKeyMap(unsigned client, unsigned keyMap, int keycode);
 
