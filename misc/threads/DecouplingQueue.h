@@ -293,7 +293,8 @@ iThread::eExecRC DecouplingQueue<T>::decoupledThread(void* queue)
     return iThread::eExecOK;
 }
 
-// An item's work may drop the last handle to the queue.
+// An item's work may drop the last handle to the queue. Where there is nothing to do, the owner isn't asked: it may hold
+// its lock while it makes the queue, and so while it waits for this thread because another could not be made.
 template <class T>
 void DecouplingQueue<T>::work()
 {
@@ -306,7 +307,7 @@ void DecouplingQueue<T>::work()
             if (life->isOver)
                 return;
     }
-    while (despatchNext())
+    while (!empty() && despatchNext())
         if (life->isOver)
             return;
 }
