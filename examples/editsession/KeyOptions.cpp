@@ -82,11 +82,11 @@ Text keysOf(const KeyMap& map)
     return keys.empty() ? "-" : keys;
 }
 
-Text conflictText(const MappingManager& manager, const MappingManager::Conflict& conflict)
+Text conflictText(const MappingManager::Conflict& conflict)
 {
     Text line = toUTF8(keycodeToString(conflict.keycode)) + " is bound more than once:";
     for (const MappingManager::Use& use : conflict.uses)
-        line += " " + manager.client(use.client)->internalName() + " " + quoted(toUTF8(use.actionName));
+        line += " " + use.clientInternalName + " " + quoted(toUTF8(use.actionName));
     return line + "\n";
 }
 
@@ -99,9 +99,8 @@ Text listText(const Commands& commands)
         text += formatted("%-20s %-20s %s\n", map.outputString().c_str(), keysOf(map).c_str(),
                           toUTF8(map.displayDescription()).c_str());
     }
-    const MappingManager& manager = MappingManager::globalMappingManager();
-    for (const MappingManager::Conflict& conflict : manager.conflicts())
-        text += conflictText(manager, conflict);
+    for (const MappingManager::Conflict& conflict : MappingManager::globalMappingManager().conflicts())
+        text += conflictText(conflict);
     return text;
 }
 

@@ -3,6 +3,7 @@
 #include "Mw/CText.h"
 #include "OS/Immortal.h"
 #include "libmw/Text.h"
+#include "misc/commands/KeyCode.h"
 #include "misc/commands/KeyMap.h"
 #include "misc/commands/MappingManagerClientBase.h"
 #include "misc/commands/MappingManagerRegistryString.h"
@@ -59,7 +60,7 @@ bool commit(const std::vector<iSettings::Change>& changes)
     const int result = UserConfig().apply(changes);
     const bool good = result == iSettings::eStored || result == iSettings::eKeptInMemory;
     if (!good)
-        LogString("The settings store refused a change of the key mappings, which is undone\n");
+        LogString("The settings store refused a change of the key mappings\n");
     return good;
 }
 
@@ -102,6 +103,13 @@ struct OutputKey
 bool isSameKey(const MapItem& a, const MapItem& b) noexcept
 {
     return a.usingCke() == b.usingCke() && a.lacksSlot() == b.lacksSlot() && a.mappedKeyCode() == b.mappedKeyCode();
+}
+
+void trace(const Name& storedName, const RegistryString& key)
+{
+    herc_printf("%s i[%s] v[0x%x] s[%s] m[0x%x]\n%s\n", storedName.c_str(), key.internalName().c_str(),
+                static_cast<unsigned>(key.outputValue()), key.outputString().c_str(),
+                static_cast<unsigned>(key.mapItem().mappedKeyCode()), key.registryString().c_str());
 }
 
 // Whether a name made of them can be read again.
@@ -261,7 +269,7 @@ MappingManagerClientBase* MappingManager::client(unsigned index) const
     return nullptr;
 }
 
-MappingManager::Differences MappingManager::differencesOf(const Client& client, const Outputs& outputs)
+MappingManager::Differences MappingManager::differencesOf(const Client& client, const Outputs& outputs, bool isTraced)
 {
     const Name prefix = RegistryString(client.internalName()).registryString(RegistryString::upToClient);
     const bool areCommentsWanted = RegistryString::areCommentsWanted();
@@ -274,6 +282,8 @@ MappingManager::Differences MappingManager::differencesOf(const Client& client, 
         Difference difference{name, value == added, {}, 0, {}};
         if (!std::string_view(name).starts_with(prefix) || !difference.key.registryString(name))
             continue;
+        if (isTraced)
+            trace(name, difference.key);
         const std::optional<unsigned> keyMap = outputs.meant(difference.key);
         if (!keyMap)
             continue;
@@ -293,20 +303,8 @@ MappingManager::Differences MappingManager::differencesOf(const Client& client, 
 void MappingManager::applyMappingsFromRegistry(Client& client)
 {
     const Outputs outputs(client);
-    const Differences differences = differencesOf(client, outputs);
-    if (differences.empty())
-        return;
-    if (isDebugging())
-        for (const Difference& difference : differences)
-        {
-            const RegistryString& key = difference.key;
-            herc_printf("%s i[%s] v[0x%x] s[%s] m[0x%x]\n%s\n", difference.storedName.c_str(),
-                        key.internalName().c_str(), static_cast<unsigned>(key.outputValue()),
-                        key.outputString().c_str(), static_cast<unsigned>(difference.keycode()),
-                        difference.name.c_str());
-        }
+    const Differences differences = differencesOf(client, outputs, isDebugging());
     apply(client, differences);
-
     renew(client, differences);
 }
 
@@ -584,6 +582,11 @@ LightweightString<char> MappingManager::convertLegacyKeycodeString(const Name& o
                             false));
     }
     else
-        key.mapItem(MapItem(convertLegacyKeycode(item.mappedKeyCode()), false));
+    {
+        const int keycode = convertLegacyKeycode(item.mappedKeyCode());
+        if ((keycode & KeyCode::complexEvent) != 0)
+            return {};
+        key.mapItem(MapItem(keycode, false));
+    }
     return key.registryString();
 }

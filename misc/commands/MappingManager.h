@@ -62,7 +62,8 @@ public:
     bool importMappings(const Vector<Name>& lines);
     bool importLegacyMappings(const Vector<Name>& lines);
 
-    // Old key codes have their flags in bits 8 to 14. A name with old codes that can't be read gives an empty one.
+    // Old key codes have their flags in bits 8 to 14. A name with old codes that can't be read, and a plain key that
+    // becomes the code of a gesture's slot, give an empty one.
     static int convertLegacyKeycode(int old) noexcept;
     static Name convertLegacyKeycodeString(const Name& old);
 
@@ -75,6 +76,7 @@ public:
         unsigned keyMap;
         Text clientName;
         Text actionName;
+        Name clientInternalName; // clients may share the other one
     };
     struct Conflict
     {
@@ -105,7 +107,7 @@ private:
     bool reset(unsigned firstClient, unsigned endClient, const unsigned* keyMap);
     bool import(const Vector<Name>& lines, Name (*nameOf)(const Name&));
 
-    static Differences differencesOf(const Client& client, const Outputs& outputs);
+    static Differences differencesOf(const Client& client, const Outputs& outputs, bool isTraced = false);
     static void applyMappingsFromRegistry(Client& client);
     static void apply(Client& client, const Differences& differences);
     static void renew(const Client& client, const Differences& differences);

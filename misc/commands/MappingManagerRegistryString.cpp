@@ -166,8 +166,11 @@ bool MappingManagerRegistryString::registryString(const Name& text)
     if (!isBlank(key))
     {
         const std::optional<int> keycode = readCode(key);
-        item_ = keycode ? MapItem(*keycode, false) : MapItem();
-        return keycode.has_value();
+        // A slot's code means whatever gesture holds the slot in this run.
+        if (!keycode || (*keycode & KeyCode::complexEvent) != 0)
+            return false;
+        item_ = MapItem(*keycode, false);
+        return true;
     }
     const std::optional<int> held = readCode(heldKey);
     const std::optional<int> second = readCode(secondKey);

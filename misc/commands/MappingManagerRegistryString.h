@@ -53,7 +53,7 @@ public:
 
     // Reads a text; a comment behind the sixth colon, and what stands in fields that the form leaves empty, is
     // passed over. False if it is none, with this object in no particular state; one without six colons is
-    // reported on the debug console.
+    // reported on the debug console. A plain key may not be the code of a gesture's slot.
     bool registryString(const Name& text);
 
 private:

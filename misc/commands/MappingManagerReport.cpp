@@ -49,17 +49,21 @@ void appendUses(Text& text, const MappingManagerClientBase& client, int keycode)
     }
 }
 
-// The first action that is a command, and is there.
+// The first action that is a command, and is there. The client of all commands is asked before others, as a key press
+// asks it.
 Text commandText(const MappingManager& manager, int keycode)
 {
-    for (unsigned index = 0; index < manager.numClients(); ++index)
-    {
-        const KeyMap* const map = manager.client(index)->handlerOf(keycode);
-        if (map == nullptr || map->outputMode() != KeyMap::byString)
-            continue;
-        if (CommandMap::theCommandMap()->findCommand(map->outputString().c_str()) != CommandMap::invalidIndex)
-            return Mw::WStringFromAscii(map->outputString().c_str());
-    }
+    for (const bool isOfAllCommands : {true, false})
+        for (unsigned index = 0; index < manager.numClients(); ++index)
+        {
+            const MappingManagerClientBase& client = *manager.client(index);
+            const KeyMap* const map = client.handlerOf(keycode);
+            if (map == nullptr || map->outputMode() != KeyMap::byString ||
+                (client.internalName() == "GlobalCommands") != isOfAllCommands)
+                continue;
+            if (CommandMap::theCommandMap()->findCommand(map->outputString().c_str()) != CommandMap::invalidIndex)
+                return Mw::WStringFromAscii(map->outputString().c_str());
+        }
     return L"none";
 }
 
@@ -73,8 +77,8 @@ std::vector<MappingManager::Conflict> MappingManager::conflicts() const
         {
             const KeyMap& map = *clients_[index]->keyMap(keyMap);
             for (const MapItem& item : map.mapItems())
-                uses[item.mappedKeyCode()].push_back(
-                    {index, keyMap, clients_[index]->displayName(), map.displayName()});
+                uses[item.mappedKeyCode()].push_back({index, keyMap, clients_[index]->displayName(), map.displayName(),
+                                                      clients_[index]->internalName()});
         }
     std::vector<Conflict> conflicts;
     for (auto& [keycode, ofKey] : uses)

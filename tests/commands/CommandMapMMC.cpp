@@ -177,3 +177,21 @@ TEST(CommandMapMMC, listsTheKeysOfACommandOverAllClients)
 }
 
 } // namespace
+
+TEST(CommandMapMMC, explainsTheCommandThatAKeyPressRunsAndTellsClientsOfOneDisplayNameApart)
+{
+    const SimpleKeyMapper other("Other", ResId(11960), ResId::none,
+                                std::vector<KeyMap>{KeyMap("explained elsewhere", key(0x7000041))}, true,
+                                MappingManagerClientBase::clientScope);
+    const Registered elsewhere("explained elsewhere", note<1>, 0, MapItem());
+    const Registered here("explained here", note<2>, 0, key(0x7000041));
+    const MappingManager& manager = MappingManager::globalMappingManager();
+    const std::string text = toUTF8(manager.explainKey(0x7000041)).c_str();
+    EXPECT_TRUE(text.ends_with("Command: explained here\n")) << text;
+    for (const MappingManager::Conflict& conflict : manager.conflicts())
+        if (conflict.keycode == 0x7000041)
+        {
+            EXPECT_EQ(conflict.uses.front().clientInternalName, "Other");
+            EXPECT_EQ(conflict.uses.back().clientInternalName, "GlobalCommands");
+        }
+}

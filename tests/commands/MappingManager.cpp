@@ -5,6 +5,7 @@
 #include "misc/commands/BuiltInMappers.h"
 #include "misc/commands/CommandMap.h"
 #include "misc/commands/KeyCode.h"
+#include "misc/commands/MappingManagerRegistryString.h"
 #include "misc/diagnostics/Console.h"
 #include "misc/settings/RegistryConfig.h"
 
@@ -277,8 +278,41 @@ TEST_F(Mappings, storedNamesAreBroughtToThePresentForm)
     herc_set_on(false);
 }
 
+TEST_F(Mappings, namesThatCannotBeReadAreToldOfAndLeftInTheStore)
+{
+    const char* const names[] = {"A:\"Stop\":0x41:::", // five colons
+                                 "A:\"Stop\":0x::::",         "A:\"Stop\":0x-1::::",  "A:\"Stop\":0xFFFFFFFFF::::",
+                                 "A:\"Stop\":0x40000001::::", // somebody's slot
+                                 "A:\"Stop\":\xE9::::",       "A:\"Stop:0x41::::",    "A:\":0x41::::",
+                                 "A:Stop:0x41::::",           "A:\"Stop\"::0x41::P:", "A:\"Stop\"::0x:0x42::",
+                                 "A:\"Stop\"::0x41:0x42:p:",  "B:0x:0x41::::",        "B:0x-5:0x41::::",
+                                 "B:0xFFFFFFFFF:0x41::::"};
+    store("A:\"Later\":0x0041::::", true);
+    for (const char* const name : names)
+    {
+        EXPECT_FALSE(MappingManagerRegistryString().registryString(name)) << name;
+        store(name, true);
+    }
+    const auto mappingsBefore = mappings();
+    const Stored storedBefore = stored();
+    GlobalConfig().setValue("Show MapMgr Debug", true, "");
+    const ConsoleGeometry geometry{80, 40, 0};
+    const auto contents = herc_create_contents(geometry);
+    herc_set_on(true);
+    start();
+    herc_set_on(false);
+    EXPECT_EQ(mappings(), mappingsBefore);
+    EXPECT_EQ(stored(), storedBefore);
+    std::string told;
+    for (int row = 0; row < geometry.height; ++row)
+        told += toUTF8(contents->row(row)).c_str();
+    EXPECT_NE(told.find("regStr malformed!"), told.npos);
+    EXPECT_NE(told.find("A:\"Later\":0x0041:::: i[A] v[0xffffffff] s[Later] m[0x41]"), told.npos);
+}
+
 TEST_F(Mappings, oldKeysAreConvertedOnceAndOnImport)
 {
+    EXPECT_EQ(MappingManager::convertLegacyKeycodeString("A:\"Stop\":0x4001::::"), "") << "somebody's slot";
     EXPECT_EQ(MappingManager::convertLegacyKeycode(0x7F41), 0x7F000041);
     EXPECT_EQ(MappingManager::convertLegacyKeycode(0x7FFF8041), 0x41);
     UserConfig().setValue("A:\"Stop\":0x0258::::", true, "MappingManager");
@@ -341,8 +375,9 @@ TEST_F(Mappings, conflictsAndTheExplanationOfAKey)
                                                 "Command: none\n");
 }
 
-TEST_F(Mappings, whatCannotBeStoredIsNoChange)
+TEST_F(Mappings, whatCannotBeStoredIsToldOfAndNoChange)
 {
+    testing::internal::CaptureStdout();
     SimpleKeyMapper unreadable("C", ResId::none, ResId::none,
                                std::vector<KeyMap>{KeyMap("a:b", MapItem('x', false)), KeyMap("c")}, true, scope);
     SimpleKeyMapper client("C:D", ResId::none, ResId::none, std::vector<KeyMap>{KeyMap("c", MapItem('x', false))}, true,
@@ -355,6 +390,11 @@ TEST_F(Mappings, whatCannotBeStoredIsNoChange)
     }
     EXPECT_TRUE(manager().addToKeyMap(indexOf(unreadable), 1, 'y'));
     EXPECT_EQ(stored(), (Stored{{"C:\"c\":0x0079::::", "true"}}));
+    EXPECT_EQ(manager().client(manager().numClients()), nullptr);
+    const std::string told = testing::internal::GetCapturedStdout();
+    for (const char* const text : {"a KeyMap with an illegal outputString!", "with an illegal internalName!",
+                                   "MappingManager::client() Index out of range!"})
+        EXPECT_NE(told.find(text), told.npos) << text;
 }
 
 TEST_F(Mappings, aNameIsOneClientsAndAnotherOfThatNameTakesNothingFromIt)
