@@ -21,13 +21,12 @@ void* tagOf(unsigned index)
     return reinterpret_cast<void*>(std::uintptr_t(index));
 }
 
-KeyMap keyMapOf(CommandMapRec const& command, unsigned index)
+void addKeyMap(std::vector<KeyMap>& maps, CommandMapRec const& command, unsigned index)
 {
     const auto scope = KeyMap::KeyMapScope((command.attribs() >> 1) & 1);
-    KeyMap map(command.commandName(), command.defaultMapItem(), command.displayName(), command.displayDescription(),
-               scope);
-    map.tag(tagOf(index));
-    return map;
+    maps.emplace_back(command.commandName(), command.defaultMapItem(), command.displayName(),
+                      command.displayDescription(), scope);
+    maps.back().tag(tagOf(index));
 }
 
 bool isSameText(LightweightString<char> const& a, LightweightString<char> const& b)
@@ -100,7 +99,7 @@ void CommandMapMMC::init()
     std::vector<KeyMap> maps;
     maps.reserve(commands.names().size());
     for (auto const& [name, index] : commands.names())
-        maps.push_back(::keyMapOf(*commands.getCommand(index), index));
+        addKeyMap(maps, *commands.getCommand(index), index);
     mapper_ = Mw::Ptr<SimpleKeyMapper>(new SimpleKeyMapper("GlobalCommands", nameId, descriptionId, std::move(maps),
                                                            true, MappingManagerClientBase::clientScope));
 }
