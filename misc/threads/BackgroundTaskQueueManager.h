@@ -27,6 +27,6 @@ public:
     bool empty(unsigned caps) const;
 
 private:
-    mutable CriticalSection lock_{"background task queues"}; // taken before that of a queue
+    mutable CriticalSection lock_{"background task queues"}; // held while queues are asked whether they are empty
     std::vector<iBackgroundTaskQueue*> queues_;
 };

@@ -27,7 +27,8 @@ public:
     // Bits that tell kinds of queues apart, for BackgroundTaskQueueManager.
     virtual unsigned getCaps() const { return 0; }
 
-    // Whether no task is queued or runs.
+    // Whether no task is queued or runs. Takes no lock: it is asked under that of BackgroundTaskQueueManager, and by
+    // listeners under those of a queue.
     virtual bool empty() const = 0;
 
     // The tasks that have not begun, in the order in which they will.
