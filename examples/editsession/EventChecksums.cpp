@@ -141,10 +141,11 @@ public:
         queue_.addListener(ends, iBackgroundTaskQueue::eTaskDone);
         queue_.addListener(ends, iBackgroundTaskQueue::eTaskRemoved);
         const InterruptWatch watch;
+        ProgressLine line(stderr, "checksums", frames_); // measures the time from here on
+        line.show(0);
         for (; queued_ < tasks_.size(); ++queued_)
             queue_.queue(tasks_[queued_], false);
 
-        ProgressLine line(stderr, "checksums", frames_);
         do
         {
             line.show(progress());
