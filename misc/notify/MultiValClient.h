@@ -49,7 +49,7 @@ protected:
 };
 
 template <class T>
-class MultiValClient;
+class MISC_API MultiValClient; // clang takes the visibility of the first declaration
 
 namespace detail
 {

@@ -6,7 +6,7 @@
 #include <atomic>
 
 template <class T>
-class NotifierEx;
+class MISC_API NotifierEx; // clang takes the visibility of the first declaration
 
 namespace detail
 {

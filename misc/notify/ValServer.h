@@ -8,7 +8,7 @@
 #include <typeinfo>
 
 template <class T>
-class ValServer;
+class MISC_API ValServer; // clang takes the visibility of the first declaration
 
 // A server of a value whose type isn't told. It may be linked into one list.
 class MISC_API ValServerBase : public DLListRec, public virtual iObject
