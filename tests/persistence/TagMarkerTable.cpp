@@ -217,7 +217,7 @@ protected:
         else if (what < 93)
             table_->purge();
         else if (what < 94)
-            table_->pId(Cookie('P', 7 + unsigned(below(3)), 0, 5));
+            table_->pId(Cookie('P', 7 + static_cast<int>(below(3)), 0, 5));
         else if (what < 95)
             ASSERT_TRUE(table_->loadAll());
         else
@@ -604,7 +604,7 @@ TEST(TagMarker, markersOfManyBlocksComeAndGoOnAnyThread)
         const auto idOf = [=](std::size_t i) { return IdStamp(thread, 1, std::uint32_t(i)); };
         for (int i = 0; i < 20000; ++i)
         {
-            const std::size_t at = random() % (i < 15000 ? markers.size() : 1 + i % 7);
+            const std::size_t at = random() % (i < 15000 ? markers.size() : std::size_t(1 + i % 7));
             good = good && (!markers[at] || (markers[at]->id() == idOf(at) && !markers[at]->held()));
             markers[at] = random() % 3 != 0 ? Mw::Ptr<TagMarker>(new TagMarker(idOf(at))) : nullptr;
         }
