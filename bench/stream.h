@@ -2,6 +2,8 @@
 
 // What the cases of stored streams are given, the same for all sides.
 
+#include "bench/harness/Folder.h"
+
 #include <filesystem>
 #include <string>
 
@@ -42,27 +44,9 @@ inline const std::string& twentyMegabytes()
 }
 
 // A folder for the files of the run, removed at its end.
-class Folder
-{
-public:
-    Folder()
-    {
-        std::string path = std::filesystem::temp_directory_path() / "mwbench-XXXXXX";
-        path_ = ::mkdtemp(path.data()) != nullptr ? path : ".";
-    }
-    ~Folder()
-    {
-        if (path_ != ".")
-            std::filesystem::remove_all(path_);
-    }
-    std::string operator/(const char* name) const { return path_ / name; }
-
-private:
-    std::filesystem::path path_;
-};
 inline const Folder& folder()
 {
-    static const Folder made;
+    static const Folder made(std::filesystem::temp_directory_path());
     return made;
 }
 

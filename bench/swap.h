@@ -16,6 +16,7 @@
 // ours and QDataStream flush the file, and ours its folder; the others do what they do by default. Readers make
 // the objects of their classes and the whole index. LMDB reads out of a map of the file, the others copy.
 
+#include "bench/harness/Folder.h"
 #include "bench/objects.h"
 
 #include <algorithm>
@@ -52,27 +53,9 @@ inline constexpr const char* memoryCase = "objects/memory of 100,000 displaced m
 inline constexpr unsigned demandCount = 10'000;
 
 // Beside the program, removed at the end.
-class Folder
-{
-public:
-    Folder()
-    {
-        std::string path = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "mwbench-XXXXXX";
-        path_ = ::mkdtemp(path.data()) != nullptr ? path : ".";
-    }
-    ~Folder()
-    {
-        if (path_ != ".")
-            std::filesystem::remove_all(path_);
-    }
-    std::string operator/(const char* name) const { return path_ / name; }
-
-private:
-    std::filesystem::path path_;
-};
 inline const Folder& folder()
 {
-    static const Folder made;
+    static const Folder made(std::filesystem::read_symlink("/proc/self/exe").parent_path());
     return made;
 }
 
