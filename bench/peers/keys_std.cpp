@@ -2,7 +2,7 @@
 
 #include "bench/harness/Keep.h"
 #include "bench/harness/Registry.h"
-#include "bench/keys_commands.h"
+#include "bench/keys_maps.h"
 
 #include <map>
 
@@ -11,47 +11,12 @@ namespace
 
 using namespace bench::keys;
 
-struct Target
-{
-    void (*function)(void*) = nullptr;
-    void* userData = nullptr;
-};
-
-void doNothing(void*) {}
-
-struct Maps
-{
-    std::map<int, std::string> names;
-    std::map<std::string, Target> targets;
-
-    Maps()
-    {
-        for (const Command& command : commands())
-        {
-            names[command.key] = command.name;
-            targets[command.name] = {doNothing, nullptr};
-        }
-    }
-
-    bool tryKey(int code) const
-    {
-        const auto name = names.find(code);
-        if (name == names.end())
-            return false;
-        const auto target = targets.find(name->second);
-        if (target == targets.end())
-            return false;
-        target->second.function(target->second.userData);
-        return true;
-    }
-};
-
 void addPress(bench::Registry& registry, const char* caseName, const char* name)
 {
     registry.peer(caseName, name,
                   [presses = Presses(boundKeys())]() mutable
                   {
-                      static const Maps maps;
+                      static const Maps<std::map> maps;
                       bench::keepNumber(maps.tryKey(presses.next()));
                   });
 }
