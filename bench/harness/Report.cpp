@@ -87,14 +87,15 @@ std::string jsonRow(const Measurement& row)
     const Summary* const ours = row.ours();
     const Summary* const peer = row.named(bestPeer);
     const Summary* const limit = row.limit();
-    const Aim& aim = row.measured->aims.front();
-    char aimNumber[32];
-    std::snprintf(aimNumber, sizeof aimNumber, "%.4g", aim.ratio);
+    const Aim* const aim = row.measured->aims.empty() ? nullptr : &row.measured->aims.front();
+    char aimNumber[32] = "null";
+    if (aim != nullptr)
+        std::snprintf(aimNumber, sizeof aimNumber, "%.4g", aim->ratio);
     return "{\"case\": " + jsonText(row.measured->name) + ", \"ours_ns\": " + jsonNumber(ours) +
            ", \"best_peer\": " + jsonName(row.bestPeerSide()) + ", \"best_peer_ns\": " + jsonNumber(peer) +
            ", \"ratio\": " + jsonRatio(ours, peer) + ", \"limit\": " + jsonName(row.limitSide()) +
            ", \"limit_ns\": " + jsonNumber(limit) + ", \"limit_ratio\": " + jsonRatio(ours, limit) +
-           ", \"aim\": " + aimNumber + ", \"aim_of\": " + jsonText(aim.of) + "}";
+           ", \"aim\": " + aimNumber + ", \"aim_of\": " + (aim != nullptr ? jsonText(aim->of) : "null") + "}";
 }
 
 } // namespace
