@@ -3,20 +3,17 @@
 #include <array>
 #include <gtest/gtest.h>
 #include <thread>
-#include <vector>
 
 TEST(Atomics, exchangesGiveTheValueFound)
 {
     int number = 5;
     EXPECT_EQ(OS().atomics().compareExchange(&number, 7, 4), 5);
-    EXPECT_EQ(number, 5);
     EXPECT_EQ(OS().atomics().compareExchange(&number, 7, 5), 5);
     EXPECT_EQ(number, 7);
 
     char a, b;
     void* slot = &a;
     EXPECT_EQ(OS().atomics().compareExchangePointer(&slot, nullptr, &b), &a);
-    EXPECT_EQ(slot, &a);
     EXPECT_EQ(OS().atomics().compareExchangePointer(&slot, &b, &a), &a);
     EXPECT_EQ(slot, &b);
 }
@@ -29,24 +26,24 @@ TEST(Atomics, pairsChangeAsOne)
     constexpr std::uint64_t rounds = 20000;
     static std::array<char, rounds * 4 + 1> places;
     PointerPair shared{places.data(), 0};
-    const auto advance = [&]
     {
-        for (std::uint64_t i = 0; i < rounds; ++i)
-        {
-            PointerPair found{places.data(), 0};
-            PointerPair next;
-            do
-            {
-                EXPECT_EQ(found.pointer, places.data() + found.counter);
-                next = {static_cast<char*>(found.pointer) + 1, found.counter + 1};
-            } while (!OS().atomics().compareExchangePair(&shared, next, found));
-        }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back(advance);
-    for (std::thread& thread : threads)
-        thread.join();
+        std::array<std::jthread, 4> threads;
+        for (std::jthread& thread : threads)
+            thread = std::jthread(
+                [&]
+                {
+                    for (std::uint64_t i = 0; i < rounds; ++i)
+                    {
+                        PointerPair found{places.data(), 0};
+                        PointerPair next;
+                        do
+                        {
+                            EXPECT_EQ(found.pointer, places.data() + found.counter);
+                            next = {static_cast<char*>(found.pointer) + 1, found.counter + 1};
+                        } while (!OS().atomics().compareExchangePair(&shared, next, found));
+                    }
+                });
+    }
     EXPECT_EQ(shared.counter, 4 * rounds);
     EXPECT_EQ(shared.pointer, places.data() + 4 * rounds);
 }

@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 using String = LightweightString<char>;
 using Pieces = Mw::StringToVec<String>::VecT;
 
 namespace
 {
+
+const unsigned merge = Mw::SplitMergeRuns, quotes = Mw::SplitHonourQuotes, keep = Mw::SplitKeepSeparator;
 
 struct Case
 {
@@ -19,22 +19,12 @@ struct Case
     Pieces pieces;
 };
 
-std::ostream& operator<<(std::ostream& out, const Case& c)
-{
-    return out << '[' << c.text << "] at [" << c.separator << "] flags " << c.flags;
-}
-
-const unsigned merge = Mw::SplitMergeRuns, quotes = Mw::SplitHonourQuotes, keep = Mw::SplitKeepSeparator;
-
 const Case cases[] = {
     {"a", ',', 0, {"a"}},
     {",", ',', 0, {""}},
-    {",", ',', keep, {","}},
     {"", ',', 0, {""}},
     {",a,,b,", ',', 0, {"a", "", "b"}},
-    {",a,,b,", ',', keep, {"a,", ",", "b,"}},
     {",,", ',', 0, {""}},
-    {"a,b", ',', merge, {"a", "b"}},
     // The run counts as one separator, and the piece behind it begins behind the run's first.
     {"a,,,b,c", ',', merge, {"a", ",,b", "c"}},
     {"a,,", ',', merge, {"a", ","}},
@@ -44,7 +34,7 @@ const Case cases[] = {
     {"\\\"a,b\\\"", ',', quotes, {"\\\"a", "b\\\""}},
     {"\"a,b", ',', quotes, {"\"a,b"}},
     {"a\"b\"c", '"', quotes, {"a", "b", "c"}},
-    {"1|2|3", '|', merge | keep, {"1|", "2|", "3"}},
+    {",a,,b|,", ',', merge | keep, {"a,", ",b|,"}},
 };
 
 } // namespace
@@ -53,19 +43,10 @@ TEST(Split, piecesOfEachForm)
 {
     for (const Case& c : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(c));
         Pieces out;
         EXPECT_EQ(Mw::splitIf(String(c.text), Mw::IsMatchingChar<char>(c.separator), out, c.flags), c.pieces.size());
-        EXPECT_EQ(out, c.pieces);
+        EXPECT_EQ(out, c.pieces) << c.text << " at " << c.separator << " flags " << c.flags;
     }
-}
-
-TEST(Split, appendsToWhatIsThereAndSharesAnUnsplitText)
-{
-    const LightweightString<wchar_t> whole = L"reel 7";
-    Mw::StringToVec<LightweightString<wchar_t>>::VecT out{L"first"};
-    EXPECT_EQ(Mw::splitIf(whole, Mw::IsMatchingChar<wchar_t>(L','), out, 0), 2u);
-    EXPECT_EQ(out[1].c_str(), whole.c_str());
 }
 
 // The vector grows while its own element is split.
@@ -83,11 +64,10 @@ TEST(Split, textMayStandInTheVectorItIsSplitInto)
 TEST(Split, keptSeparatorsGiveTheTextBack)
 {
     const char alphabet[] = {',', 'a', '"'};
-    const unsigned codes = 3 * 3 * 3 * 3 * 3 * 3 * 3;
-    for (unsigned code = 0; code < codes; ++code)
+    for (unsigned code = 0; code < 3 * 3 * 3 * 3 * 3 * 3 * 3; ++code)
     {
         String text;
-        for (unsigned rest = code, i = 0; i < 7; ++i, rest /= 3)
+        for (unsigned rest = code; text.length() < 7; rest /= 3)
             text += alphabet[rest % 3];
         for (unsigned length = 2; length <= 7; ++length)
             for (const unsigned flags : {keep, keep | quotes})
@@ -105,13 +85,11 @@ TEST(Split, keptSeparatorsGiveTheTextBack)
 
 TEST(Trim, removesSpacesAtTheEndAlone)
 {
-    String text = " a b  ";
+    String text = " a b  ", blank = "   ";
     const String shared = text;
     trimTrailingSpaces(text);
+    trimTrailingSpaces(blank);
     EXPECT_EQ(text, " a b");
     EXPECT_EQ(shared, " a b  ");
-
-    String blank = "   ";
-    trimTrailingSpaces(blank);
-    EXPECT_EQ(blank.capacity(), 0u);
+    EXPECT_EQ(blank, "");
 }

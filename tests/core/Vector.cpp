@@ -1,28 +1,9 @@
 #include "Mw/Vector.h"
-#include "Mw/LightweightString.h"
 #include "Mw/LightweightVector.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <numeric>
-#include <string>
-
-using Items = std::vector<int>;
-
-TEST(Vector, removingKeepsTheOrderAndCopiesAreIndependent)
-{
-    Vector<int> v{1, 2, 3, 2};
-    const Vector<int> copy = v;
-    EXPECT_TRUE(v.removeItem(2));
-    EXPECT_FALSE(v.removeItem(7));
-    v.remove(0);
-    EXPECT_EQ(v, (Vector<int>{3, 2}));
-    for (int i = 0; i < 100; ++i)
-        v.push_back(v[0]);
-    EXPECT_EQ(std::accumulate(v.begin(), v.end(), 0), 305);
-    EXPECT_EQ(copy, (Vector<int>{1, 2, 3, 2}));
-}
 
 TEST(Vector, indexOutOfRangeIsReportedAndExecutionGoesOn)
 {
@@ -37,21 +18,15 @@ TEST(Vector, indexOutOfRangeIsReportedAndExecutionGoesOn)
     std::fclose(stream);
     const std::string line = "assertion failed i < size_ at Mw/Vector line 61\n";
     EXPECT_EQ(written, line + line);
-    EXPECT_EQ(v.size(), 2u);
+    EXPECT_EQ(v, (Vector<int>{1, 2}));
 }
 
 namespace
 {
 
-template <class V>
-Items items(const V& v)
-{
-    return Items(v.begin(), v.end());
-}
-
 LightweightVector<int> make(std::initializer_list<int> values)
 {
-    LightweightVector<int> v(values.size());
+    LightweightVector<int> v;
     for (const int value : values)
         v.push_back(value);
     return v;
@@ -64,48 +39,33 @@ TEST(LightweightVector, swapAndCopyFromReachTheOtherHandles)
     LightweightVector<int> a = make({1}), b = make({2, 3});
     const LightweightVector<int> sharesA = a, sharesB = b;
     a.swap(b);
-    EXPECT_EQ(items(sharesA), (Items{2, 3}));
-    EXPECT_EQ(items(sharesB), Items{1});
+    EXPECT_TRUE(sharesA == make({2, 3}) && sharesB == make({1}));
     b.copyFrom(a);
     b.push_back(4);
-    EXPECT_EQ(items(sharesB), (Items{2, 3, 4}));
-    EXPECT_EQ(items(sharesA), (Items{2, 3}));
+    EXPECT_TRUE(sharesA == make({2, 3}) && sharesB == make({2, 3, 4}));
 
     // A moved-from handle still has its vector.
     const LightweightVector<int> moved = std::move(a);
     a.remove(9);
     a.remove(0);
-    EXPECT_EQ(items(moved), Items{3});
-    a.erase(a.begin());
-    EXPECT_TRUE(moved.empty() && sharesA == moved);
-}
-
-TEST(LightweightVector, appendsItself)
-{
-    LightweightVector<LightweightString<char>> a;
-    a.push_back("x");
-    a.push_back("y");
-    auto shared = a;
-    a += shared;
-    ASSERT_EQ(a.size(), 4u);
-    EXPECT_EQ(a[2], "x");
-    EXPECT_EQ(a.back(), "y");
-    EXPECT_TRUE(a.contains("y"));
-    EXPECT_FALSE(a.contains(""));
-    EXPECT_TRUE(make({1, 2}) != make({1, 2, 3}) && make({1, 2}) != make({2, 1}));
+    EXPECT_TRUE(moved == make({3}) && sharesA == moved);
 }
 
 // Room that fitted exactly would move all elements each time.
-TEST(LightweightVector, appendingManySmallOnesMovesFewElements)
+TEST(LightweightVector, appendsManySmallOnesWithFewMovesAndItself)
 {
-    LightweightVector<int> all;
+    LightweightVector<int> all = make({7});
     const LightweightVector<int> one = make({7});
     int moves = 0;
     for (int i = 0; i < 10'000; ++i)
     {
-        const int* const before = all.empty() ? nullptr : &all.front();
+        const int* const before = &all.front();
         all += one;
         moves += before != &all.front() ? 1 : 0;
     }
     EXPECT_LT(moves, 40);
+    all.push_back(8);
+    const LightweightVector<int> shared = all;
+    all += shared;
+    EXPECT_TRUE(all.size() == 20'004 && all.back() == 8);
 }
