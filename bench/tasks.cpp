@@ -17,17 +17,18 @@ class Task : public BackgroundTaskBase
 public:
     LightweightString<char> getName() const override { return "bench"; }
     LightweightString<char> getDescription() const override { return {}; }
-    void run() override { bench::tasks::calls.one(); }
+    void run() override { bench::tasks::calls->one(); }
 };
 
 const bench::Registration registration(
     [](bench::Registry& registry)
     {
-        registry.declare({bench::tasks::idle,
-                          "Queues a task where the threads sleep, and sleeps until it was run.",
-                          {{1.2, "QThreadPool"}},
-                          1,
-                          bench::Clock::wall});
+        for (const char* idle : bench::tasks::idle)
+            registry.declare({idle,
+                              "Queues a task where the threads sleep, and sleeps until it was run.",
+                              {{1.2, "QThreadPool"}},
+                              1,
+                              bench::Clock::wall});
         registry.declare({bench::tasks::fullRate, "Queues a task behind others.", {}, 1, bench::Clock::wall});
         bench::tasks::add(registry, bench::Role::ours, "ours",
                           []

@@ -1,12 +1,13 @@
 #include "bench/harness/Measure.h"
 
+#include "bench/harness/Processors.h"
+
 #include <algorithm>
 #include <atomic>
 #include <ctime>
 #include <malloc.h>
 #include <numeric>
 #include <random>
-#include <sched.h>
 #include <semaphore>
 #include <thread>
 
@@ -47,30 +48,6 @@ double timeOnOneThread(const Batch& batch, std::size_t count, Clock clock)
     batch(count);
     return nowNs(clock) - start;
 }
-
-// Keeps the calling thread on one of the processors that it may run on.
-class Pinned
-{
-public:
-    explicit Pinned(int which)
-    {
-        sched_getaffinity(0, sizeof before_, &before_);
-        which %= CPU_COUNT(&before_);
-        int processor = 0;
-        while (!CPU_ISSET(processor, &before_) || which-- > 0)
-            ++processor;
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(processor, &one);
-        sched_setaffinity(0, sizeof one, &one);
-    }
-    ~Pinned() { sched_setaffinity(0, sizeof before_, &before_); }
-    Pinned(const Pinned&) = delete;
-    Pinned& operator=(const Pinned&) = delete;
-
-private:
-    cpu_set_t before_;
-};
 
 struct Race
 {

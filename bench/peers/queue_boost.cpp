@@ -25,7 +25,7 @@ const bench::Registration registration(
                     context.poll();
                 });
         bench::queue::addHandOff(registry, bench::Role::peer, "boost::asio::thread_pool",
-                                 [](bench::queue::Calls& calls)
+                                 [](bench::queue::OneThreadCalls& calls)
                                  { boost::asio::post(pool, [&calls] { calls.one(); }); });
     });
 

@@ -25,9 +25,9 @@ const bench::Registration registration(
         thread.start();
         bench::keep(application);
         bench::queue::addHandOff(registry, bench::Role::peer, "QThreadPool",
-                                 [](bench::queue::Calls& calls) { pool.start([&calls] { calls.one(); }); });
+                                 [](bench::queue::OneThreadCalls& calls) { pool.start([&calls] { calls.one(); }); });
         bench::queue::addHandOff(registry, bench::Role::peer, "Qt queued call",
-                                 [](bench::queue::Calls& calls)
+                                 [](bench::queue::OneThreadCalls& calls)
                                  {
                                      QMetaObject::invokeMethod(
                                          &target, [&calls] { calls.one(); }, Qt::QueuedConnection);

@@ -117,7 +117,7 @@ const bench::Registration registration(
                 [](unsigned priority) { sorted.insert(priority, [] { bench::queue::count(runs); }); },
                 [] { sorted.runAll(); });
         bench::queue::addHandOff(registry, bench::Role::peer, "deque",
-                                 [](bench::queue::Calls& calls) { worker.insert([&calls] { calls.one(); }); });
+                                 [](bench::queue::OneThreadCalls& calls) { worker.insert([&calls] { calls.one(); }); });
     });
 
 } // namespace

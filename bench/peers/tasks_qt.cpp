@@ -12,7 +12,7 @@ class Runnable : public QRunnable
 {
 public:
     Runnable() { setAutoDelete(false); }
-    void run() override { bench::tasks::calls.one(); }
+    void run() override { bench::tasks::calls->one(); }
 };
 
 const bench::Registration registration(
