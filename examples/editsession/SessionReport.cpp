@@ -1,6 +1,7 @@
 #include "examples/editsession/SessionReport.h"
 
 #include "libmw/Text.h"
+#include "misc/media/CurrentProject.h"
 #include "misc/text/JSON.h"
 
 #include <cstdint>
@@ -18,6 +19,16 @@ std::int64_t totalLength(const EditList& list)
     for (const Event& event : list.events)
         frames += recordLength(event, event.edits.size(), list.rate);
     return frames;
+}
+
+WideText rateText(Mw::FrameRate rate)
+{
+    return fromUTF8(Mw::getPersistableString(rate));
+}
+
+WideText projectFormat()
+{
+    return Mw::CurrentProject::getOutputImageFormat().outputFormat().getDisplayString();
 }
 
 WideText cookieText(const Event& event)
@@ -55,7 +66,11 @@ JSON::Builder reportOf(const EditList& list, unsigned refusedLines)
     JSON::Builder report;
     report.startChild(nullptr);
     report.add(L"title", fromUTF8(list.title));
-    report.add(L"rate", fromUTF8(Mw::getPersistableString(list.rate)));
+    report.add(L"rate", rateText(list.rate));
+    report.startChild(L"project");
+    report.add(L"rate", rateText(Mw::CurrentProject::getFrameRate()));
+    report.add(L"outputFormat", projectFormat());
+    report.endChild();
     report.startArray(L"events");
     for (const Event& event : list.events)
         writeEvent(report, event);
@@ -109,14 +124,16 @@ bool isEvent(const Node& node, const Event& event)
 bool isReport(const Node& node, const EditList& list, unsigned refusedLines)
 {
     const Node events = node->getChild(L"events");
+    const Node project = node->getChild(L"project");
     const Node totals = node->getChild(L"totals");
-    if (!events || !totals || events->getNumChildren() != list.events.size())
+    if (!events || !project || !totals || events->getNumChildren() != list.events.size())
         return false;
     for (unsigned i = 0; i < list.events.size(); ++i)
         if (!isEvent(events->getChild(i), list.events[i]))
             return false;
-    return hasText(node, L"title", fromUTF8(list.title)) &&
-           hasText(node, L"rate", fromUTF8(Mw::getPersistableString(list.rate))) &&
+    return hasText(node, L"title", fromUTF8(list.title)) && hasText(node, L"rate", rateText(list.rate)) &&
+           hasText(project, L"rate", rateText(Mw::CurrentProject::getFrameRate())) &&
+           hasText(project, L"outputFormat", projectFormat()) &&
            hasNumber(totals, L"events", static_cast<double>(list.events.size())) &&
            hasNumber(totals, L"frames", static_cast<double>(totalLength(list))) &&
            hasNumber(totals, L"refusedLines", refusedLines);
