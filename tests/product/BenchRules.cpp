@@ -1,6 +1,10 @@
-#include "bench/harness/Statistics.h"
+#include "bench/harness/Report.h"
+#include "libmw/Text.h"
+#include "misc/text/JSON.h"
 
 #include <gtest/gtest.h>
+
+#include "platform/TempFolder.h"
 
 using namespace bench;
 
@@ -42,4 +46,21 @@ TEST(BenchRules, rowsUnderTwoNanosecondsMayDifferByAFifthOfOne)
     EXPECT_FALSE(missesWith(0.59, 0.59, 0.4));
     EXPECT_TRUE(missesWith(0.61, 0.61, 0.4));
     EXPECT_TRUE(missesWith(2.4, 2.4, 1.9)) << "2 and above are not short";
+}
+
+TEST(BenchRules, rowsAreWrittenAsJsonWithOrWithoutAimPeerAndLimit)
+{
+    const TempFolder folder;
+    const std::string path = folder.path() / "bench.json";
+    const Case full{"area/full", "",          {{1.5, "peer"}},
+                    1,           Clock::wall, {{Role::ours, "ours", {}}, {Role::peer, "peer", {}}}};
+    const Case bare{"area/bare", "", {}, 1, Clock::wall, {{Role::ours, "ours", {}}}};
+    ASSERT_TRUE(writeJson(path.c_str(), {{&full, {{20, 20}, {10, 10}}}, {&bare, {{5, 5}}}}));
+
+    const Mw::Ptr<JSON::Element> rows = JSON::parseFile(fromUTF8(path.c_str()));
+    ASSERT_TRUE(rows && rows->getNumChildren() == 2);
+    EXPECT_EQ(rows->getChild(0)->getNum(L"ratio"), 2);
+    EXPECT_EQ(rows->getChild(0)->getNum(L"aim"), 1.5);
+    EXPECT_EQ(rows->getChild(1)->getNum(L"ours_ns"), 5);
+    EXPECT_FALSE(rows->getChild(1)->hasNum(L"aim"));
 }
