@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -88,11 +89,11 @@ public:
     }
 
     // Notes a peer that could only be looked for at run time, by the package it comes with.
-    void missing(const std::string& package) { missing_.push_back(package); }
+    void missing(const std::string& package) { missing_.insert(package); }
 
     // The declared cases that the filter names: a whole area, or part of a case's name. Empty means all.
     std::vector<Case> select(const std::string& filter) const;
-    const std::vector<std::string>& missing() const { return missing_; }
+    const std::set<std::string>& missing() const { return missing_; }
 
 private:
     template <class Operation>
@@ -107,7 +108,7 @@ private:
 
     std::vector<Case> cases_;
     std::vector<std::pair<std::string, Side>> sides_;
-    std::vector<std::string> missing_;
+    std::set<std::string> missing_;
 };
 
 // A namespace-scope object of this type has its function called before the run.

@@ -1,8 +1,5 @@
-// mimalloc, opened while the program runs: linked, it would replace malloc for every side.
-
+#include "bench/peers/mimalloc.h"
 #include "bench/pool.h"
-
-#include <dlfcn.h>
 
 namespace
 {
@@ -10,14 +7,11 @@ namespace
 const bench::Registration registration(
     [](bench::Registry& registry)
     {
-        void* const library = dlopen("libmimalloc.so.2", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr)
-            return registry.missing("libmimalloc2.0");
-        static const auto allocate = reinterpret_cast<void* (*)(std::size_t)>(dlsym(library, "mi_malloc"));
-        static const auto release = reinterpret_cast<void (*)(void*)>(dlsym(library, "mi_free"));
-        bench::pool::add(
-            registry, bench::Role::peer, "mimalloc", [] { return allocate(bench::pool::objectBytes); },
-            [](void* object) { release(object); });
+        if (const auto* const mimalloc = bench::Mimalloc::open(registry); mimalloc != nullptr)
+            bench::pool::add(
+                registry, bench::Role::peer, "mimalloc",
+                [mimalloc] { return mimalloc->allocate(bench::pool::objectBytes); },
+                [mimalloc](void* object) { mimalloc->release(object); });
     });
 
 } // namespace

@@ -1,9 +1,5 @@
-// mimalloc, opened while the program runs: linked, it would replace malloc for every side.
-
 #include "bench/harness/Keep.h"
-#include "bench/harness/Registry.h"
-
-#include <dlfcn.h>
+#include "bench/peers/mimalloc.h"
 
 namespace
 {
@@ -11,18 +7,14 @@ namespace
 const bench::Registration registration(
     [](bench::Registry& registry)
     {
-        void* const library = dlopen("libmimalloc.so.2", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr)
-            return registry.missing("libmimalloc2.0");
-        static const auto allocate = reinterpret_cast<void* (*)(std::size_t)>(dlsym(library, "mi_malloc"));
-        static const auto release = reinterpret_cast<void (*)(void*)>(dlsym(library, "mi_free"));
-        registry.peer("strings/memory of 40 characters", "mimalloc",
-                      []
-                      {
-                          void* block = allocate(bench::hidden(std::size_t{88}));
-                          bench::keep(block);
-                          release(block);
-                      });
+        if (const auto* const mimalloc = bench::Mimalloc::open(registry); mimalloc != nullptr)
+            registry.peer("strings/memory of 40 characters", "mimalloc",
+                          [mimalloc]
+                          {
+                              void* block = mimalloc->allocate(bench::hidden(std::size_t{88}));
+                              bench::keep(block);
+                              mimalloc->release(block);
+                          });
     });
 
 } // namespace
