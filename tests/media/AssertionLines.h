@@ -19,9 +19,6 @@ public:
         std::free(buffer_);
     }
 
-    AssertionLines(const AssertionLines&) = delete;
-    AssertionLines& operator=(const AssertionLines&) = delete;
-
     // All lines so far.
     std::string text()
     {

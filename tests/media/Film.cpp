@@ -18,28 +18,22 @@ TEST(Film, gaugesReadBackFromTheirEditListTexts)
 {
     for (const film_gauge gauge : {FILM_16MM, FILM_35MM, FILM_16MM_INK, FILM_35MM_3PERF})
         EXPECT_EQ(edlstr_to_film_gauge(film_gauge_to_edlstr(gauge)), gauge);
+    EXPECT_EQ(edlstr_to_film_gauge("f16r"), FILM_16MM_INK);
+    for (const char* text : {"F3", "F3533", "INVALID", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(edlstr_to_film_gauge(text), FILM_INVALID);
+    EXPECT_STREQ(film_gauge_to_str(outside), "INVALID");
     EXPECT_EQ(perfs_to_frames(23, FILM_35MM_3PERF) + frames_to_perfs(-7, FILM_35MM), 7 - 28);
     EXPECT_TRUE(frames_to_perfs(highest, FILM_35MM) == highest && perfs_to_frames(lowest, FILM_INVALID) == highest);
-    EXPECT_EQ(edlstr_to_film_gauge("f16r"), FILM_16MM_INK);
-    for (const char* text : {"", "F", "F3", "F3533", "INVALID"})
-        EXPECT_EQ(edlstr_to_film_gauge(text), FILM_INVALID) << text;
-    EXPECT_EQ(edlstr_to_film_gauge(nullptr), FILM_INVALID);
-    EXPECT_STREQ(film_gauge_to_str(outside), "INVALID");
-    EXPECT_EQ(int_to_film_gauge(1), FILM_INVALID);
 }
 
 TEST(Film, feetOfFramesAndBack)
 {
     const auto feet = [](int frame, film_gauge gauge) -> std::string { return frames_to_feet(frame, gauge, 1); };
-    EXPECT_EQ(feet(-3, FILM_16MM), "-0000.03");
-    EXPECT_EQ(feet(39, FILM_16MM) + feet(40, FILM_16MM_INK), " 0000.39 0001.00");
-    EXPECT_EQ(feet(16, FILM_35MM) + feet(-31, FILM_35MM), " 0001.00-0001.15");
+    EXPECT_EQ(feet(-3, FILM_16MM) + feet(40, FILM_16MM_INK), "-0000.03 0001.00");
     EXPECT_EQ(feet(20, FILM_35MM_3PERF) + feet(21, FILM_35MM_3PERF) + feet(42, FILM_35MM_3PERF),
               " 0000.20 0001.00 0002.00");
-    EXPECT_EQ(feet(-5, FILM_INVALID) + feet(5, outside), "INVALIDINVALID");
-    EXPECT_EQ(feet(lowest, FILM_35MM), "-134217728.00");
+    EXPECT_EQ(feet(-5, FILM_INVALID) + feet(lowest, FILM_35MM), "INVALID-134217728.00");
     EXPECT_STREQ(frames_to_feet(-3, FILM_16MM, 0), "-   0.03");
-    EXPECT_EQ(frames_to_foot_num(highest, FILM_35MM), std::pair(134217727, 15));
     EXPECT_EQ(frames_to_foot_num(5, FILM_INVALID).first, -100000000);
 
     for (const film_gauge gauge : {FILM_16MM, FILM_35MM})
@@ -51,14 +45,12 @@ TEST(Film, framesOfFeetTexts)
 {
     for (const char* text : {"2", "2.", "2.x5", "2..5", " +2.0"})
         EXPECT_EQ(feet_to_frames(text, FILM_16MM), 80) << text;
-    for (const char* text : {"", "-", "x"})
-        EXPECT_EQ(feet_to_frames(text, FILM_35MM), 0) << text;
-    EXPECT_EQ(feet_to_frames("2+5", FILM_16MM), 85);
-    EXPECT_EQ(feet_to_frames("- 2.5", FILM_35MM), -37);
+    for (const char* text : {"", "-", "x", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(feet_to_frames(text, FILM_35MM), 0);
+    EXPECT_EQ(feet_to_frames("- 2+5", FILM_35MM), -37);
     EXPECT_EQ(feet_to_frames(" -2.5", FILM_35MM), 37);
     EXPECT_EQ(feet_to_frames("2.1", FILM_35MM_3PERF), 43);
     EXPECT_EQ(feet_to_frames("-2.5", FILM_INVALID), -1);
-    EXPECT_EQ(feet_to_frames(nullptr, FILM_16MM), 0);
     EXPECT_EQ(feet_to_frames("99999999999999999999.99999999999999999999", FILM_35MM), highest);
     EXPECT_EQ(feet_to_frames("-0.99999999999999999999", FILM_35MM_3PERF), -highest);
 }

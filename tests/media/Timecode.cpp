@@ -1,15 +1,13 @@
 #include "misc/media/Timecode.h"
-#include "libmw/Text.h"
+
 #include "media/AssertionLines.h"
-#include "media/LabelsOfADay.h"
-#include "misc/diagnostics/Console.h"
+#include "misc/media/TimecodeLabel.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <random>
 #include <string>
 
 using namespace Mw;
@@ -19,12 +17,9 @@ namespace
 
 constexpr int lastDropFrame = 2589408;
 
-std::string text(const tc_addr& tc)
+constexpr TCInf drop(FrameRate rate)
 {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%02d:%02d:%02d%c%02d", tc.hours, tc.minutes, tc.seconds,
-                  tc.dropFrame != 0 ? ';' : ':', tc.frames);
-    return buffer;
+    return {rate, true};
 }
 
 tc_addr fieldsOf(int frame, short fps, bool dropFrame)
@@ -34,6 +29,13 @@ tc_addr fieldsOf(int frame, short fps, bool dropFrame)
     return tc;
 }
 
+std::string shown(const tc_addr& label)
+{
+    char buffer[longestLabelBytes];
+    writeLabel(label, buffer);
+    return buffer;
+}
+
 std::string shown(double seconds, int flags, FrameRate rate, bool dropFrame = false)
 {
     char buffer[longestTimecodeBytes] = "untouched";
@@ -41,70 +43,103 @@ std::string shown(double seconds, int flags, FrameRate rate, bool dropFrame = fa
     return buffer;
 }
 
-void expectWholeDay(int frames, short fps, bool dropFrame)
+// Every label of a day in order, those included that drop frame leaves out: the first `dropped` of nine in ten
+// minutes. Up to 30 a second the fields count as the labels do, from 1 on.
+void expectLabelsOfADay(TCInf tcInf, int dropped, int frames)
 {
+    const int fps = labelsPerSecond(tcInf.rate);
     int frame = 0;
-    forEachLabelOfADay(fps, dropFrame ? 2 : 0,
-                       [&](const tc_addr& label, bool exists)
-                       {
-                           if (!exists)
-                               return;
-                           ++frame;
-                           ASSERT_TRUE(tcode_compare(fieldsOf(frame, fps, dropFrame), label))
-                               << frame << ": " << text(label);
-                           ASSERT_EQ(tc_to_frames(&label, fps, dropFrame), frame);
-                       });
+    for (int labels = 0; labels != 86400 * fps; ++labels)
+    {
+        const int second = labels / fps;
+        const tc_addr label =
+            timecode_detail::fields(second / 3600, second / 60 % 60, second % 60, labels % fps, dropped > 0 ? 1 : 0);
+        if (second / 60 % 10 != 0 && second % 60 == 0 && labels % fps < dropped)
+        {
+            ASSERT_EQ(checkLabel(label, tcInf), LabelFault::Dropped);
+            ASSERT_EQ(frameOfLabel(label, tcInf), std::nullopt);
+            continue;
+        }
+        ASSERT_EQ(checkLabel(label, tcInf), LabelFault::None);
+        ASSERT_EQ(frameOfLabel(label, tcInf), frame) << shown(label);
+        ASSERT_EQ(labelOfFrame(frame, tcInf), label) << frame;
+        ++frame;
+        if (fps > 30)
+            continue;
+        ASSERT_TRUE(tcode_compare(fieldsOf(frame, static_cast<short>(fps), tcInf.dropFrame), label)) << frame;
+        ASSERT_EQ(tc_to_frames(&label, static_cast<short>(fps), tcInf.dropFrame), frame) << shown(label);
+    }
     EXPECT_EQ(frame, frames);
-    EXPECT_TRUE(tcode_compare(fieldsOf(frames + 1, fps, dropFrame), fieldsOf(frames, fps, dropFrame)));
-}
-
-// What the C library makes of a text.
-double scannedSeconds(const char* text, FrameRate rate, bool dropFrame)
-{
-    int h, m, s, f;
-    char separator;
-    const int ticks = getTicksPerSecond(rate);
-    const double fps = getFramesPerSecond(rate);
-    if (std::sscanf(text, "-%d:%d:%d%c%d", &h, &m, &s, &separator, &f) == 5)
-        return (((-h * 60.0 - m) * 60.0 - s) * ticks - f) / fps;
-    if (std::sscanf(text, "%d:%d:%d%c%d", &h, &m, &s, &separator, &f) != 5)
-        return 0.0;
-    const auto count = dropFrame ? timecode_detail::dropFrameCount(h, m, s, f) : ((h * 60LL + m) * 60 + s) * ticks + f;
-    return static_cast<double>(count) / fps;
+    EXPECT_EQ(framesPerDay(tcInf), frames);
 }
 
 } // namespace
 
-TEST(TimecodeFields, everyFrameOfADayComesBack)
+TEST(TimecodeLabel, everyFrameOfADayComesBack)
 {
-    expectWholeDay(lastDropFrame, 30, true);
-    expectWholeDay(86400 * 24, 24, false);
-    expectWholeDay(86400, 1, false);
+    AssertionLines lines;
+    expectLabelsOfADay(drop(FR30M), 2, lastDropFrame);
+    expectLabelsOfADay(drop(FR60M), 4, 2 * lastDropFrame);
+    expectLabelsOfADay(drop(FR120M), 8, 4 * lastDropFrame);
+    expectLabelsOfADay({FR24M, false}, 0, 24 * 86400);
+
+    std::vector<FrameRate> rates;
+    getAllFrameRates(rates);
+    for (const FrameRate rate : rates)
+    {
+        const bool drops = rate == FR30M || rate == FR60M || rate == FR120M;
+        EXPECT_EQ(framesPerDay(drop(rate)) != 86400 * labelsPerSecond(rate), drops) << rate;
+        EXPECT_EQ(labelOfFrame(1, drop(rate)).dropFrame != 0, drops) << rate;
+    }
+    EXPECT_EQ(lines.text(), "");
+
+    const std::int64_t day = framesPerDay(drop(FR60M));
+    EXPECT_EQ(shown(labelOfFrame(1'000'000'000'000 * day + 3600, drop(FR60M))), "00:01:00;04");
+    EXPECT_EQ(shown(labelOfFrame(-1, {FR240, false})), "23:59:59:239");
+    EXPECT_EQ(labelOfFrame(5, {FR24D2, false}), tc_addr{});
+}
+
+TEST(TimecodeLabel, faultsAreNamed)
+{
+    const TCInf whole{FR25, false};
+    const std::tuple<const char*, TCInf, LabelFault> rows[] = {{"23:59:59:24", whole, LabelFault::None},
+                                                               {"10:20:30:119", {FR120M, false}, LabelFault::None},
+                                                               {"24:00:00:00", whole, LabelFault::NoHour},
+                                                               {"00:60:00:00", whole, LabelFault::NoMinute},
+                                                               {"00:00:60:00", whole, LabelFault::NoSecond},
+                                                               {"00:00:00:25", whole, LabelFault::NoFrame},
+                                                               {"00:00:00:00", drop(FR12_5), LabelFault::NoRate},
+                                                               {"00:00:00:00", drop(FR25F), LabelFault::NoRate},
+                                                               {"", whole, LabelFault::NotALabel},
+                                                               {"0:00:00:00", whole, LabelFault::NotALabel},
+                                                               {"00:00:00:0000", whole, LabelFault::NotALabel},
+                                                               {"00:00:00 00", whole, LabelFault::NotALabel}};
+    for (const auto& [text, tcInf, fault] : rows)
+    {
+        tc_addr label;
+        EXPECT_EQ(readLabel(text, tcInf, label), fault) << text;
+        EXPECT_TRUE(fault != LabelFault::None || shown(label) == text) << text;
+    }
+    EXPECT_EQ(checkLabel({0, 0, 0, -1, 0}, whole), LabelFault::NoFrame);
+    EXPECT_EQ(checkLabel({-1, 0, 0, 0, 0}, whole), LabelFault::NoHour);
+    EXPECT_EQ(shown({24, 0, 0, 0, 0}), "");
 }
 
 TEST(TimecodeFields, edges)
 {
-    const auto at = [](int frame, short fps, bool dropFrame) { return text(fieldsOf(frame, fps, dropFrame)); };
-    EXPECT_EQ(at(0, 25, false), "23:59:59:24");
-    EXPECT_EQ(at(1 - 25 * 86400, 25, false), "00:00:00:00");
-    EXPECT_EQ(at(-25 * 86400, 25, false), "00:00:00:-1");
-    EXPECT_EQ(at(INT_MIN, 1, false), "-32768:-14:-9:00");
-    EXPECT_EQ(at(INT_MAX, 240, false), "23:59:59:239");
-    EXPECT_EQ(at(0, 30, true), "23:59:59;28");
-    EXPECT_EQ(at(-2589405, 30, true), "00:00:00;01");
-    EXPECT_EQ(at(INT_MAX, 60, true), "23:59:59;59");
-    EXPECT_EQ(at(7, 0, true), "00:00:00:00");
-    EXPECT_EQ(at(7, -25, false), "00:00:00:00");
-}
+    EXPECT_EQ(fieldsOf(0, 25, false), (tc_addr{23, 59, 59, 24, 0}));
+    EXPECT_EQ(fieldsOf(-25 * 86400, 25, false), (tc_addr{0, 0, 0, -1, 0}));
+    EXPECT_EQ(fieldsOf(INT_MIN, 1, false), (tc_addr{-32768, -14, -9, 0, 0}));
+    EXPECT_EQ(fieldsOf(0, 30, true), (tc_addr{23, 59, 59, 28, 1}));
+    EXPECT_EQ(fieldsOf(-2589405, 30, true), (tc_addr{0, 0, 0, 1, 1}));
+    EXPECT_EQ(fieldsOf(INT_MAX, 60, true), (tc_addr{23, 59, 59, 59, 1}));
+    EXPECT_EQ(fieldsOf(7, 0, true), tc_addr{});
+    EXPECT_EQ(fieldsOf(7, -25, false), tc_addr{});
 
-TEST(TimecodeFields, countsFollowTheArgumentAndStayInRange)
-{
-    const tc_addr tc{0, 1, 0, 2, 0};
+    // The argument decides drop frame, not the field.
     const tc_addr flagged{0, 1, 0, 2, 1};
-    EXPECT_FALSE(tcode_compare(tc, flagged));
-    EXPECT_EQ(tc_to_frames(&tc, 30, 1), 1801);
     EXPECT_EQ(tc_to_frames(&flagged, 30, 0), 1803);
-
+    EXPECT_FALSE(tcode_compare({0, 1, 0, 2, 0}, flagged));
     const tc_addr highest{SHRT_MAX, SHRT_MAX, SHRT_MAX, SHRT_MAX, 0};
     const tc_addr lowest{SHRT_MIN, SHRT_MIN, SHRT_MIN, SHRT_MIN, 0};
     for (const bool dropFrame : {false, true})
@@ -119,10 +154,8 @@ TEST(TimecodeText, flagsChooseTheFieldsThatAreShown)
     // Without a flag, with each of the four alone, and with all.
     const std::pair<double, const char*> table[] = {
         {0.0, "|00:00:00|00:00|00|.00|00:00:00.00"},
-        {0.2, "|00:00:00|00:00|00|.05|00:00:00.05"},
         {-0.2, "-|-00:00:00|-00:00|-00|-.05|-00:00:00.05"},
         {5.2, "5.05|00:00:05.05|00:05.05|05.05|5.05|00:00:05.05"},
-        {15.2, "15.05|00:00:15.05|00:15.05|15.05|15.05|00:00:15.05"},
         {65.2, "1:05.05|00:01:05.05|01:05.05|1:05.05|1:05.05|00:01:05.05"},
         {3600.0, "1:00:00.00|01:00:00.00|1:00:00.00|1:00:00.00|1:00:00.00|01:00:00.00"},
     };
@@ -133,7 +166,6 @@ TEST(TimecodeText, flagsChooseTheFieldsThatAreShown)
             texts += '|' + shown(seconds, flags, FR25);
         EXPECT_EQ(texts, expected);
     }
-    EXPECT_EQ(shown(-86400.0, 0, FR25), "-24:00:00.00");
     EXPECT_EQ(shown(86400.04, TC_SHOW_ALL, FR25), "00:00:00.01");
     EXPECT_EQ(shown(std::nan(""), TC_SHOW_ALL, FR25), "00:00:00.00");
 }
@@ -154,72 +186,30 @@ TEST(TimecodeText, longestTextFitsAndIsReached)
     EXPECT_EQ(shown(lastDropFrame * 1.001 / 30, 0, FR30M, true), "24:00:00;00");
     EXPECT_EQ(shown(-1e99, TC_SHOW_ALL, FR240M, true), "-19904:00:42;19");
     EXPECT_EQ(shown(-1e99, TC_SHOW_ALL, FR25), "-23:06:40.00"); // 10^18 frames
-    EXPECT_EQ(shown(-86399.999, TC_SHOW_ALL, FR240), "-24:00:00.00");
-    EXPECT_EQ(shown(86399.999, TC_SHOW_ALL, FR240), "23:59:59.239");
 }
 
 TEST(TimecodeText, ratesThatShowNoTimecode)
 {
-    for (const FrameRate rate : {FRInvalid, FR24F, FR24D2, static_cast<FrameRate>(48)})
+    AssertionLines lines;
+    for (const FrameRate rate : {FRInvalid, FR24D2})
     {
-        AssertionLines lines;
         char buffer[longestTimecodeBytes] = "untouched";
         EXPECT_FALSE(tc_to_string(1.0, buffer, TC_SHOW_ALL, rate, true));
         EXPECT_STREQ(buffer, "");
-        EXPECT_TRUE(lines.text().starts_with(rate == FRInvalid
-                                                 ? "assertion failed tcRate != Mw::FRInvalid at misc/tccvt line 23\n"
-                                                 : "assertion failed rateIsValid at misc/FrameRate line "));
-        EXPECT_EQ(string_to_tc("01:00:01:00", rate, false), 0.0);
     }
+    EXPECT_TRUE(lines.text().starts_with("assertion failed tcRate != Mw::FRInvalid at misc/tccvt line 23\n"
+                                         "assertion failed rateIsValid at misc/FrameRate line "));
+    EXPECT_EQ(string_to_tc("01:00:01:00", FRInvalid, false), 0.0);
 }
 
-TEST(TimecodeText, negativeDropFrameCountsWithoutAndSaysSo)
+// What else is read, and what not, is held against sscanf by a fuzz target.
+TEST(TimecodeText, readsDropFrameAndNumbersOfAnySize)
 {
-    const auto contents = herc_create_contents();
-    herc_set_on(true);
     EXPECT_EQ(string_to_tc("-00:01:00;00", FR30M, true), string_to_tc("-00:01:00;00", FR30M, false));
-    herc_set_on(false);
-    EXPECT_STREQ(toUTF8(contents->row(ConsoleGeometry{}.messageLine)).substr(0, 37).c_str(),
-                 "string_to_tc: error negative timecode");
-    EXPECT_EQ(string_to_tc(" -0:01:00:00", FR30, true), string_to_tc("0:01:00:00", FR30, true)); // a sign of zero
-}
-
-TEST(TimecodeText, readsWhatSscanfReads)
-{
-    std::mt19937 random(1);
-    const auto pick = [&](std::string_view from) { return from[random() % from.size()]; };
-    const auto number = [&]
-    {
-        std::string digits;
-        for (unsigned space = random() % 8; space >= 6; --space)
-            digits += pick(" \t\n\v\f\r");
-        if (random() % 8 == 0)
-            digits += pick("+-");
-        for (std::size_t i = 0, count = 1 + random() % 3; i != count; ++i)
-            digits += pick("0123456789");
-        return digits;
-    };
-    int understood = 0;
-    for (int round = 0; round != 100000; ++round)
-    {
-        std::string text = random() % 6 == 0 ? "-" : "";
-        text += number() + ':' + number() + ':' + number() + pick(":;., x-") + number();
-        for (unsigned damage = random() % 4; damage >= 2; --damage)
-            text.insert(random() % (text.size() + 1), 1, pick(std::string_view("0:;- x\n\0", 8)));
-        const bool dropFrame = random() % 2 != 0;
-        const double expected = scannedSeconds(text.c_str(), FR30M, dropFrame);
-        ASSERT_EQ(string_to_tc(text.c_str(), {FR30M, dropFrame}), expected) << text;
-        understood += expected != 0.0;
-    }
-    EXPECT_GT(understood, 50000);
-}
-
-TEST(TimecodeText, numbersBeyond32BitsCountAsTheNearest)
-{
+    EXPECT_EQ(string_to_tc(" -0:01:00:02", {FR30M, true}), 1800 / getFramesPerSecond(FR30M)); // a sign of zero
     EXPECT_EQ(string_to_tc(nullptr, FR25, false), 0.0);
     EXPECT_EQ(string_to_tc("0:0:0:99999999999999999999", FR25, false), INT_MAX / 25.0);
     EXPECT_EQ(string_to_tc("0:0:0:-4294967297", FR25, false), INT_MIN / 25.0);
-    EXPECT_EQ(string_to_tc("2147483648:0:0:0", FR240, false), INT_MAX * 3600.0);
 }
 
 TEST(TimecodeText, everyTextOfTenMinutesReadsBack)
@@ -237,9 +227,9 @@ TEST(TimecodeText, dropFrameIsReadFromTheSeparator)
 {
     for (const char* text : {"01:00:00;00", " \t01:00:00,00", "01:00:00;"})
         EXPECT_TRUE(isTimecodeStringDropFrame(text)) << text;
-    for (const char* text : {"01:00:00:00", "01:00:00.00", "01:00:00", "1:00:00;00", "          ", "    01:00:00"})
-        EXPECT_FALSE(isTimecodeStringDropFrame(text)) << text;
-    EXPECT_FALSE(isTimecodeStringDropFrame(nullptr));
+    for (const char* text :
+         {"01:00:00:00", "01:00:00", "1:00:00;00", "    01:00:00", static_cast<const char*>(nullptr)})
+        EXPECT_FALSE(isTimecodeStringDropFrame(text));
 }
 
 TEST(TimecodeSeconds, framesSurviveTheJourneyAtEveryRate)
@@ -255,16 +245,10 @@ TEST(TimecodeSeconds, framesSurviveTheJourneyAtEveryRate)
         for (int frame = 0; hasFrames && frame != 1000; ++frame)
             ASSERT_EQ(tc_to_frames(frames_to_tc(frame, rate, 1, 3), rate, 1, 3), frame) << rate;
     }
-}
-
-TEST(TimecodeSeconds, noTimeAndTheEndsOfTheRange)
-{
     EXPECT_EQ(frames_to_tc(-1, FR25, 0, 0), 1e99);
     for (const double seconds : {1e99, -1e99, std::nan("")})
         EXPECT_EQ(tc_to_frames(seconds, FR25, 1, 0), -1);
-    EXPECT_EQ(tc_to_frames(1e12, FR25, 1, 0), INT_MAX);
     EXPECT_EQ(tc_to_frames(-1e12, FR25, 0, 0), INT_MIN);
-    EXPECT_DOUBLE_EQ(frames_to_tc(INT_MIN, FR25, 0, 0), -(2147483648.001 / 25) + 1e-6);
     EXPECT_DOUBLE_EQ(frames_to_tc(4, FR30M, 1, 0), 5.001 * 1.001 / 30 + 1e-6);
 }
 
@@ -274,25 +258,17 @@ TEST(Pulldown, filmFramesComeBackFromTheirVideoFrames)
         for (int phase = 0; phase != pd_film_cycle(rate); ++phase)
             for (int frame = 0; frame != 1000; ++frame)
                 ASSERT_EQ(remove_pulldown(add_pulldown(frame, rate, phase), rate, phase), frame);
-    EXPECT_FALSE(can_add_pulldown(FR24) || can_remove_pulldown(FR60MD2));
     EXPECT_TRUE(add_pulldown(3, FR30, 0) == 3 && add_pulldown(4, FR30, 0) == 5 && add_pulldown(24, FR25, 0) == 25);
     EXPECT_EQ(remove_pulldown(4, FR60M, 0), 3) << "the repetition";
-    for (const int phase : {3, -1, 7})
-        EXPECT_EQ(add_pulldown(1, FR30, phase), 2);
+    EXPECT_TRUE(add_pulldown(1, FR30, 3) == 2 && add_pulldown(1, FR30, -1) == 2);
     EXPECT_EQ(add_pulldown(INT_MAX, FR30, INT_MIN), INT_MAX);
-    EXPECT_EQ(add_pulldown(INT_MIN, FR30, INT_MAX), INT_MIN);
     EXPECT_TRUE(add_pulldown(7, FR24, 2) == 7 && remove_pulldown(-7, FR48, 2) == -7);
 }
 
 TEST(EditListLabels, readBackAsTheRateThatTheyStandFor)
 {
-    const std::pair<TCInf, const char*> labels[] = {
-        {{FR25, false}, "P"}, {{FR30M, false}, "N"}, {{FR30M, true}, "ND"}, {{FR24, false}, "P24"}};
-    for (const auto& [tcInf, label] : labels)
-    {
-        EXPECT_STREQ(tv_standard_to_edlstr(tcInf), label);
-        EXPECT_EQ(edlstr_to_tv_standard(label), tcInf);
-    }
+    for (const TCInf tcInf : {TCInf{FR25, false}, {FR30M, false}, {FR30M, true}, {FR24, false}})
+        EXPECT_EQ(edlstr_to_tv_standard(tv_standard_to_edlstr(tcInf)), tcInf);
     EXPECT_STREQ(tv_standard_to_edlstr({FRInvalid, true}), "P24");
     EXPECT_EQ(edlstr_to_tv_standard("ND24"), (TCInf{FR24, true}));
     EXPECT_EQ(edlstr_to_tv_standard("nd"), TCInf{});
