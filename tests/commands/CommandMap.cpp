@@ -4,163 +4,87 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cwchar>
-#include <memory>
-#include <random>
 #include <string>
 
 namespace
 {
 
-// What ran last: the command with context 0 or 1, or without one 10 or 11.
-int ran = -1;
+int ran = 0;
 Cmd::Context seen;
 
-template <int number>
 void withContext(Cmd::Context const& context)
 {
-    ran = number;
+    ran = 1;
     seen = context;
 }
 
-template <int number>
+void other(Cmd::Context const&)
+{
+    ran = 2;
+}
+
 void plain()
 {
-    ran = number;
+    ran = 3;
 }
 
-const char* const names[] = {nullptr, "cut", "Cut", "trim"};
-const wchar_t* const shownNames[] = {L"", L"Cut it", L"CUT IT", L"Play"};
+constexpr unsigned none = CommandMap::invalidIndex;
 
-// A table beside a plain list that is searched from its beginning, and has the same done to it.
-class Twins
-{
-public:
-    explicit Twins(unsigned seed) : random_(seed) {}
-
-    void step()
-    {
-        const char* const name = names[below(4)];
-        const unsigned index = below(entries_.size() + 2);
-        switch (below(4))
-        {
-        case 0:
-            EXPECT_EQ(map_.deregisterCommand(index), index < entries_.size());
-            if (index < entries_.size())
-                entries_[index] = {false, "", nullptr, -1, L"", entries_[index].attribs};
-            break;
-        case 1:
-            map_.callCommand(index, {Cmd::eKeyReleased, nullptr, this});
-            return expectRun(index);
-        case 2:
-            map_.callCommand(name, {Cmd::eKeyReleased, nullptr, this});
-            return expectRun(find(name));
-        default:
-            enter(name, shownNames[below(4)], below(4), below(2));
-        }
-    }
-
-    void compare()
-    {
-        for (const char* const name : names)
-            ASSERT_EQ(map_.findCommand(name), find(name));
-        for (const wchar_t* const shown : shownNames)
-            ASSERT_EQ(map_.findCommandByDisplayName(shown),
-                      indexOf([&](const Entry& e) { return ::wcscasecmp(e.shown, shown) == 0; }));
-        for (unsigned i = 0; i < entries_.size(); ++i)
-        {
-            const CommandMapRec& record = *map_.getCommand(i);
-            ASSERT_TRUE(record.commandFunction() == entries_[i].function && record.attribs() == entries_[i].attribs &&
-                        record.commandName() == entries_[i].name.c_str() && record.displayName() == entries_[i].shown);
-        }
-        ASSERT_EQ(map_.getCommand(static_cast<unsigned>(entries_.size())), nullptr);
-    }
-
-private:
-    struct Entry
-    {
-        bool isLive;
-        std::string name;
-        Cmd::Function function;
-        int runs;
-        const wchar_t* shown;
-        unsigned attribs;
-    };
-
-    unsigned below(std::size_t end) { return static_cast<unsigned>(random_() % end); }
-    template <class Is>
-    unsigned indexOf(Is is) const
-    {
-        const auto found = std::find_if(entries_.begin(), entries_.end(), is);
-        return found == entries_.end() ? ~0u : static_cast<unsigned>(found - entries_.begin());
-    }
-    unsigned find(const char* name) const
-    {
-        return indexOf([&](const Entry& e) { return e.isLive && e.name == (name != nullptr ? name : ""); });
-    }
-
-    // The attributes are a scope for a command without context.
-    void enter(const char* name, const wchar_t* shown, unsigned attribs, unsigned which)
-    {
-        const bool hasContext = below(2) == 0;
-        const Cmd::Function function = which == 0 ? withContext<0> : withContext<1>;
-        const unsigned index = hasContext
-                                   ? map_.registerCommand(name, function, &attribs_, attribs, UIString(shown), {}, {})
-                                   : map_.registerCommand(name, which == 0 ? plain<10> : plain<11>, UIString(shown), {},
-                                                          eCmdScope(attribs), {});
-        const Cmd::Function stored = hasContext ? function : CommandMap::contextlessCommandRedirector;
-        const unsigned old = find(name);
-        const bool isRefused = old != ~0u && entries_[old].function != stored;
-        ASSERT_EQ(index, isRefused ? ~0u : std::min<std::size_t>(old, entries_.size()));
-        expectedLines_ += isRefused ? "assertion failed it == map_.end() at misc/CommandMap line 193\n" : "";
-        ASSERT_EQ(lines_.text(), expectedLines_);
-        if (old != ~0u)
-            return;
-        const bool isGlobal = attribs == 1 || (attribs == 2 && *shown != 0);
-        entries_.push_back({true, name != nullptr ? name : "", stored,
-                            static_cast<int>(hasContext ? which : 10 + which), shown,
-                            hasContext ? attribs : isGlobal * 2u});
-    }
-
-    void expectRun(unsigned index)
-    {
-        const int expected = index < entries_.size() ? entries_[index].runs : -1;
-        EXPECT_EQ(ran, expected);
-        const bool hasContext = expected == 0 || expected == 1;
-        EXPECT_TRUE(!hasContext || (seen.userData_ == &attribs_ && seen.eventKind_ == Cmd::eKeyReleased));
-        ran = -1;
-    }
-
-    std::mt19937 random_;
-    int attribs_ = 0;
-    CommandMap map_;
-    std::vector<Entry> entries_;
-    AssertionLines lines_;
-    std::string expectedLines_;
-};
-
-TEST(CommandMap, equalsAListThatIsSearchedFromItsBeginning)
-{
-    for (unsigned seed = 0; seed < 40; ++seed)
-    {
-        Twins twins(seed);
-        for (int step = 0; step < 60 && !testing::Test::HasFailure(); ++step)
-        {
-            twins.step();
-            twins.compare();
-        }
-        ASSERT_FALSE(testing::Test::HasFailure()) << "seed " << seed;
-    }
-}
-
-TEST(CommandMap, complainsOfACallersContextForAFunctionWithoutOneAndRunsIt)
+TEST(CommandMap, keepsTheRecordsOfCommandsThatComeAndGo)
 {
     CommandMap map;
-    const unsigned index = map.registerCommand("stop", plain<12>, {}, {}, eCmdLocal, MapItem());
     AssertionLines lines;
-    map.callCommand(index, {Cmd::eFired, &map, nullptr});
-    EXPECT_EQ(std::exchange(ran, -1), 12);
+    const auto enter = [&](const char* name, Cmd::Function function, const wchar_t* shown = L"")
+    { return map.registerCommand(name, function, &map, 1, UIString(shown), {}, {}); };
+    EXPECT_EQ(enter("cut", withContext, L"Cut it"), 0u);
+    EXPECT_EQ(enter("Cut", other, L"CUT IT"), 1u);
+    EXPECT_EQ(enter(nullptr, other, L"No name"), 2u);
+    EXPECT_EQ(enter("cut", withContext, L"Another"), 0u);
+    EXPECT_EQ(lines.text(), "");
+    EXPECT_EQ(enter("cut", other), none);
+    EXPECT_EQ(lines.text(), "assertion failed it == map_.end() at misc/CommandMap line 193\n");
+
+    EXPECT_TRUE(map.deregisterCommand(0));
+    EXPECT_TRUE(map.deregisterCommand(0)) << "which is not the command without a name";
+    EXPECT_FALSE(map.deregisterCommand(3));
+    EXPECT_EQ(map.findCommand("cut"), none);
+    EXPECT_EQ(map.findCommand(nullptr), 2u);
+    EXPECT_EQ(map.findCommandByDisplayName(L"cut it"), 1u);
+    EXPECT_EQ(map.findCommandByDisplayName(L""), 0u) << "one that is gone";
+    EXPECT_EQ(enter("cut", other), 3u);
+    EXPECT_EQ(map.getCommand(4), nullptr);
+}
+
+TEST(CommandMap, callsWithTheCommandsDataWhatIsThere)
+{
+    CommandMap map;
+    map.registerCommand("gone", other, nullptr, 0, {}, {}, {});
+    map.registerCommand("cut", withContext, &map, 0, {}, {}, {});
+    map.deregisterCommand(0);
+    map.callCommand(0u, {});
+    map.callCommand(2, {});
+    map.callCommand("gone", {});
+    EXPECT_EQ(std::exchange(ran, 0), 0);
+    map.callCommand("cut", {Cmd::eKeyReleased, nullptr, nullptr});
+    EXPECT_EQ(std::exchange(ran, 0), 1);
+    EXPECT_TRUE(seen.userData_ == &map && seen.eventKind_ == Cmd::eKeyReleased);
+}
+
+TEST(CommandMap, takesFunctionsWithoutAContext)
+{
+    CommandMap map;
+    unsigned index = 0;
+    for (const eCmdScope scope : {eCmdLocal, eCmdGlobal, eCmdGlobalIfNamed})
+        for (const wchar_t* const shown : {L"", L"Stop"})
+        {
+            const std::string name = std::to_string(index);
+            EXPECT_EQ(map.registerCommand(name.c_str(), plain, UIString(shown), {}, scope, MapItem()), index);
+            const bool isGlobal = scope == eCmdGlobal || (scope == eCmdGlobalIfNamed && *shown != 0);
+            EXPECT_EQ(map.getCommand(index++)->attribs(), isGlobal ? 2u : 0u);
+        }
+    AssertionLines lines;
+    map.callCommand("0", {Cmd::eFired, &map, nullptr});
+    EXPECT_EQ(std::exchange(ran, 0), 3);
     EXPECT_EQ(lines.text(), "assertion failed context.callerContext_ == NULL at misc/CommandMap line 155\n");
 }
 
@@ -171,11 +95,10 @@ TEST(CommandMap, growsWhileACommandRuns)
     const auto grow = [](Cmd::Context const&)
     {
         for (int i = 0; i < 100; ++i)
-            map.registerCommand(std::to_string(i).c_str(), withContext<0>, nullptr, 0, map.getCommand(0)->displayName(),
+            map.registerCommand(std::to_string(i).c_str(), withContext, nullptr, 0, map.getCommand(0)->displayName(),
                                 {}, map.getCommand(0)->defaultMapItem());
     };
-    const UIString shown(ResId{11705});
-    map.registerCommand("grow", grow, nullptr, 0, shown, {}, MapItem(27, false));
+    map.registerCommand("grow", grow, nullptr, 0, UIString(ResId{11705}), {}, MapItem(27, false));
     map.callCommand("grow", {});
     EXPECT_EQ(map.getCommand(100)->defaultMapItem().mappedKeyCode(), 27);
     EXPECT_EQ(map.getCommand(100)->displayName(), L"Esc");
@@ -189,7 +112,7 @@ TEST(CommandMap, isReplacedByAnotherWithAllItsCommands)
         auto* const map = new CommandMap;
         CommandMap::theCommandMap(map);
         CommandMap::theCommandMap(map);
-        const bool isReplaced = CommandMap::instance() == map && map->findCommand("Toggle win32 debug") == ~0u;
+        const bool isReplaced = CommandMap::instance() == map && map->findCommand("Toggle win32 debug") == none;
         CommandMap::theCommandMap(nullptr);
         std::_Exit(isReplaced && CommandMap::theCommandMap()->getCommand(0) == nullptr ? 0 : 1);
     };

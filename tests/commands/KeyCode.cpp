@@ -38,30 +38,22 @@ std::vector<int> namedKeys()
 
 TEST(KeyCode, shortFormsOfStoredMappings)
 {
-    const struct
-    {
-        LightweightString<char> text;
-        int code;
-    } cases[] = {{"x", 88},
-                 {"", 0},
-                 {"F5", 0},
-                 {"CTRL", 0},
-                 {"CTRL+", 0},
-                 {"ALT+x", 0x4000078},
-                 {"alt_X", 0x4000078},
-                 {"CTRL+ALT+x", 0x6000058},
-                 {"Ctrl-Ctrl-shift-x", 0x3000058},
-                 {"CTRL+-", 0x200002D},
-                 {"CTRL++", 0x200002B},
-                 {"+", '+'},
-                 {"+X", '+'},
-                 {"+XY", 'Y'},
-                 {"A+B", 'B'},
-                 {"A+", 'A'},
-                 {"\xE4", static_cast<int>(0xFFFFFFE4)},
-                 {LightweightString<char>("A\0", 2), 0}};
+    const std::pair<LightweightString<char>, unsigned> cases[] = {
+        {"x", 88},
+        {"F5", 0},
+        {"CTRL+", 0},
+        {"alt_X", 0x4000078},
+        {"CTRL+ALT+x", 0x6000058},
+        {"Ctrl-Ctrl-shift-x", 0x3000058},
+        {"CTRL+-", 0x200002D},
+        {"CTRL++", 0x200002B},
+        {"+X", '+'},
+        {"A+B", 'B'},
+        {"\xE4", 0xFFFFFFE4},
+        {LightweightString<char>("A\0", 2), 0},
+    };
     for (const auto& [text, code] : cases)
-        EXPECT_EQ(stringToKeycode(text), code) << text;
+        EXPECT_EQ(stringToKeycode(text), static_cast<int>(code)) << text;
 }
 
 TEST(KeyCode, everyNameAndCharacterWithEveryModifierIsReadBack)
@@ -89,50 +81,37 @@ TEST(KeyCode, everyNameAndCharacterWithEveryModifierIsReadBack)
 
 TEST(KeyCode, displayForms)
 {
-    const struct
-    {
-        unsigned code;
-        const wchar_t* text;
-    } cases[] = {{97, L"'a'"},
-                 {0x02000061, L"Ctrl+a"},
-                 {0x20000061, L"*+a"},
-                 {0x21000061, L"*Shift+a"},
-                 {0x27100061, L"*Shift+Ctrl+Command+Alt+a"},
-                 {0x0900003B, L"Shift+F1"},
-                 {0x08100047, L"Command+G"},
-                 {0x88000047, L"'G' (numpad)"},
-                 {0x80000037, L"'7' (numpad)"},
-                 {0x9000002C, L"Console:User  (numpad)8"},
-                 {0x10000013, L"Console:Unknown"},
-                 {0, L"Unknown"},
-                 {0x01000000, L"Shift+Unknown"},
-                 {0x080000AA, L"'\u00AA'"},
-                 {0x4000FF00, L"Hold Unknown tap Unknown"}};
+    const std::pair<unsigned, const wchar_t*> cases[] = {
+        {97, L"'a'"},
+        {0x20000061, L"*+a"},
+        {0x27100061, L"*Shift+Ctrl+Command+Alt+a"},
+        {0x0900003B, L"Shift+F1"},
+        {0x88000047, L"'G' (numpad)"},
+        {0x9000002C, L"Console:User  (numpad)8"},
+        {0x10000013, L"Console:Unknown"},
+        {0x01000000, L"Shift+Unknown"},
+        {0x080000AA, L"'\u00AA'"},
+        {0x4000FF00, L"Hold Unknown tap Unknown"},
+    };
     for (const auto& [code, text] : cases)
         EXPECT_EQ(keycodeToString(static_cast<int>(code)), text) << std::hex << code;
 }
 
 TEST(KeyCode, whatPeopleTypeIsRead)
 {
-    const struct
-    {
-        const wchar_t* text;
-        unsigned code;
-    } cases[] = {{L"  ctrl + shift+ F12 ", 0x0B000046},
-                 {L"alt+page down", 0x0C000051},
-                 {L"a", 'a'},
-                 {L" ", ' '},
-                 {L"ctrl+'b'", 0x02000062},
-                 {L"console:user 8", 0x1000002C},
-                 {L"", 0},
-                 {L"ab", 0},
-                 {L"ctrl+", 0},
-                 {L"ctrl+ctrl+ctrl", 0},
-                 {L"Unknown", 0},
-                 {L"Console:Unknown", 0},
-                 {L"Hold a press", 0},
-                 {L"Hold Hold a tap b tap c", 0},
-                 {L"\U0001F600", 0}};
+    const std::pair<const wchar_t*, unsigned> cases[] = {
+        {L"  ctrl + shift+ F12 ", 0x0B000046},
+        {L"alt+page down", 0x0C000051},
+        {L"a", 'a'},
+        {L" ", ' '},
+        {L"console:user 8", 0x1000002C},
+        {L"ab", 0},
+        {L"ctrl+", 0},
+        {L"Console:Unknown", 0},
+        {L"Hold a press", 0},
+        {L"Hold Hold a tap b tap c", 0},
+        {L"\U0001F600", 0},
+    };
     for (const auto& [text, code] : cases)
         EXPECT_EQ(keycodeFromDisplayText(text), static_cast<int>(code)) << toUTF8(text);
 }
@@ -158,12 +137,10 @@ TEST(KeyCode, gesturesAreReadIntoItemsAndHaveACodeWhileTheyAreHeld)
 TEST(KeyCode, keysThatAreDown)
 {
     iWindowing& windowing = OS().windowing();
-    for (const int key : {32, KeyCode::ctrl, KeyCode::fourthModifier})
+    for (const int key : {KeyCode::ctrl, KeyCode::fourthModifier})
         windowing.setKeyDown(key, true);
     EXPECT_EQ(getKeyboardModifiers(), KeyCode::ctrl | KeyCode::fourthModifier);
-    EXPECT_FALSE(g_esc_pressed());
-    EXPECT_TRUE(g_esc_or_space_pressed());
-    for (const int key : {32, KeyCode::ctrl, KeyCode::fourthModifier})
-        windowing.setKeyDown(key, false);
     EXPECT_FALSE(g_esc_or_space_pressed());
+    for (const int key : {KeyCode::ctrl, KeyCode::fourthModifier})
+        windowing.setKeyDown(key, false);
 }

@@ -6,7 +6,6 @@
 #include "misc/commands/CommandMap.h"
 #include "misc/commands/KeyCode.h"
 #include "misc/commands/MappingManagerRegistryString.h"
-#include "misc/diagnostics/Console.h"
 #include "misc/settings/RegistryConfig.h"
 
 #include <gtest/gtest.h>
@@ -109,13 +108,6 @@ protected:
     }
     static void store(const char* name, bool value) { UserConfig().setValue(name, value, section); }
 
-    static Lines exported()
-    {
-        Lines lines;
-        manager().exportMappings(lines);
-        return lines;
-    }
-
     static constexpr ComplexKeyboardEvent slotless{'p', 'q', 0}; // unless there is a free slot at the start
 
     TestDesktop desktop_;
@@ -131,22 +123,17 @@ using Stored = std::map<std::string, std::string>;
 
 TEST_F(Mappings, liveIsReloadedAfterAnyChanges)
 {
-    const char* const strange[] = {"true:A:\"play\":0x0041::::",
-                                   "TRUE:A:\"stop\":X::::   comment",
+    const char* const strange[] = {"TRUE:A:\"stop\":X::::   comment",
                                    "true:A:\"Play\":0x53::::",
                                    "true:A:\"MarkIn\":0x53::::",
                                    "false:A:\"sTOP\":0x73::::",
                                    "true:A:\"stop\":0x0073:x:y:z:",
                                    "true:B:0x5:0x78::::",
                                    "true:B:0x0005:0x64::::",
-                                   "true:B:0x6::a:b:P:",
-                                   "true:B:0x6:::0xFFFFFFFFF::",
                                    "true:B:0x6::p:q::",
                                    "false:B:0x7::p:q::",
                                    "true:Later:\"Command\":0x0041::::",
-                                   "false:A:\"Later\":0x0041::::",
                                    "true:A:five:colons::",
-                                   "true:",
                                    "no line"};
     const auto settings = desktop_.settings(L"userconfig.dat", iDesktop::eUserSettings);
     store("Unknown:\"Command\":0x0041::::", true);
@@ -166,7 +153,7 @@ TEST_F(Mappings, liveIsReloadedAfterAnyChanges)
         const std::vector<MapItem> others = below(4) == 0 ? fillSlots() : std::vector<MapItem>();
         for (unsigned more = below(4); more > 0; --more)
         {
-            const std::string line = strange[below(std::size(strange) - 2)];
+            const std::string line = strange[below(std::size(strange) - 1)];
             store(line.substr(line.find(':') + 1).c_str(), line[0] != 'f');
         }
         startAgain();
@@ -176,8 +163,7 @@ TEST_F(Mappings, liveIsReloadedAfterAnyChanges)
             const unsigned map = below(manager().client(client)->numKeyMaps());
             const auto before = mappings();
             const Stored storedBefore = stored();
-            const bool isRefused = below(8) == 0;
-            settings->failWith(isRefused ? iSettings::eFailed : iSettings::eStored);
+            settings->failWith(below(8) == 0 ? iSettings::eFailed : iSettings::eStored);
             bool isDone = false;
             switch (below(10))
             {
@@ -191,7 +177,8 @@ TEST_F(Mappings, liveIsReloadedAfterAnyChanges)
                 isDone = manager().resetToDefault(client, map);
                 break;
             case 3:
-                kept = exported();
+                kept.clear();
+                manager().exportMappings(kept);
                 break;
             case 4:
                 for (unsigned more = below(4); more > 0; --more)
@@ -263,57 +250,29 @@ TEST_F(Mappings, storedNamesAreBroughtToThePresentForm)
     store("A:\"stop\":0x58::::", true);
     store("A:\"stop\":CTRL+I:::", true);
     store("A:\"play\"::0x61:alt+b:P:", true);
-    store("a:\"Stop\":0x0059::::", true);
-    herc_create_contents();
-    herc_set_on(true);
     start();
     EXPECT_EQ(stored(), (Stored{{"A:\"Stop\":0x0058::::   Stop <- 'X'", "true"},
                                 {"A:\"stop\":CTRL+I:::", "true"},
-                                {"A:\"play\"::0x0061:0x4000062:P:   play <- HOLD 'a' PRESS Alt+b", "true"},
-                                {"a:\"Stop\":0x0059::::", "true"}}));
+                                {"A:\"play\"::0x0061:0x4000062:P:   play <- HOLD 'a' PRESS Alt+b", "true"}}));
     // The user's word about a key ends what is stored of it in other words.
     GlobalConfig().setValue("Show Mapping Comments", false, "");
     EXPECT_TRUE(remove(1, 'X'));
-    EXPECT_EQ(stored().size(), 3u);
-    herc_set_on(false);
+    EXPECT_EQ(stored().size(), 2u);
 }
 
-TEST_F(Mappings, namesThatCannotBeReadAreToldOfAndLeftInTheStore)
+TEST(StoredMapping, isRefusedIfItsNameCannotBeRead)
 {
-    const char* const names[] = {"A:\"Stop\":0x41:::", // five colons
-                                 "A:\"Stop\":0x::::",         "A:\"Stop\":0x-1::::",  "A:\"Stop\":0xFFFFFFFFF::::",
-                                 "A:\"Stop\":0x40000001::::", // somebody's slot
-                                 "A:\"Stop\":\xE9::::",       "A:\"Stop:0x41::::",    "A:\":0x41::::",
-                                 "A:Stop:0x41::::",           "A:\"Stop\"::0x41::P:", "A:\"Stop\"::0x:0x42::",
-                                 "A:\"Stop\"::0x41:0x42:p:",  "B:0x:0x41::::",        "B:0x-5:0x41::::",
-                                 "B:0xFFFFFFFFF:0x41::::"};
-    store("A:\"Later\":0x0041::::", true);
-    for (const char* const name : names)
-    {
+    for (const char* const name : {"A:\"Stop\":0x41:::", // five colons
+                                   "A:\"Stop\":0x::::", "A:\"Stop\":0x-1::::", "A:\"Stop\":0xFFFFFFFFF::::",
+                                   "A:\"Stop\":0x40000001::::", // somebody's slot
+                                   "A:\"Stop\":\xE9::::", "A:\"Stop:0x41::::", "A:\":0x41::::", "A:Stop:0x41::::",
+                                   "A:\"Stop\"::0x41::P:", "A:\"Stop\"::0x41:0x42:p:", "B:0xFFFFFFFFF:0x41::::"})
         EXPECT_FALSE(MappingManagerRegistryString().registryString(name)) << name;
-        store(name, true);
-    }
-    const auto mappingsBefore = mappings();
-    const Stored storedBefore = stored();
-    GlobalConfig().setValue("Show MapMgr Debug", true, "");
-    const ConsoleGeometry geometry{80, 40, 0};
-    const auto contents = herc_create_contents(geometry);
-    herc_set_on(true);
-    start();
-    herc_set_on(false);
-    EXPECT_EQ(mappings(), mappingsBefore);
-    EXPECT_EQ(stored(), storedBefore);
-    std::string told;
-    for (int row = 0; row < geometry.height; ++row)
-        told += toUTF8(contents->row(row)).c_str();
-    EXPECT_NE(told.find("regStr malformed!"), told.npos);
-    EXPECT_NE(told.find("A:\"Later\":0x0041:::: i[A] v[0xffffffff] s[Later] m[0x41]"), told.npos);
 }
 
 TEST_F(Mappings, oldKeysAreConvertedOnceAndOnImport)
 {
     EXPECT_EQ(MappingManager::convertLegacyKeycodeString("A:\"Stop\":0x4001::::"), "") << "somebody's slot";
-    EXPECT_EQ(MappingManager::convertLegacyKeycode(0x7F41), 0x7F000041);
     EXPECT_EQ(MappingManager::convertLegacyKeycode(0x7FFF8041), 0x41);
     UserConfig().setValue("A:\"Stop\":0x0258::::", true, "MappingManager");
     UserConfig().setValue("B:0x0805::0x0147:0x004D::", false, "MappingManager");
@@ -363,6 +322,7 @@ TEST_F(Mappings, conflictsAndTheExplanationOfAKey)
     EXPECT_EQ(conflict.keycode, 27);
     EXPECT_EQ(toUTF8(conflict.uses[0].clientName), "Keyboard");
     EXPECT_EQ(toUTF8(conflict.uses[1].actionName), "play");
+    EXPECT_EQ(conflict.uses[1].clientInternalName, "A");
 
     CommandMap::theCommandMap()->registerCommand("Stop", [] {}, {}, {}, eCmdLocal, {});
     EXPECT_EQ(toUTF8(manager().explainKey(' ')), "Key 0x0020, Space\n"
@@ -375,9 +335,8 @@ TEST_F(Mappings, conflictsAndTheExplanationOfAKey)
                                                 "Command: none\n");
 }
 
-TEST_F(Mappings, whatCannotBeStoredIsToldOfAndNoChange)
+TEST_F(Mappings, whatCannotBeStoredIsNoChange)
 {
-    testing::internal::CaptureStdout();
     SimpleKeyMapper unreadable("C", ResId::none, ResId::none,
                                std::vector<KeyMap>{KeyMap("a:b", MapItem('x', false)), KeyMap("c")}, true, scope);
     SimpleKeyMapper client("C:D", ResId::none, ResId::none, std::vector<KeyMap>{KeyMap("c", MapItem('x', false))}, true,
@@ -391,38 +350,28 @@ TEST_F(Mappings, whatCannotBeStoredIsToldOfAndNoChange)
     EXPECT_TRUE(manager().addToKeyMap(indexOf(unreadable), 1, 'y'));
     EXPECT_EQ(stored(), (Stored{{"C:\"c\":0x0079::::", "true"}}));
     EXPECT_EQ(manager().client(manager().numClients()), nullptr);
-    const std::string told = testing::internal::GetCapturedStdout();
-    for (const char* const text : {"a KeyMap with an illegal outputString!", "with an illegal internalName!",
-                                   "MappingManager::client() Index out of range!"})
-        EXPECT_NE(told.find(text), told.npos) << text;
+
+    // A client of a name that is taken takes nothing from the one that has it.
+    EXPECT_FALSE(SimpleKeyMapper("A", ResId::none, ResId::none, std::vector<KeyMap>{}, true, scope).isRegistered());
+    EXPECT_TRUE(add(0, 'x'));
 }
 
-TEST_F(Mappings, aNameIsOneClientsAndAnotherOfThatNameTakesNothingFromIt)
+// Both actions have the key by default, which is reported; the first is found, and each gets it back.
+TEST_F(Mappings, aKeyOfTwoActionsGoesToTheOther)
 {
-    {
-        const SimpleKeyMapper second("A", ResId::none, ResId::none, std::vector<KeyMap>{}, true, scope);
-        EXPECT_FALSE(second.isRegistered());
-    }
-    EXPECT_TRUE(add(0, 'x'));
-    // Both actions have the key by default, which is reported; the first is found, and each gets it back.
     SimpleKeyMapper shared("S", ResId::none, ResId::none,
                            std::vector<KeyMap>{KeyMap(1, MapItem('x', false)), KeyMap(2, MapItem('x', false))}, true,
                            scope);
-    const unsigned index = indexOf(shared);
-    EXPECT_EQ(shared.lookup('x', 0), 1);
-    EXPECT_TRUE(manager().removeFromKeyMap(index, 0, 'x'));
+    EXPECT_TRUE(manager().removeFromKeyMap(indexOf(shared), 0, 'x'));
     EXPECT_EQ(shared.lookup('x', 0), 2);
-    EXPECT_TRUE(manager().resetToDefault(index));
+    EXPECT_TRUE(manager().resetToDefault(indexOf(shared)));
     EXPECT_EQ(shared.lookup('x', 0), 1);
 }
 
 TEST(BuiltInMappers, areThereBeforeMain)
 {
-    EXPECT_EQ(manager().client(0), &ConsoleMapper());
-    EXPECT_EQ(manager().client(1), &TextEditingMapper());
+    EXPECT_TRUE(manager().client(0) == &ConsoleMapper() && manager().client(1) == &TextEditingMapper());
     EXPECT_EQ(TextEditingMapper().lookup(0x100043, 0), 0x22000043);
     EXPECT_EQ(TextEditingMapper().lookup(static_cast<int>(0x80000037), 0), '7');
-    EXPECT_EQ(TextEditingMapper().lookup(0x8000050), nullptr);
     EXPECT_EQ(ConsoleMapper().numKeyMaps(), 37u);
-    EXPECT_EQ(toUTF8(ConsoleMapper().keyMap(2)->displayName()), "Forward");
 }
