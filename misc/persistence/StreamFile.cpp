@@ -353,6 +353,16 @@ void StreamFile::cacheForward(std::uint64_t end)
     extendWindow(end);
 }
 
+void StreamFile::setPosition(std::uint64_t position, std::string_view bytes)
+{
+    dropWindow(std::min(position, size()));
+    if (!source_ || position + bytes.size() > fileSize_)
+        return;
+    reserve(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), cache_);
+    cacheEnd_ = bytes.size();
+}
+
 void StreamFile::extendWindow(std::uint64_t end)
 {
     const std::uint64_t windowEnd = windowStart_ + cacheEnd_;

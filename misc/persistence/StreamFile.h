@@ -84,6 +84,9 @@ public:
     // Brings the file into the cache from the position up to the given place or the end. Reading does so
     // by itself; this tells how much will be needed.
     void cacheForward(std::uint64_t end);
+    // Goes to a place in a file that is only read, where these bytes of it are known to be, and takes them for
+    // those that it would read.
+    void setPosition(std::uint64_t position, std::string_view bytes);
 
     void setCookedChar(char value) { put(value); }
     void setShort(short value) { put(value); }

@@ -116,10 +116,7 @@ void SwapRewrite::commit()
 {
     for (std::size_t slot = 0; slot < std::min(places_.size(), table_.markers_.size()); ++slot)
         if (TagMarker* const marker = table_.markers_[slot].get(); marker != nullptr && places_[slot].length != 0)
-        {
-            marker->position_ = places_[slot].position;
-            marker->length_ = places_[slot].length;
-        }
+            marker->setPlace(places_[slot].position, places_[slot].length);
     for (const std::uint32_t slot : retyped_)
         if (TagMarker* const marker = table_.markers_[slot].get(); marker != nullptr && marker->object_)
             marker->keepType();

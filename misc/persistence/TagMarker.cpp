@@ -1,8 +1,10 @@
 #include "misc/persistence/TagMarker.h"
 
 #include "Mw/Assert.h"
+#include "OS/Immortal.h"
 #include "libmw/Text.h"
 #include "misc/persistence/MarkerBlocks.h"
+#include "misc/persistence/RecentBytes.h"
 #include "misc/persistence/StreamObjectManager.h"
 #include "misc/persistence/SwapReport.h"
 #include "misc/persistence/SwapRewrite.h"
@@ -14,6 +16,12 @@ namespace
 {
 
 using Text = LightweightString<char>;
+
+// Those of all tables, under their lock.
+RecentBytes& recentBytes()
+{
+    return immortal<RecentBytes>();
+}
 
 IdStamp freeStamp(const TagMarkerTable& table)
 {
@@ -162,16 +170,22 @@ Mw::Ptr<Taggable> TagMarker::read()
     if (!reason.empty())
         reportSwap(reason + "\n");
     if (!object || !whole || (object->id().valid() && object->id() != id()))
+    {
+        recent_ = 0;
         return {};
+    }
     object->id_ = id();
     return object;
 }
 
-bool TagMarker::readFrom(StreamFile& file, Mw::Ptr<Taggable>& object) const
+bool TagMarker::readFrom(StreamFile& file, Mw::Ptr<Taggable>& object)
 {
     const std::uint64_t end = std::uint64_t{position_} + length_;
-    file.setPosition(position_);
+    const std::string_view recent = recentBytes().find(recent_, length_);
+    file.setPosition(position_, recent);
     file.cacheForward(end);
+    if (const std::string_view read = file.cached(); recent.empty() && read.size() >= length_)
+        recent_ = recentBytes().keep(read.substr(0, length_));
     PStream stream(&file);
     object = table_->asTaggable(theSOManager().readObject(stream));
     return !stream.failed() && file.position() == end;
@@ -257,7 +271,7 @@ void TagMarker::destroy()
 void TagMarker::detach()
 {
     table_ = nullptr;
-    position_ = length_ = 0;
+    setPlace(0, 0);
     const Mw::Ptr<Taggable> object = std::move(object_);
 }
 

@@ -89,7 +89,14 @@ private:
     bool pack(PStream& stream) const;
     // Reads the stored object.
     Mw::Ptr<Taggable> read();
-    bool readFrom(StreamFile& file, Mw::Ptr<Taggable>& object) const;
+    bool readFrom(StreamFile& file, Mw::Ptr<Taggable>& object);
+    // Where the object lies in the table's file from now on.
+    void setPlace(std::uint64_t position, std::uint64_t length) noexcept
+    {
+        position_ = static_cast<std::uint32_t>(position);
+        length_ = static_cast<std::uint32_t>(length);
+        recent_ = 0;
+    }
     // Takes the kind of the object in memory; whether it is that of an object.
     void keepType();
     bool isOfType(const Taggable& object) const;
@@ -105,5 +112,6 @@ private:
     Mw::Ptr<Taggable> object_;
     std::uint32_t position_ = 0;
     std::uint32_t length_ = 0;
+    std::uint64_t recent_ = 0; // where the stored bytes are in memory, if they still are
     TagTypeId ttid_;
 };

@@ -293,7 +293,7 @@ bool TagMarkerTable::extract(const Mw::Ptr<TagMarker>& marker)
         return false;
     remove(marker);
     marker->table_ = nullptr;
-    marker->position_ = marker->length_ = 0;
+    marker->setPlace(0, 0);
     return true;
 }
 
@@ -446,8 +446,7 @@ void TagMarkerTable::internRead(Mw::Ptr<Taggable> object, const Span& place)
     marker->table_ = this;
     marker->object_ = std::move(object);
     marker->keepType();
-    marker->position_ = static_cast<std::uint32_t>(place.position);
-    marker->length_ = static_cast<std::uint32_t>(place.length);
+    marker->setPlace(place.position, place.length);
     const std::size_t idsBefore = idMap_.size();
     append(std::move(marker));
     if (idMap_.size() == idsBefore)
@@ -535,10 +534,7 @@ bool TagMarkerTable::findPlaces(const Path& name)
     for (const auto& [id, marker] : expected)
         marker->length_ = 0;
     for (const Found& one : found)
-    {
-        one.marker->position_ = static_cast<std::uint32_t>(one.place.position);
-        one.marker->length_ = static_cast<std::uint32_t>(one.place.length);
-    }
+        one.marker->setPlace(one.place.position, one.place.length);
     uncovered_ = std::move(uncovered);
     // An end that was there before has been kept already, or will be.
     keepsUnread_ = keepsUnread_ || unread.length > unread_.length;

@@ -35,6 +35,9 @@
 // table couldn't read: objects of classes that nobody registered, and all that follows an error. A flush that
 // fails changes neither the file nor a marker.
 //
+// The bytes of the objects that were read last stay in memory, in 8 MiB for all tables together, for objects that
+// are let go and soon asked for again.
+//
 // Nothing is thrown: a failure is a line on the console and a result. Any thread: all tables share one lock.
 class MISC_API TagMarkerTable : public iObject
 {
