@@ -11,7 +11,8 @@ namespace
 
 // Where objects lie is told in 32 bits.
 constexpr std::uint64_t largestFileBytes = std::numeric_limits<std::uint32_t>::max();
-constexpr std::uint64_t copyBytes = 128 * 1024;
+// What is read at once of a file that is carried over or compared.
+constexpr std::uint64_t readAheadBytes = 128 * 1024;
 
 } // namespace
 
@@ -98,7 +99,7 @@ bool SwapRewrite::copyPending()
     bool read = true;
     while (read && pending_.length != 0)
     {
-        const std::uint64_t part = std::min(pending_.length, copyBytes);
+        const std::uint64_t part = std::min(pending_.length, readAheadBytes);
         file->cacheForward(file->position() + part);
         const std::string_view bytes = file->cached().substr(0, part);
         out_.write(bytes.data(), static_cast<unsigned>(bytes.size()));
@@ -123,6 +124,18 @@ void SwapRewrite::commit()
     table_.uncovered_ = std::move(uncovered_);
     table_.unread_ = unread_;
     table_.storedBytes_ = out_.size();
+}
+
+SwapComparison::SwapComparison(TagMarkerTable& table)
+    : table_(table), busy_(table), file_(table.completed_.get()),
+      positionBefore_(file_ != nullptr ? file_->position() : 0), stream_(&packed_)
+{
+}
+
+SwapComparison::~SwapComparison()
+{
+    if (file_ != nullptr)
+        file_->setPosition(positionBefore_);
 }
 
 bool SwapComparison::carry(const TagMarkerTable::Span& from)
@@ -162,14 +175,15 @@ bool SwapComparison::packsTo(const TagMarker& marker, std::uint64_t position, st
     if (!marker.pack(stream_))
         return false;
     length = packed_.position();
-    StreamFile* const file = table_.openCompleted();
-    if (file == nullptr || position + length > file->size())
+    if (file_ == nullptr || position + length > file_->size())
         return false;
     packed_.setPosition(0);
-    const std::uint64_t before = file->position();
-    file->setPosition(position);
-    file->cacheForward(position + length);
-    const bool same = file->cached().substr(0, length) == packed_.cached().substr(0, length);
-    file->setPosition(before);
+    // Behind an object that was compared, others probably are.
+    const std::uint64_t neededBytes = file_->position() == position ? std::max(length, readAheadBytes) : length;
+    file_->setPosition(position);
+    if (file_->cached().size() < length)
+        file_->cacheForward(position + neededBytes);
+    const bool same = file_->cached().substr(0, length) == packed_.cached().substr(0, length);
+    file_->setPosition(position + length);
     return same;
 }

@@ -59,7 +59,9 @@ private:
 class SwapComparison
 {
 public:
-    explicit SwapComparison(TagMarkerTable& table) : table_(table), busy_(table), stream_(&packed_) {}
+    explicit SwapComparison(TagMarkerTable& table);
+    // The file's position is what it was.
+    ~SwapComparison();
 
     // False at the first difference.
     bool carry(const TagMarkerTable::Span& from);
@@ -75,6 +77,8 @@ private:
 
     TagMarkerTable& table_;
     const TagMarkerTable::Busy busy_;
+    StreamFile* const file_; // null if it can't be read
+    const std::uint64_t positionBefore_;
     StreamFile packed_;
     PStream stream_;
     std::uint64_t end_ = 0; // of the pieces so far
