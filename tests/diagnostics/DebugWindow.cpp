@@ -8,10 +8,6 @@
 #include "misc/settings/RegistryConfig.h"
 
 #include <algorithm>
-#include <atomic>
-#include <barrier>
-#include <thread>
-#include <vector>
 
 namespace
 {
@@ -56,57 +52,6 @@ TEST_F(DebugWindow, isWhatSettingsAndPreferencesSay)
     EXPECT_NE(logged().find(": Default overridden: herc_width = 100 (dflt 80)\n"), std::string::npos);
 }
 
-TEST_F(DebugWindow, choiceOfDebugOutputIsKept)
-{
-    createDebugWindow({});
-    for (const bool on : {true, false})
-    {
-        toggleWin32Debug();
-        EXPECT_EQ(UserConfig().getValue("Output debug strings", !on, "Preferences"), on);
-        createDebugWindow({});
-        EXPECT_EQ(herc_debug_output(), on);
-    }
-}
-
-TEST_F(DebugWindow, threadsThatMeetMakeOne)
-{
-    class Counting : public iWindowing
-    {
-    public:
-        Mw::Ptr<iStatusWindow> createStatusWindow(const Mw::Ptr<iStatusWindow::iContents>& contents,
-                                                  const Mw::Ptr<iStatusWindow::iEventHandler>& handler) override
-        {
-            ++made;
-            std::this_thread::yield();
-            return target_.createStatusWindow(contents, handler);
-        }
-        bool isKeyDown(int) override { return false; }
-        void setKeyDown(int, bool) override {}
-        std::atomic<int> made{0};
-
-    private:
-        iWindowing& target_ = OS().windowing();
-    } windowing;
-    const OSReplacement<iWindowing> replaced(windowing);
-    constexpr int rounds = 20;
-    for (int round = 0; round < rounds; ++round)
-    {
-        std::barrier together(3);
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 3; ++i)
-            threads.emplace_back(
-                [&]
-                {
-                    together.arrive_and_wait();
-                    herc_init({});
-                });
-        for (std::thread& thread : threads)
-            thread.join();
-        herc_shutdown();
-    }
-    EXPECT_EQ(windowing.made, rounds);
-}
-
 TEST_F(DebugWindow, followsItsPreferencesAndTellsTheirClients)
 {
     struct Counter : ValClient<bool>
@@ -128,6 +73,7 @@ TEST_F(DebugWindow, followsItsPreferencesAndTellsTheirClients)
     outputDebugStringsPref() = true;
     EXPECT_TRUE(herc_debug_output());
     toggleWin32Debug();
+    EXPECT_FALSE(UserConfig().getValue("Output debug strings", true, "Preferences"));
     EXPECT_FALSE(herc_debug_output() || counter.getServerValue());
     EXPECT_EQ(counter.changes, 2);
 

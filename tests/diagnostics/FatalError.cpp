@@ -89,7 +89,8 @@ TEST(FatalErrorDeath, splatCrashesOnceAndReturnsDuringAThreadsException)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(splat(), crashed,
-                "^\n\\*{33}\nOMA_SPLAT: no way on\nTime: .* \\(Session : [0-9]+ seconds\\)\n\ntold of <no way on>, "
+                "^\n\\*{33}\nOMA_SPLAT: no way on\nTime: [A-Z].{18} [0-9]{4}  \\(Session : [0-9]+ seconds\\)\n\ntold "
+                "of <no way on>, "
                 "<OMA: no way on>\n");
     EXPECT_EXIT(splatOnTwoThreads(), testing::ExitedWithCode(1), "^[^#]*OMA_SPLAT: first\n[^#]*$");
     EXPECT_EXIT(splatDuringAThreadsException(), testing::ExitedWithCode(1), "^$");
@@ -120,26 +121,18 @@ TEST(FatalError, sessionLengthHasThreeForms)
         getSessionTimeStr(seconds, text);
         EXPECT_STREQ(text, expected);
     }
-    char text[exitTimeStrSize];
-    getExitTimeStr(text);
-    const testing::Matcher<std::string> form = testing::MatchesRegex(
-        "Time: [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [0-9]{4}  \\(Session : [0-9]+ seconds\\)\n");
-    EXPECT_TRUE(form.Matches(text)) << text;
 }
 
 TEST_F(Diagnostics, initialisationHappensOnceAndTakesPlatformMessages)
 {
     const auto before = OS().setMessageFunction(nullptr);
-    const int entered = service_lock_counts().entered;
     EXPECT_EQ(except_init(), 0);
     OS().message("from below");
     EXPECT_EQ(logged(), "0.000    : from below\n");
-
     OS().setMessageFunction([](const char*) {});
     EXPECT_EQ(except_init(), 0);
     OS().message("to another receiver");
     EXPECT_EQ(logged(), "");
-    EXPECT_EQ(service_lock_counts().entered, entered + 1);
     EXPECT_EQ(who_owns_service_lock(), 0u);
     OS().setMessageFunction(before);
 }
@@ -158,7 +151,7 @@ TEST_F(Diagnostics, stackTraceIsLoggedUnderItsTitle)
     EXPECT_EQ(logged(), frames) << "the filter looks at the formats";
 }
 
-TEST_F(Diagnostics, errorIsShownUnderTheApplicationsNameOnLifeSupport)
+TEST_F(Diagnostics, errorIsShownUnderTheApplicationsName)
 {
     OS().fileMgr().setApplicationName(L"Editor");
     testing::internal::CaptureStderr();
@@ -166,9 +159,8 @@ TEST_F(Diagnostics, errorIsShownUnderTheApplicationsNameOnLifeSupport)
     showError("The disk is full.", true);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Editor: The disk is full.\n");
     OS().fileMgr().setApplicationName({});
-    EXPECT_EQ(logged(), "");
     EXPECT_FALSE(SystemWatchdog::isOnLifeSupport());
     SystemWatchdog::endLifeSupport();
-    EXPECT_EQ(logged().substr(0, 28), "assertion failed before > 0 ");
+    EXPECT_TRUE(logged().starts_with("assertion failed before > 0 "));
     EXPECT_FALSE(SystemWatchdog::isOnLifeSupport());
 }
