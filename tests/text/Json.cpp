@@ -1,9 +1,9 @@
 #include "misc/text/JSON.h"
 
-#include "Mw/Assert.h"
 #include "OS/OS.h"
 #include "OS/ThreadMgr.h"
 #include "libmw/Text.h"
+#include "media/AssertionLines.h"
 #include "platform/TempFolder.h"
 #include "text/JsonModel.h"
 
@@ -11,9 +11,11 @@
 
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <thread>
 
 namespace
@@ -38,30 +40,31 @@ class RandomTree
 public:
     explicit RandomTree(unsigned seed) : random_(seed) {}
 
-    std::shared_ptr<Model> write(JSON::Builder& builder, int depth)
+    Model write(JSON::Builder& builder, int depth)
     {
-        auto model = std::make_shared<Model>();
-        for (int left = static_cast<int>(random_() % 6); left > 0; --left)
+        Model model;
+        for (auto left = random_() % 6; left > 0; --left)
         {
             const std::wstring name = text();
             switch (random_() % (depth == 0 ? 3 : 4))
             {
             case 0:
-                model->texts.emplace_back(name, text());
-                builder.add(name.c_str(), Wide(std::wstring_view(model->texts.back().second)));
+                model.texts.emplace_back(name, text());
+                builder.add(name.c_str(), Wide(std::wstring_view(model.texts.back().second)));
                 break;
             case 1:
-                model->numbers.emplace_back(name, number());
-                builder.add(name.c_str(), model->numbers.back().second);
+                model.numbers.emplace_back(name, number());
+                builder.add(name.c_str(), model.numbers.back().second);
                 break;
             case 2:
-                model->bools.emplace_back(name, random_() % 2 != 0);
-                builder.add(name.c_str(), model->bools.back().second);
+                model.bools.emplace_back(name, random_() % 2 != 0);
+                builder.add(name.c_str(), model.bools.back().second);
                 break;
             default:
                 const bool isArray = random_() % 2 != 0;
                 isArray ? builder.startArray(name.c_str()) : builder.startChild(name.c_str());
-                model->children.emplace_back(name, write(builder, depth - 1));
+                model.childNames.push_back(name);
+                model.children.push_back(write(builder, depth - 1));
                 isArray ? builder.endArray() : builder.endChild();
             }
         }
@@ -110,53 +113,23 @@ TEST(JsonParser, agreesWithTheTableOnRandomBytes)
 {
     // Mostly fragments, so that documents get somewhere, in buffers of their own size, so that a read behind the end
     // shows under the sanitizer.
-    static constexpr std::string_view fragments[] = {"{",
-                                                     "}",
-                                                     "[",
-                                                     "]",
-                                                     ":",
-                                                     ",",
-                                                     " ",
-                                                     "\n",
-                                                     "\"",
-                                                     "\\",
-                                                     "\\\"",
-                                                     "\\n",
-                                                     "\\u",
-                                                     "true",
-                                                     "false",
-                                                     "null",
-                                                     "tru",
-                                                     "nul",
-                                                     "1",
-                                                     "-",
-                                                     ".",
-                                                     "25",
-                                                     "-0.5",
-                                                     "1e5",
-                                                     "e",
-                                                     "+",
-                                                     "0x1",
-                                                     "\"a\"",
-                                                     "\"\"",
-                                                     "\xC3",
-                                                     "\x80",
-                                                     "\xE2\x82\xAC",
-                                                     "{\"a\":",
-                                                     "[\"x\",",
-                                                     "9007199254740993",
-                                                     "123456789.125",
-                                                     "\"a text of more than 16 bytes\"",
-                                                     "                      ",
-                                                     "\"k\\t\xC3\xA4\" : ",
-                                                     std::string_view("\0", 1)};
+    std::istringstream list(
+        "{ } [ ] : , \" \\ \\\" \\n \\u true false null tru nul 1 - . 25 -0.5 1e5 e + 0x1 \"a\" \"\" \xC3 "
+        "\x80 \xE2\x82\xAC {\"a\": [\"x\", 9007199254740993 123456789.125");
+    std::vector<std::string> fragments{" ",
+                                       "\n",
+                                       "                      ",
+                                       "\"k\\t\xC3\xA4\" : ",
+                                       "\"a text of more than 16 bytes\"",
+                                       std::string(1, '\0')};
+    fragments.insert(fragments.end(), std::istream_iterator<std::string>(list), {});
     std::mt19937 random(1);
     int complete = 0;
     for (int i = 0; i < 1'000'000; ++i)
     {
         std::string text(random() % 3 == 0 ? "{" : random() % 2 == 0 ? "[" : "");
         for (auto count = random() % 12; count > 0; --count)
-            text += fragments[random() % std::size(fragments)];
+            text += fragments[random() % fragments.size()];
         for (auto count = random() % 3; count > 0; --count)
             text += random() % 2 == 0 ? '}' : ']';
         const std::unique_ptr<char[]> buffer(new char[text.size()]);
@@ -164,9 +137,8 @@ TEST(JsonParser, agreesWithTheTableOnRandomBytes)
         const JSON::Parser parser(buffer.get(), static_cast<unsigned>(text.size()));
         const ModelReader model(text);
         ASSERT_EQ(parser.failed(), model.failed) << text;
-        ASSERT_TRUE(sameTree(parser.result(), model.result.get())) << text;
-        const JSON::Failure failure = parser.failure();
-        ASSERT_EQ(failure.reason.empty(), !model.failed && model.result != nullptr) << text;
+        ASSERT_TRUE(modelOf(parser.result()) == model.result) << text;
+        ASSERT_EQ(parser.failure().reason.empty(), !model.failed && model.result) << text;
         complete += parser.result() != nullptr;
     }
     EXPECT_GT(complete, 50'000);
@@ -198,13 +170,7 @@ TEST(JsonParser, readsNumbersLikeStrtod)
 
 TEST(JsonParser, tellsLineColumnAndReason)
 {
-    const struct
-    {
-        const char* text;
-        unsigned line, column;
-        bool hasResult;
-        const char* reason;
-    } cases[] = {
+    const std::tuple<const char*, unsigned, unsigned, bool, const char*> cases[] = {
         {"", 1, 1, false, "nothing"},
         {"5", 1, 2, false, "no object"},
         {"{\n \"\xC3\xA4\": x", 2, 7, false, "begins no value"},
@@ -217,14 +183,13 @@ TEST(JsonParser, tellsLineColumnAndReason)
         {"{\"a\":tru}", 1, 6, false, "true"},
         {"{}", 0, 0, true, ""},
     };
-    for (const auto& each : cases)
+    for (const auto& [text, line, column, hasResult, reason] : cases)
     {
         JSON::Failure failure;
-        EXPECT_EQ(JSON::parse(each.text, failure) != nullptr, each.hasResult) << each.text;
-        EXPECT_EQ(failure.line, each.line) << each.text;
-        EXPECT_EQ(failure.column, each.column) << each.text;
-        EXPECT_NE(std::string_view(failure.reason).find(each.reason), std::string_view::npos) << failure.reason;
-        EXPECT_EQ(failure.reason.empty(), *each.reason == 0) << each.text;
+        EXPECT_EQ(JSON::parse(text, failure) != nullptr, hasResult) << text;
+        EXPECT_TRUE(failure.line == line && failure.column == column) << text;
+        EXPECT_NE(std::string_view(failure.reason).find(reason), std::string_view::npos) << failure.reason;
+        EXPECT_EQ(failure.reason.empty(), *reason == 0) << text;
     }
 }
 
@@ -326,10 +291,10 @@ TEST(JsonBuilder, whatItWritesReadsBackTheSame)
     {
         JSON::Builder builder;
         builder.startChild(nullptr);
-        const std::shared_ptr<Model> model = RandomTree(seed).write(builder, 4);
+        const Model model = RandomTree(seed).write(builder, 4);
         builder.endChild();
         const std::string text = printed(builder, 3);
-        ASSERT_TRUE(sameTree(JSON::parse(std::string_view(text)), model.get())) << text;
+        ASSERT_TRUE(modelOf(JSON::parse(std::string_view(text))) == model) << text;
     }
 }
 
@@ -379,12 +344,7 @@ TEST(JsonBuilder, strayClosingIsReportedAndWritten)
     JSON::Builder builder;
     builder.endChild();
     builder.add(L"a", 1);
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> report(std::tmpfile(), std::fclose);
-    Mw::setDiagnosticStream(report.get());
+    AssertionLines lines;
     EXPECT_EQ(printed(builder, 4), "},\n\"a\" : 1\n");
-    Mw::setDiagnosticStream(nullptr);
-    std::rewind(report.get());
-    char line[128] = "";
-    ASSERT_TRUE(std::fgets(line, sizeof line, report.get()));
-    EXPECT_EQ(std::string_view(line).substr(0, 35), "assertion failed indentSize >= 0 at");
+    EXPECT_TRUE(lines.text().starts_with("assertion failed indentSize >= 0 at"));
 }

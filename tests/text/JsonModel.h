@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,8 +17,15 @@ struct Model
     std::vector<std::pair<std::wstring, std::wstring>> texts;
     std::vector<std::pair<std::wstring, double>> numbers;
     std::vector<std::pair<std::wstring, bool>> bools;
-    std::vector<std::pair<std::wstring, std::shared_ptr<Model>>> children;
+    std::vector<std::wstring> childNames;
+    std::vector<Model> children;
 };
+
+inline bool operator==(const Model& a, const Model& b)
+{
+    return a.texts == b.texts && a.numbers == b.numbers && a.bools == b.bools && a.childNames == b.childNames &&
+           a.children == b.children;
+}
 
 inline std::wstring wideOf(const std::string& bytes)
 {
@@ -28,8 +36,8 @@ struct ModelReader
 {
     explicit ModelReader(const std::string& text) : failed(text.empty())
     {
-        std::vector<std::shared_ptr<Model>> open{std::make_shared<Model>()};
-        const std::shared_ptr<Model> root = open[0];
+        Model root;
+        std::vector<Model*> open{&root};
         std::unique_ptr<std::string> key;
         const auto name = [&] { return key ? wideOf(*std::exchange(key, nullptr)) : L""; };
         const auto addMember = [&]
@@ -74,9 +82,8 @@ struct ModelReader
                 addMember();
             else if (c == '{' || c == '[')
             {
-                const auto child = std::make_shared<Model>();
-                open.back()->children.emplace_back(name(), child);
-                open.push_back(child);
+                open.back()->childNames.push_back(name());
+                open.push_back(&open.back()->children.emplace_back());
             }
             else if (c == '}' || c == ']')
             {
@@ -100,39 +107,31 @@ struct ModelReader
                 failed = true;
         }
         failed = failed || open.size() != 1;
-        if (open.size() == 1 && !root->children.empty())
-            result = root->children[0].second;
+        if (open.size() == 1 && !root.children.empty())
+            result = std::move(root.children[0]);
     }
 
     bool failed;
-    std::shared_ptr<Model> result;
+    std::optional<Model> result;
 };
 
-// Null is the same as null.
-inline bool sameTree(const Mw::Ptr<JSON::Element>& element, const Model* model)
+// The model of a tree; nothing of null.
+inline std::optional<Model> modelOf(const Mw::Ptr<JSON::Element>& element)
 {
-    if (!element || model == nullptr)
-        return !element && model == nullptr;
-    const auto same = [](const auto& list, unsigned size, auto equals)
+    if (!element)
+        return {};
+    const auto wide = [](std::wstring_view text) { return std::wstring(text); };
+    Model model;
+    for (unsigned i = 0; i < element->getNumStringAttribs(); ++i)
+        model.texts.emplace_back(wide(element->getStringAttribName(i)), wide(element->getString(i)));
+    for (unsigned i = 0; i < element->getNumNumericAttribs(); ++i)
+        model.numbers.emplace_back(wide(element->getNumericAttribName(i)), element->getNum(i));
+    for (unsigned i = 0; i < element->getNumBoolAttribs(); ++i)
+        model.bools.emplace_back(wide(element->getBoolAttribName(i)), element->getBool(i));
+    for (unsigned i = 0; i < element->getNumChildren(); ++i)
     {
-        for (unsigned i = 0; i < size && size == list.size(); ++i)
-            if (!equals(i, list[i]))
-                return false;
-        return size == list.size();
-    };
-    const JSON::Element& e = *element;
-    const auto is = [](const LightweightString<wchar_t>& text, const std::wstring& expected)
-    { return std::wstring_view(text) == expected; };
-    return same(model->texts, e.getNumStringAttribs(),
-                [&](unsigned i, const auto& pair)
-                { return is(e.getStringAttribName(i), pair.first) && is(e.getString(i), pair.second); }) &&
-           same(model->numbers, e.getNumNumericAttribs(),
-                [&](unsigned i, const auto& pair)
-                { return is(e.getNumericAttribName(i), pair.first) && e.getNum(i) == pair.second; }) &&
-           same(model->bools, e.getNumBoolAttribs(),
-                [&](unsigned i, const auto& pair)
-                { return is(e.getBoolAttribName(i), pair.first) && e.getBool(i) == pair.second; }) &&
-           same(model->children, e.getNumChildren(),
-                [&](unsigned i, const auto& pair)
-                { return is(e.getChildName(i), pair.first) && sameTree(e.getChild(i), pair.second.get()); });
+        model.childNames.push_back(wide(element->getChildName(i)));
+        model.children.push_back(*modelOf(element->getChild(i)));
+    }
+    return model;
 }
