@@ -141,18 +141,21 @@ std::uint32_t wordOf(std::uint64_t digits) noexcept
     return static_cast<std::uint32_t>(digits | digits >> 16);
 }
 
-// Such a number as text, and the text as such a number.
+// Such a number as text, and the text as such a number. g++ finds no swap of bytes in a loop.
+std::uint64_t bigEndian(std::uint64_t digits) noexcept
+{
+    return std::endian::native == std::endian::little ? __builtin_bswap64(digits) : digits;
+}
 void putDigits(char* to, std::uint64_t digits) noexcept
 {
-    for (std::size_t i = 0; i < wordDigits; ++i)
-        to[i] = static_cast<char>(digits >> 8 * (wordDigits - 1 - i));
+    digits = bigEndian(digits);
+    std::memcpy(to, &digits, sizeof digits);
 }
-std::uint64_t getDigits(const char* from, std::size_t count = wordDigits) noexcept
+std::uint64_t getDigits(const char* from) noexcept
 {
-    std::uint64_t digits = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        digits = digits << 8 | static_cast<unsigned char>(from[i]);
-    return digits;
+    std::uint64_t digits;
+    std::memcpy(&digits, from, sizeof digits);
+    return bigEndian(digits);
 }
 
 // How many digits a number has.
@@ -186,14 +189,16 @@ std::optional<IdStamp> IdStamp::ofText(std::string_view text) noexcept
         return IdStamp(0, 0, 0);
     if (text.size() <= 2 * wordDigits || text.size() > longestText)
         return std::nullopt;
-    const std::string_view tick = text.substr(2 * wordDigits);
-    const IdStamp stamp(wordOf(getDigits(text.data())), wordOf(getDigits(text.data() + wordDigits)),
-                        wordOf(getDigits(tick.data(), tick.size())));
-    char written[longestText];
-    const char* const end = stamp.writeText(written);
-    return Mw::CText::same(text, std::string_view(written, static_cast<std::size_t>(end - written)))
-               ? std::optional(stamp)
-               : std::nullopt;
+    const std::size_t count = text.size() - 2 * wordDigits;
+    const std::uint64_t machine = getDigits(text.data());
+    const std::uint64_t time = getDigits(text.data() + wordDigits);
+    // The last word may be shorter, with digits of the one before it in front.
+    const std::uint64_t tickMask = ~std::uint64_t{0} >> 8 * (wordDigits - count);
+    const std::uint64_t tick = getDigits(text.data() + count + wordDigits) & tickMask;
+    const IdStamp stamp(wordOf(machine), wordOf(time), wordOf(tick));
+    const bool isAsWritten = digitsOf(stamp.machineNum_) == machine && digitsOf(stamp.timeBits_) == time &&
+                             (digitsOf(stamp.tickWord_) & tickMask) == tick && digitCount(stamp.tickWord_) == count;
+    return isAsWritten && stamp.valid() ? std::optional(stamp) : std::nullopt;
 }
 
 char* IdStamp::writeText(char (&text)[longestText]) const noexcept
