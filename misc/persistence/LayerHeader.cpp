@@ -1,9 +1,11 @@
 #include "misc/persistence/LayerHeader.h"
 
+#include "Mw/CText.h"
+#include "Mw/WordHash.h"
 #include "misc/persistence/DynamicIntegralStorage.h"
 #include "misc/persistence/Streamable.h"
 
-#include <algorithm>
+#include <cstdint>
 
 namespace
 {
@@ -11,6 +13,13 @@ namespace
 bool isBase(std::string_view name) noexcept
 {
     return name == Streamable::shortLayerName() || name == Streamable::layerName();
+}
+
+// Names are mostly too short for a call.
+bool sameName(const char* a, const char* b, std::size_t count) noexcept
+{
+    return count < sizeof(std::uint64_t) ? Mw::words::shortWord(a, count) == Mw::words::shortWord(b, count)
+                                         : Mw::CText::same(a, b, count);
 }
 
 } // namespace
@@ -39,13 +48,13 @@ bool LayerHeader::read(PStream& stream)
 }
 
 // The usual case, a header of the current generation that is in the cache whole. The zero behind the literal
-// is compared as well; names are too short for a call.
+// is compared as well.
 bool LayerHeader::readCached(PStream& stream, std::string_view expectedName)
 {
     const std::string_view cached = stream.file()->cached();
     const std::size_t nameBytes = expectedName.size() + 1;
     if (stream.version() != 2 || cached.size() < nameBytes + tailBytes ||
-        !std::equal(cached.data(), cached.data() + nameBytes, expectedName.data()))
+        !sameName(cached.data(), expectedName.data(), nameBytes))
         return false;
     name = expectedName;
     const char* const tail = cached.data() + nameBytes;

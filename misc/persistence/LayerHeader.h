@@ -4,7 +4,9 @@
 #include "OS/Export.h"
 #include "misc/persistence/PStream.h"
 
+#include <bit>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 // What stands before a layer's body in a stored object, in either generation of the format
@@ -44,8 +46,11 @@ public:
 
     static void store(unsigned char* bytes, unsigned number) noexcept
     {
-        for (unsigned i = 0; i < 4; ++i)
-            bytes[i] = static_cast<unsigned char>(number >> 8 * i);
+        if constexpr (std::endian::native == std::endian::little)
+            std::memcpy(bytes, &number, sizeof number);
+        else
+            for (unsigned i = 0; i < 4; ++i)
+                bytes[i] = static_cast<unsigned char>(number >> 8 * i);
     }
 
     std::string_view name; // lives with the header
