@@ -1,5 +1,9 @@
 #pragma once
 
+#include "Mw/SixteenBytes.h"
+
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -30,34 +34,61 @@ inline int compare(const wchar_t* a, const wchar_t* b) noexcept
     return std::wcscmp(a, b);
 }
 
-// Whether `count` characters are the same, zeros included. Texts of 4 to 64 bytes, the most common, are
-// compared by words without a call; the last word may overlap the one before.
+// Whether `count` characters are the same, zeros included. Texts of 4 to 48 bytes, the most common, are
+// compared without a call or a loop: what is read from their ends and middle overlaps as far as need be.
 template <class C>
-inline bool same(const C* a, const C* b, std::size_t count) noexcept
+[[gnu::always_inline]] inline bool same(const C* a, const C* b, std::size_t count) noexcept
 {
+    using Sixteen = sixteen::Bytes;
     const std::size_t sizeBytes = count * sizeof(C);
-    const auto sameByWords = [&](auto word)
+    const auto differenceAt = [=]<class Word>(std::size_t offsetBytes, Word first) -> Word
     {
-        const auto sameAt = [&](std::size_t offsetBytes)
-        {
-            auto first = word, second = word;
-            std::memcpy(&first, reinterpret_cast<const char*>(a) + offsetBytes, sizeof word);
-            std::memcpy(&second, reinterpret_cast<const char*>(b) + offsetBytes, sizeof word);
-            return first == second;
-        };
-        const std::size_t last = sizeBytes - sizeof word;
-        for (std::size_t at = 0; at < last; at += sizeof word)
-            if (!sameAt(at))
-                return false;
-        return sameAt(last);
+        Word second;
+        std::memcpy(&first, reinterpret_cast<const char*>(a) + offsetBytes, sizeof first);
+        std::memcpy(&second, reinterpret_cast<const char*>(b) + offsetBytes, sizeof second);
+        return first ^ second;
     };
-    if (sizeBytes > 64 || sizeBytes < sizeof(std::uint32_t))
+    const auto sameEnds = [=](auto word)
+    { return (differenceAt(0, word) | differenceAt(sizeBytes - sizeof word, word)) == 0; };
+    const std::size_t last = sizeBytes - sizeof(Sixteen);
+    if (last <= 2 * sizeof(Sixteen)) [[likely]]
+        return sixteen::isZero(differenceAt(0, Sixteen()) | differenceAt(last / 2, Sixteen()) |
+                               differenceAt(last, Sixteen()));
+    if (sizeBytes > 48 || sizeBytes < sizeof(std::uint32_t))
         return std::memcmp(a, b, sizeBytes) == 0;
-    return sizeBytes >= sizeof(std::uint64_t) ? sameByWords(std::uint64_t()) : sameByWords(std::uint32_t());
+    return sizeBytes >= sizeof(std::uint64_t) ? sameEnds(std::uint64_t()) : sameEnds(std::uint32_t());
 }
 inline bool same(std::string_view a, std::string_view b) noexcept
 {
     return a.size() == b.size() && same(a.data(), b.data(), a.size());
+}
+
+// As compare(a, b), of texts that lie in room for whole sixteens of bytes, which are read to their end: what stands
+// behind the end of a text counts for nothing. The first three sixteens are compared without a call.
+template <class C>
+[[gnu::always_inline]] inline int compareBySixteens(const C* a, const C* b) noexcept
+{
+    using Number = std::conditional_t<sizeof(C) == 1, unsigned char, C>;
+    constexpr std::size_t step = sixteen::charactersOf<C>;
+    std::size_t at = 0;
+    std::uint64_t stops = 0; // where the texts differ or end
+    const auto stopsFrom = [&](std::size_t start)
+    {
+        const auto first = sixteen::load(a + start);
+        const auto second = sixteen::load(b + start);
+        at = start;
+        stops = sixteen::highBits(((first == second) & second) == 0);
+        return stops != 0;
+    };
+    if (!stopsFrom(0) && !stopsFrom(step) && !stopsFrom(2 * step))
+        return compare(a + 3 * step, b + 3 * step);
+    at += static_cast<std::size_t>(std::countr_zero(stops)) / sizeof(C);
+    const Number first = static_cast<Number>(a[at]);
+    const Number second = static_cast<Number>(b[at]);
+    if constexpr (sizeof(Number) < sizeof(int))
+        return first - second;
+    else
+        return (first > second) - (first < second);
 }
 
 // Of the first `count` characters.

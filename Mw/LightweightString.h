@@ -64,6 +64,7 @@ public:
 
         // Where data_ points, without a load.
         C* characters() noexcept { return reinterpret_cast<C*>(this + 1); }
+        const C* characters() const noexcept { return reinterpret_cast<const C*>(this + 1); }
 
         C* data_;
         unsigned length_;
@@ -195,24 +196,35 @@ public:
     // Three-way; null and empty are the same value.
     static inline int compare(const C* a, const C* b) noexcept;
 
-    friend bool operator==(const LightweightString& a, const LightweightString& b) noexcept
+    [[gnu::always_inline]] friend bool operator==(const LightweightString& a, const LightweightString& b) noexcept
     {
+        const Impl* const first = a.impl_.get();
+        const Impl* const second = b.impl_.get();
+        if (first == second)
+            return true;
+        if (first == nullptr || second == nullptr) [[unlikely]]
+            return a.c_str()[0] == b.c_str()[0];
         // Texts of one length that agree in whole need no search for their first zeros.
-        Impl* const first = a.impl_.get();
-        Impl* const second = b.impl_.get();
-        if (first != nullptr && second != nullptr && first->length_ == second->length_ &&
+        if (first->length_ == second->length_ &&
             Mw::CText::same(first->characters(), second->characters(), first->length_)) [[likely]]
             return true;
-        return sameText(a.c_str(), b.c_str());
+        return sameText(*first, *second);
     }
     friend bool operator==(const LightweightString& a, const C* b) noexcept
     {
         return order(a.c_str(), b != nullptr ? b : terminator) == 0;
     }
     friend bool operator==(const LightweightString& a, View b) noexcept { return a.text() == textOf(b); }
-    friend std::strong_ordering operator<=>(const LightweightString& a, const LightweightString& b) noexcept
+    [[gnu::always_inline]] friend std::strong_ordering operator<=>(const LightweightString& a,
+                                                                   const LightweightString& b) noexcept
     {
-        return order(a.c_str(), b.c_str());
+        const Impl* const first = a.impl_.get();
+        const Impl* const second = b.impl_.get();
+        if (first == second)
+            return std::strong_ordering::equal;
+        if (first == nullptr || second == nullptr) [[unlikely]]
+            return (a.c_str()[0] != C()) <=> (b.c_str()[0] != C());
+        return order(*first, *second);
     }
     friend std::strong_ordering operator<=>(const LightweightString& a, const C* b) noexcept
     {
@@ -235,11 +247,18 @@ private:
     static constexpr unsigned maxLength = 0xFFFFFFFEu;
 
     static View textOf(View text) noexcept { return text.substr(0, Mw::CText::lengthWithin(text.data(), text.size())); }
-    static bool sameText(const C* a, const C* b) noexcept;
     static std::strong_ordering order(const C* a, const C* b) noexcept
     {
         return a == b ? std::strong_ordering::equal : Mw::CText::compare(a, b) <=> 0;
     }
+    [[gnu::always_inline]] static std::strong_ordering order(const Impl& a, const Impl& b) noexcept
+    {
+        // All blocks but the shortest and those of an exact length have room for whole sixteens of bytes.
+        if ((a.capacity_ | b.capacity_) % Mw::sixteen::charactersOf<C> == 0) [[likely]]
+            return Mw::CText::compareBySixteens(a.characters(), b.characters()) <=> 0;
+        return Mw::CText::compare(a.characters(), b.characters()) <=> 0;
+    }
+    [[gnu::pure]] static bool sameText(const Impl& a, const Impl& b) noexcept;
 
     static inline unsigned checkedLength(std::size_t length);
     static inline ImplPtr newImpl(unsigned length, unsigned capacity);
@@ -686,7 +705,7 @@ LightweightString<C> LightweightString<C>::substituteIn(const C* from, std::size
 }
 
 template <class C>
-bool LightweightString<C>::sameText(const C* a, const C* b) noexcept
+bool LightweightString<C>::sameText(const Impl& a, const Impl& b) noexcept
 {
     return order(a, b) == 0;
 }
