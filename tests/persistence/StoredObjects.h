@@ -61,6 +61,9 @@ public:
     static inline std::function<void(const Bin&, PStream&)> onPack;
 };
 
+inline const StreamClassRegistrar registrars[] = {StreamClassRegistrar::of<Clip>(), StreamClassRegistrar::of<Title>(),
+                                                  StreamClassRegistrar::of<Bin>()};
+
 struct Layer
 {
     std::string name;

@@ -9,6 +9,8 @@ namespace
 {
 
 const std::string allOnes(8, '\xFF');
+const std::string endOfFile = "Unexpected end-of-file while unpacking Clip, layer Clip.";
+const std::string noVersion = "Unrecognized version for Streamable base";
 
 } // namespace
 
@@ -28,11 +30,10 @@ TEST_F(StoredObjects, recordsAreThoseOfTheFormatInBothGenerations)
                              "T\0\x01\0\x04\0\x04\0End\0",
                              41);
     EXPECT_EQ(packed(title), current);
-    EXPECT_EQ(packed(Streamable()), std::string("$\0\x02\0\x01\0\0\0\x01\0\0\0\0", 13));
     EXPECT_EQ(titleObject(1), former);
     std::string fullNames = object(2, "Clip.Title", {clipLayer(25, "reel"), {"Title", std::string("End\0", 4)}});
     fullNames.replace(0, 1, "Streamable");
-    for (const std::string& bytes : {current, former, former + current, current + former, fullNames})
+    for (const std::string& bytes : {former + current, current + former, fullNames})
     {
         put(bytes);
         while (!file_.eof())
@@ -40,19 +41,15 @@ TEST_F(StoredObjects, recordsAreThoseOfTheFormatInBothGenerations)
             Title read;
             stream_ >> read;
             ASSERT_EQ(stream_.c_str(), std::string());
-            EXPECT_EQ(read.start, 25);
-            EXPECT_EQ(read.name, "reel");
-            EXPECT_EQ(read.text, "End");
+            EXPECT_TRUE(read.start == 25 && read.name == "reel" && read.text == "End");
             EXPECT_EQ(read.STRM_unpackedHierarchyName(), bytes == fullNames ? "Clip.Title" : "C.T");
-            EXPECT_EQ(Streamable::compareTypes(&read, &title) + Streamable::compareTypes(&read, &read), 0);
         }
     }
     EXPECT_EQ(said(), "");
-    EXPECT_EQ(title.hierarchyName(true, true), "$.C.T");
-    EXPECT_EQ(title.className(), "Clip.Title");
+    EXPECT_EQ(title.hierarchyName(true, true) + title.className(), "$.C.TClip.Title");
     const Mw::Ptr<Streamable> copy = title.clone(Streamable::eClone);
-    EXPECT_EQ(packed(*copy), current);
-    EXPECT_EQ(copy->STRM_ctorBuilderType(), Streamable::eClone);
+    EXPECT_TRUE(packed(*copy) == current && copy->STRM_ctorBuilderType() == Streamable::eClone);
+    EXPECT_EQ(Streamable::compareTypes(copy.get(), &title), 0);
 }
 
 // Each record as the layer of a clip that goes before it was read: what comes of it, and where it leaves the
@@ -70,19 +67,17 @@ TEST_F(StoredObjects, everyRecordHasItsStatusAndText)
         std::string text;
         std::size_t position;
     } cases[] = {
-        {"end of file", 2, "", eStreamUnexpectedEOF, "Unexpected end-of-file while unpacking Clip, layer Clip.", 0},
+        {"end of file", 2, "", eStreamUnexpectedEOF, endOfFile, 0},
         {"no body", 2, std::string("C\0\1\0\0\0\0\0\0\0\0\0", 12), eStreamUnpacked, "", 12},
-        {"cut name", 1, "C", eStreamUnexpectedEOF, "Unexpected end-of-file while unpacking Clip, layer Clip.", 1},
-        {"sizes of ones", 2, std::string("C\0\1\0", 4) + allOnes + clip, eStreamUnexpectedEOF,
-         "Unexpected end-of-file while unpacking Clip, layer Clip.", 12},
+        {"cut name", 1, "C", eStreamUnexpectedEOF, endOfFile, 1},
+        {"sizes of ones", 2, std::string("C\0\1\0", 4) + allOnes + clip, eStreamUnexpectedEOF, endOfFile, 12},
         {"large major", 1, std::string("C\0\xFF\0\1\0", 6), eStreamFailed,
          " Strm1.0 Object has oversized major rev (C). ", 5},
         {"large minor", 1, std::string("C\0\1\xFF\0\1\0", 7), eStreamFailed,
          " Strm1.0 Object has oversized minor rev (C). ", 6},
         {"rev with escape", 1, std::string("C\0\xFF\xFF\0\0\0\0\0\0", 10), eStreamUnpacked, "", 10},
-        {"no version", 3, clip, eStreamFailed, "Unrecognized version for Streamable base", 2},
-        {"base of version 3", 1, records(2, {{"$", "", 3, 0}}), eStreamFailed,
-         "Unrecognized version for Streamable base", 4},
+        {"no version", 3, clip, eStreamFailed, noVersion, 2},
+        {"base of version 3", 1, records(2, {{"$", "", 3, 0}}), eStreamFailed, noVersion, 4},
         {"base in its place", 1, records(2, {{"$", "abc", 2, 0}, {"Y", "de"}}), eStreamWrongLayer,
          "Expected short name 'C' for layer Clip, got $.", 29},
         {"another layer", 2, wrong, eStreamWrongLayer, "Expected short name 'C' for layer Clip, got X.", wrong.size()},
@@ -105,11 +100,10 @@ TEST_F(StoredObjects, everyRecordHasItsStatusAndText)
         EXPECT_EQ(file_.position(), c.position) << c.what;
     }
     const std::string log = said();
-    for (const char* unread : {"3/3", "5/11"})
-        EXPECT_NE(log.find(": Warning: Not all object data was read while unpacking object Clip, layer Clip v1.0, " +
-                           std::string(unread) + " bytes unread.\n"),
-                  log.npos)
-            << log;
+    const std::string warning =
+        ": Warning: Not all object data was read while unpacking object Clip, layer Clip v1.0, ";
+    for (const char* unread : {"3/3 bytes unread.\n", "5/11 bytes unread.\n"})
+        EXPECT_NE(log.find(warning + unread), log.npos) << log;
 }
 
 TEST_F(StoredObjects, sizesOfTheFormerGenerationHaveAnEscape)
@@ -120,8 +114,7 @@ TEST_F(StoredObjects, sizesOfTheFormerGenerationHaveAnEscape)
         put(object(1, "C", {clipLayer(1, name)}));
         Clip read;
         stream_ >> read;
-        EXPECT_FALSE(stream_.failed()) << length;
-        EXPECT_TRUE(file_.eof() && read.name == name.c_str()) << length;
+        EXPECT_TRUE(!stream_.failed() && file_.eof() && read.name == name.c_str()) << length;
     }
 }
 
@@ -129,18 +122,18 @@ TEST_F(StoredObjects, writerThatFailsLeavesSizesOfOnesAndRevsAreThoseThatPackSet
 {
     Bin bin;
     bin.objects.push_back(Mw::makePtr<Bin>());
-    bin.onPack = [](const Bin& packing, PStream& stream)
+    bool isFull = true;
+    bin.onPack = [&](const Bin& packing, PStream& stream)
     {
         packing.setRevs(7, 9);
-        if (packing.objects.empty())
+        if (isFull && packing.objects.empty())
             stream.append("no more");
     };
-    const std::string failed = packed(bin);
+    EXPECT_EQ(packed(bin).substr(4, 8), allOnes);
     EXPECT_EQ(bin.STRM_hierarchyPack(stream_), eStreamFailed);
     EXPECT_EQ(stream_.c_str(), std::string("no moreno more"));
-    EXPECT_EQ(failed.substr(4, 8), allOnes);
+    isFull = false;
     bin.objects.clear();
-    bin.onPack = [](const Bin& packing, PStream&) { packing.setRevs(7, 9); };
     EXPECT_EQ(packed(bin), object(2, "B", {{"B", std::string(4, '\0'), 7, 9}}));
 }
 
@@ -155,13 +148,11 @@ TEST_F(StoredObjects, objectsLargerThanTheCacheComeBackFromAFile)
     title.text = title.name = text;
     stream_ << title << title;
     ASSERT_TRUE(!stream_.failed() && file_.flush() && file_.open(path, iFile::eOpenExisting));
-    for (int i = 0; i < 2; ++i)
+    while (!file_.eof())
     {
         const auto read = Mw::dynamicCast<Title>(theSOManager().readObject(stream_));
-        ASSERT_TRUE(read) << stream_.c_str();
-        EXPECT_TRUE(read->name == text && read->text == text);
+        ASSERT_TRUE(read && read->name == text && read->text == text) << stream_.c_str();
     }
-    EXPECT_TRUE(file_.eof());
 }
 
 TEST_F(StoredObjects, errorOnTheStreamIsForgottenByUnpacking)
@@ -193,29 +184,26 @@ TEST_F(StoredObjects, errorOnTheStreamIsForgottenByUnpacking)
 
 TEST_F(StoredObjects, chunkIsReadAsBinaryWithinTheFile)
 {
+    const std::string following = records(2, {{"T", "d"}});
     const struct
     {
         std::string bytes;
-        std::size_t body;
         std::string expected;
-        std::string text;
-        std::string said;
-    } cases[] = {
-        {records(2, {{"C", "abc"}}) + "more", 12, "abc", "", ""},
-        {records(2, {{"C", "abc"}, {"T", "d"}}), 12, "abc" + records(2, {{"T", "d"}}), "",
-         "assertion failed layerChunkSize == hierarchyChunkSize at misc/Streamable line "},
-        {records(2, {{"C", ""}}), 12, "(none)", "", ""},
-        {std::string("C\0\1\0\4\0\0\0\4\0\0\0abc", 15), 12, "(none)", "Unexpected EOF.", ""},
-        {"abcdefg", 7, "(none)", "Unexpected EOF.", ""},
-    };
+        bool isWhole = true;
+    } cases[] = {{records(2, {{"C", "abc"}}) + "more", "abc"},
+                 {records(2, {{"C", "abc"}, {"T", "d"}}), "abc" + following},
+                 {records(2, {{"C", ""}}), "(none)"},
+                 {std::string("C\0\1\0\4\0\0\0\4\0\0\0abc", 15), "(none)", false},
+                 {"abcdefg", "(none)", false}};
     for (const auto& c : cases)
     {
         put(c.bytes);
-        file_.setPosition(c.body);
+        file_.setPosition(std::min<std::size_t>(12, c.bytes.size()));
         ByteBuffer read;
         Streamable::readChunkAsBinary(stream_, read);
         EXPECT_EQ(read ? std::string(reinterpret_cast<char*>(read->data()), read->length()) : "(none)", c.expected);
-        EXPECT_EQ(stream_.c_str(), c.text);
-        EXPECT_EQ(said().substr(0, c.said.size()), c.said);
+        EXPECT_EQ(stream_.c_str(), std::string(c.isWhole ? "" : "Unexpected EOF."));
     }
+    EXPECT_NE(said().find("assertion failed layerChunkSize == hierarchyChunkSize at misc/Streamable line "),
+              std::string::npos);
 }

@@ -25,14 +25,12 @@ public:
     void unpack(PStream& stream) { stream >> number >> name; }
     void displaceNotify() override
     {
-        ++displaced;
         if (onDisplace)
             onDisplace(*this);
     }
 
     int number = 0;
     Text name;
-    int displaced = 0;
     static inline std::function<void(Shot&)> onDisplace;
 };
 
@@ -55,10 +53,12 @@ public:
 
     double gain = 0;
     TagBase next; // another object of the table
-    Mw::Ptr<Cut> asked;
     static inline std::function<void(const Cut&, PStream&)> onPack;
-    static inline std::function<void(Cut&)> onUnpack;
+    static inline std::function<void(const Cut&)> onUnpack;
 };
+
+inline const StreamClassRegistrar shots = StreamClassRegistrar::of<Shot>();
+inline const StreamClassRegistrar cuts = StreamClassRegistrar::of<Cut>();
 
 inline bool isId(const std::string& text)
 {
@@ -69,8 +69,7 @@ inline bool isId(const std::string& text)
 struct Object
 {
     std::string hierarchy, id, kind;
-    std::vector<std::pair<std::string, std::string>> layers; // name and body, from the first behind "$"
-    std::size_t position = 0, length = 0;
+    std::vector<std::string> bodies; // of its layers
 };
 
 // Reads values from the front of a text; what is not there fails.
@@ -85,70 +84,60 @@ struct Cursor
         good = good && count <= bytes.size() - at;
         return good ? bytes.substr(std::exchange(at, at + count), count) : "";
     }
-    unsigned number(std::size_t width)
-    {
-        unsigned value = 0;
-        const std::string read = take(width);
-        for (std::size_t i = 0; i < read.size(); ++i)
-            value |= unsigned(static_cast<unsigned char>(read[i])) << 8 * i;
-        return value;
-    }
-    // In the older generation a number of all ones stands before one of twice the width.
-    unsigned number(std::size_t width, bool older)
-    {
-        const unsigned value = number(width);
-        return older && value == (1u << 8 * width) - 1 ? number(2 * width) : value;
-    }
     std::string text()
     {
         const std::string read = take(bytes.find('\0', at) - at);
         take(1);
         return read;
     }
+    // In the older generation a number of all ones stands before one of twice the width.
+    unsigned number(std::size_t width, bool older)
+    {
+        unsigned value = 0, shift = 0;
+        for (const char c : take(width))
+            value |= unsigned(static_cast<unsigned char>(c)) << std::exchange(shift, shift + 8);
+        return older && value == (1u << 8 * width) - 1 ? number(2 * width, false) : value;
+    }
 };
 
 // The objects of a file; `whole` tells whether it is one to its last byte.
-inline std::vector<Object> decode(const std::string& bytes, bool& whole)
+inline std::vector<Object> decode(const std::string& file, bool& whole)
 {
     std::vector<Object> objects;
-    Cursor in{bytes};
-    while (in.good && in.at != bytes.size())
+    Cursor in{file};
+    while (in.good && in.at != file.size())
     {
         Object object;
-        object.position = in.at;
-        std::size_t end = bytes.size();
+        std::size_t end = file.size();
         bool older = false;
         do
         {
             const std::string name = in.text();
-            const bool isBase = name == "$" || name == "Streamable";
-            const unsigned major = in.number(1);
-            in.good = in.good && isBase == object.layers.empty() && (!isBase || major == 1 || major == 2);
+            const bool isBase = name == "$" || name == "Streamable", isFirst = object.bodies.empty();
+            const unsigned major = in.number(1, false);
+            in.good = in.good && isBase == isFirst && (!isBase || major == 1 || major == 2);
             older = isBase ? major == 1 : older;
             in.number(1, older);
             const unsigned layerSize = in.number(older ? 2 : 4, older);
             const unsigned hierarchySize = in.number(older ? 2 : 4, older);
             in.good = in.good && layerSize <= hierarchySize && hierarchySize <= end - in.at &&
-                      (object.layers.empty() || hierarchySize == end - in.at);
+                      (isFirst || hierarchySize == end - in.at);
             end = in.good ? in.at + hierarchySize : 0;
-            object.layers.emplace_back(name, in.take(layerSize));
-        } while (in.good && in.at != end);
-        for (const auto& [name, body] : object.layers)
-        {
-            Cursor layer{body};
-            if (body.empty()) // of a class that adds nothing
+            Cursor body{in.take(layerSize)};
+            object.bodies.push_back(body.bytes);
+            if (body.bytes.empty()) // of a class that adds nothing
                 continue;
-            if (name == "$" || name == "Streamable")
-                object.hierarchy = layer.text();
-            if (name == "T" || name == "Taggable")
+            if (isBase)
+                object.hierarchy = body.text();
+            else if (name == "T" || name == "Taggable")
             {
-                object.id = layer.text();
-                object.kind = layer.text();
+                object.id = body.text();
+                object.kind = body.text();
             }
-            in.good = in.good && layer.good && (object.id.empty() || isId(object.id)) &&
-                      (object.kind.empty() || object.kind.starts_with("Taggable."));
-        }
-        object.length = in.at - object.position;
+            in.good = in.good && body.good;
+        } while (in.good && in.at != end);
+        in.good = in.good && (object.id.empty() || isId(object.id)) &&
+                  (object.kind.empty() || object.kind.starts_with("Taggable."));
         if (in.good)
             objects.push_back(object);
     }
@@ -169,13 +158,17 @@ inline bool putFile(const Path& path, const std::string& bytes)
     return Mw::replaceFile(path, bytes.data(), bytes.size());
 }
 
-inline Mw::Ptr<Cut> makeCut(int number, const Text& name, double gain = 0)
+inline Mw::Ptr<Cut> makeCut(int number, const Text& name)
 {
     const Mw::Ptr<Cut> cut(new Cut);
     cut->number = number;
     cut->name = name;
-    cut->gain = gain;
     return cut;
+}
+
+inline Mw::Ptr<Cut> cutOf(const Mw::Ptr<TagMarker>& marker)
+{
+    return Mw::dynamicCast<Cut>(marker->demand());
 }
 
 class SwapTableTest : public QuietTest
@@ -194,11 +187,14 @@ protected:
         TagMarkerTable::openSwap(table, folder_, cookie_, failed, behaviour, L"odb");
         return table;
     }
-    Mw::Ptr<TagMarkerTable> open() const
+    // One that opens, with so many objects more.
+    Mw::Ptr<TagMarkerTable> open(int cuts = 0, const Text& name = "cut") const
     {
         bool failed = true;
-        Mw::Ptr<TagMarkerTable> table = open(failed);
+        const Mw::Ptr<TagMarkerTable> table = open(failed);
         EXPECT_FALSE(failed);
+        for (int i = 0; i < cuts; ++i)
+            table->intern(makeCut(i, name));
         return table;
     }
 
