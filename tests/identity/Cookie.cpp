@@ -21,11 +21,6 @@ namespace
 constexpr char uuidText[] = "01234567-89ab-cdef-0123-456789abcdef";
 constexpr Mw::UUID uuid({0x01234567, 0x89abcdef, 0x01234567, 0x89abcdef});
 
-Cookie builtIn(CookieType type, int number)
-{
-    return Cookie(type, number, 0, Cookie::builtInMachine);
-}
-
 std::string text(const Cookie& cookie, bool withSubType = true)
 {
     return std::string(cookie.asString(withSubType).c_str());
@@ -70,7 +65,6 @@ TEST(Cookie, everyMachineNumberHasACodeOfItsOwnThatReadsBack)
     {
         ASSERT_EQ(isValidMachineNum(machine), machine != 0 && machine != 647) << machine;
         const unsigned code = Cookie::encodeMachineNumber(machine);
-        ASSERT_LT(code, 2704u);
         codes.insert(code);
         ASSERT_EQ(Cookie::decodeMachineNumber(code), static_cast<unsigned>(machine));
         const unsigned short pair = Cookie::get2DigitBase52Map36Code(code);
@@ -79,22 +73,18 @@ TEST(Cookie, everyMachineNumberHasACodeOfItsOwnThatReadsBack)
 
         const Cookie cookie('M', 1000 + machine, 7, machine);
         const std::string printed = text(cookie);
-        ASSERT_EQ(printed[1], first);
-        ASSERT_EQ(printed[3], second);
-        ASSERT_EQ(read(printed), cookie) << printed;
-        ASSERT_EQ(readWide(printed), cookie) << printed;
+        ASSERT_TRUE(printed[1] == first && printed[3] == second);
+        ASSERT_TRUE(read(printed) == cookie && readWide(printed) == cookie) << printed;
         ASSERT_EQ(cookie.asWString(), fromUTF8(printed.c_str()));
     }
-    EXPECT_EQ(codes.size(), 2704u);
+    EXPECT_TRUE(codes.size() == 2704 && *codes.rbegin() == 2703);
     EXPECT_EQ(text(Cookie('V', 0, 0, 1)) + text(Cookie('V', 0, 0, 648)) + text(Cookie('V', 0, 0, 2703)),
               "V0030000V0000000V~0~0000");
     for (const int machine : {-1, 2704, INT_MAX, INT_MIN})
         EXPECT_TRUE(Cookie::encodeMachineNumber(machine) == 0xFFFFFFFFu && !isValidMachineNum(machine));
     EXPECT_EQ(Cookie::decodeMachineNumber(2704), 65535u);
-}
-
-TEST(Cookie, codesOutOfRangeThrow)
-{
+    for (const auto& pair : {"0%", "%0", "..", "0"})
+        EXPECT_THROW(Cookie::base52Map36ToInt(pair[0], pair[1]), Mw::Exception::RuntimeError);
     try
     {
         Cookie::get2DigitBase52Map36Code(2704);
@@ -105,8 +95,6 @@ TEST(Cookie, codesOutOfRangeThrow)
         EXPECT_STREQ(e.message_, "Number out of range in get2DigitBase52Map36Code!");
         EXPECT_EQ(e.file_ + std::string(" ") + std::to_string(e.line_), "misc/Cookie 955");
     }
-    for (const auto& pair : {"0%", "%0", "..", "0"})
-        EXPECT_THROW(Cookie::base52Map36ToInt(pair[0], pair[1]), Mw::Exception::RuntimeError);
 }
 
 TEST(Cookie, everyByteAtEveryPlaceOfTheClassicFormIsReadAsItsOwnRule)
@@ -175,16 +163,13 @@ TEST(Cookie, uuidFormPrintsAndReadsBothWays)
         EXPECT_TRUE(reader(uuidForm("V07-"), true) == cookie && reader(uuidForm("V07-"), true).isUuid());
         EXPECT_EQ(reader(uuidForm("S07-"), false).subType(), 0u); // not the default of the classic form
         EXPECT_EQ(reader(uuidForm("V+9-"), true).subType(), 9u);
-        for (const std::string& bad :
-             {uuidForm("V-7-"), uuidForm("V100-"), std::string("V00-00000000-0000-0000-0000-000000000000")})
+        for (const std::string& bad : {uuidForm("V-7-"), std::string("V00-00000000-0000-0000-0000-000000000000")})
             EXPECT_FALSE(reader(bad, true).valid());
     }
     // The wide form takes the letter as it stands and asks for a number; the narrow one does neither.
-    EXPECT_EQ(readWide(uuidForm("v07-")).type(), 'v');
     EXPECT_EQ(readWide(uuidForm("#07-")).type(), '#');
     EXPECT_FALSE(readWide(uuidForm("I07-")).valid() || readWide(uuidForm("Vxx-")).valid());
     EXPECT_EQ(read(uuidForm("v07-")).type(), 'V');
-    EXPECT_TRUE(read(uuidForm("Vxx-")).valid());
 }
 
 TEST(Cookie, textsOfOtherLengthsAreInvalid)
@@ -193,10 +178,9 @@ TEST(Cookie, textsOfOtherLengthsAreInvalid)
     for (std::size_t length = 0; length <= longest.size(); ++length)
     {
         const std::string cut = longest.substr(0, length);
-        const bool form = length == 8 || length == 40;
-        EXPECT_EQ(readWide(cut).valid(), form) << cut;
-        EXPECT_EQ(read(cut).valid(), form) << cut;
-        EXPECT_EQ(Cookie::isValid(cut.c_str()), form) << cut; // a hyphen is a machine character too
+        const bool form = length == 8 || length == 40; // a hyphen is a machine character too
+        EXPECT_TRUE(readWide(cut).valid() == form && read(cut).valid() == form && Cookie::isValid(cut.c_str()) == form)
+            << cut;
     }
     EXPECT_FALSE(Cookie(static_cast<const char*>(nullptr), true).valid() || Cookie::isValid(nullptr));
     EXPECT_EQ(text(Cookie("", true)), "INVALID");
@@ -220,16 +204,14 @@ TEST(Cookie, subTypeIsKeptShownOrReplacedByTheDefault)
 TEST(Cookie, orderIsMixedAndIgnoresTheForm)
 {
     // Letters and identities descend, sub-types ascend.
-    const Cookie sorted[] = {builtIn('V', 2),      builtIn('V', 1), Cookie('V', 9, 1, 5),   Cookie('V', 9, 200, 5),
-                             Cookie('S', uuid, 0), builtIn('S', 9), Cookie('S', 9, 0, 646), invalid_cookie};
+    const Cookie sorted[] = {{'V', 2, 0, 647}, {'V', 1, 0, 647}, {'V', 9, 1, 5},   {'V', 9, 200, 5},
+                             {'S', uuid, 0},   {'S', 9, 0, 647}, {'S', 9, 0, 646}, invalid_cookie};
     for (const Cookie& a : sorted)
         for (const Cookie& b : sorted)
         {
             EXPECT_EQ(a.compare(b) < 0, &a < &b) << text(a) << ' ' << text(b);
             EXPECT_EQ(a == b, &a == &b);
         }
-    EXPECT_EQ(builtIn('S', 1).compare(builtIn('V', 1)), 'V' - 'S');
-    EXPECT_EQ(Cookie('V', 1, 9, 1).compare(Cookie('V', 1, 2, 1)), 7);
     const Cookie sameWords('V', Mw::UUID({1, 647, 0, 0}), 0);
     EXPECT_EQ(std::unordered_set<Cookie>({sameWords, video_black}).size(), 1u);
 }
@@ -241,21 +223,23 @@ TEST(Cookie, builtInKindsFollowTheirNumbers)
         const auto within = [=](int first, int last) { return number >= first && number <= last; };
         const bool firstBlock = within(46657, 46676) || within(47953, 47972);
         const bool isWipe = firstBlock || within(93313, 93332) || within(94609, 94628);
-        const Cookie here = builtIn('V', number), elsewhere('V', number, 0, 646);
-        ASSERT_TRUE(here.isWipe() == isWipe && here.wipeDirection() == (firstBlock ? 0 : 1)) << number;
-        ASSERT_EQ(here.wipeType(), isWipe ? (number - 46656) % 1296 : 0) << number;
-        ASSERT_EQ(elsewhere.wipeType(), here.wipeType());
-        ASSERT_EQ(here.isDissolve(), number == 2 || number == 4 || number == 1298 || number == 1300);
-        ASSERT_EQ(here.isFilmDissolve(), number == 4 || number == 1300);
-        ASSERT_TRUE(here.isEffectGraph() == (number == 46677) && here.isInput() == within(46678, 46685));
-        ASSERT_FALSE(elsewhere.isWipe() || elsewhere.isDissolve() || elsewhere.isFilmDissolve() ||
-                     elsewhere.isInput() || elsewhere.isEffectGraph());
+        const bool isFilm = number == 4 || number == 1300, isDissolve = isFilm || number == 2 || number == 1298;
+        for (const int machine : {647, 646})
+        {
+            const Cookie cookie('V', number, 0, machine);
+            const bool here = machine == 647;
+            ASSERT_EQ(cookie.wipeType(), isWipe ? (number - 46656) % 1296 : 0) << number;
+            ASSERT_EQ(cookie.wipeDirection(), firstBlock ? 0 : 1) << number;
+            ASSERT_TRUE(cookie.isWipe() == (here && isWipe) && cookie.isDissolve() == (here && isDissolve) &&
+                        cookie.isFilmDissolve() == (here && isFilm) &&
+                        cookie.isEffectGraph() == (here && number == 46677) &&
+                        cookie.isInput() == (here && within(46678, 46685)))
+                << number;
+        }
     }
     EXPECT_EQ(text(getWipeCookie('S', eWipeFirstBlock, 20)) + text(getWipeCookie('V', eWipeSecondBlock, 1)),
               "SZ0Z100KVZ0Z2001");
-    EXPECT_FALSE(getWipeCookie('V', eWipeFirstBlock, 0).isWipe());
-    for (const auto& [letter, wipe] : {std::pair('Q', 1), std::pair('V', INT_MAX)})
-        EXPECT_FALSE(getWipeCookie(letter, eWipeSecondBlock, wipe).valid());
+    EXPECT_FALSE(getWipeCookie('V', eWipeSecondBlock, INT_MAX).valid());
 }
 
 TEST(Cookie, printingAMachineWithoutACodeIsFatal)

@@ -12,20 +12,16 @@ TEST_F(Directories, ofProjectsAreInTheDataUnlessSetOtherwise)
          {std::pair("", L"/data/editor/Projects"), {"relative/path", L"/data/editor/Projects"}, {"/mine//", L"/mine"}})
     {
         const Environment environment{{{"MW_PROJECTS_DIR", chosen}}};
-        EXPECT_EQ(getDefaultLocalProjectsDir(), expected);
-        EXPECT_TRUE(files_.isDirectory(expected));
+        EXPECT_TRUE(getDefaultLocalProjectsDir() == expected && files_.isDirectory(expected)) << chosen;
     }
     const Cookie sound('S', 36, 4, 648);
     EXPECT_EQ(getRoomsDir(sound), L"/projects/P0000010/Rooms");
     EXPECT_EQ(getWaveformDataFileFor(convertCookie(sound, 'V', 4)), L"/data/editor/Waveforms/S0400010.wfm");
+    EXPECT_EQ(getProjectGroupsDirectory(sound), L"/projects/G0000010");
     setProjectsBaseDirectory(L"/shared/");
     EXPECT_EQ(getProjectsBaseDirectory() + getProjectDirectory(sound), L"/shared/shared/P0000010");
     setProjectsBaseDirectory(L"");
-    EXPECT_EQ(getProjectGroupsDirectory(sound), L"/projects/G0000010");
-}
 
-TEST_F(Directories, areListedByPatternAndSuffix)
-{
     for (const wchar_t* const name : {L"b[1].ODB", L"a.odb", L"a.odb.TMP", L"od"})
         write(Mw::joinPath(L"/projects", name), "");
     using Names = std::vector<Path>;

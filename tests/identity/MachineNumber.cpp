@@ -5,6 +5,7 @@
 
 #include "OS/SystemInfo.h"
 
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -64,7 +65,7 @@ TEST_F(MachineNumber, firstSourceThatHasOneGivesIt)
     EXPECT_EQ(our_machine_number_get_from_file(), 3000);
     GlobalConfig().setValue("machine.num", 647, "");
     EXPECT_EQ(our_machine_number_get_from_file(), 647);
-    EXPECT_EQ(log_.take(), "");
+    EXPECT_EQ(said(), "");
 }
 
 TEST_F(MachineNumber, fileWithABadNumberIsNotPassedOver)
@@ -75,28 +76,15 @@ TEST_F(MachineNumber, fileWithABadNumberIsNotPassedOver)
     {
         write(L"/here/machine.num", bad);
         EXPECT_EQ(our_machine_number_get_from_file(), 0) << bad;
-        EXPECT_EQ(occurrences(log_.take(), banner_), 1u) << bad;
+        EXPECT_EQ(occurrences(said(), banner_), 1u) << bad;
     }
 }
 
-TEST_F(MachineNumber, isMadeUpOnceAndKept)
-{
-    const int made = our_machine_number_get_from_file();
-    EXPECT_TRUE(isValidMachineNum(made) && made < 2700);
-    EXPECT_EQ(contents(ofUser_), std::to_string(made) + "\n");
-
-    // Another machine, set up a millisecond later.
-    clock_.advance(1);
-    EXPECT_EQ(our_machine_number_get_from_file(), made);
-    EXPECT_TRUE(files_.remove(ofUser_));
-    EXPECT_NE(our_machine_number_get_from_file(), made);
-    EXPECT_EQ(log_.take(), "");
-}
-
-TEST_F(MachineNumber, isOneForAllThreadsOfAFirstRun)
+TEST_F(MachineNumber, isMadeUpOnceAndKeptByAllThreadsOfAFirstRun)
 {
     HastyClock clock;
     const OSReplacement<iDebugger> replaced(clock);
+    std::set<int> made;
     for (int round = 0; round < 50; ++round)
     {
         files_.remove(ofUser_);
@@ -111,10 +99,13 @@ TEST_F(MachineNumber, isOneForAllThreadsOfAFirstRun)
                 });
         for (std::thread& thread : threads)
             thread.join();
-        ASSERT_EQ(found[0], found[1]);
-        ASSERT_EQ(found[0], found[2]);
-        ASSERT_EQ(contents(ofUser_), std::to_string(found[0]) + "\n");
+        for (const int number : found)
+            ASSERT_EQ(std::to_string(number) + "\n", contents(ofUser_));
+        ASSERT_TRUE(isValidMachineNum(found[0]) && found[0] < 2700);
+        made.insert(found[0]);
     }
+    EXPECT_GT(made.size(), 30u); // a machine that is set up a little later is another
+    EXPECT_EQ(said(), "");
 }
 
 TEST_F(MachineNumber, fileThatCannotBeOpenedIsToldOfAndLeftAlone)
@@ -122,7 +113,7 @@ TEST_F(MachineNumber, fileThatCannotBeOpenedIsToldOfAndLeftAlone)
     files_.ensureDirectory(L"/here/machine.num");
     files_.ensureDirectory(ofUser_);
     EXPECT_EQ(our_machine_number_get_from_file(), 0);
-    const std::string log = log_.take();
+    const std::string log = said();
     for (const char* const path : {"machine.num", "/data/editor/machine.num"})
         EXPECT_NE(log.find("could not open " + std::string(path) + ": Is a directory\n"), log.npos) << log;
     EXPECT_TRUE(files_.isDirectory(ofUser_));
@@ -133,20 +124,18 @@ TEST_F(MachineNumber, isWholeOrNoneWhateverFails)
     HastyClock clock;
     const OSReplacement<iDebugger> replacedClock(clock);
     for (const auto afterwards : {FailingFileMgr::eOnce, FailingFileMgr::eFromThenOn})
-        for (int n = 1;; ++n)
+        for (auto [n, reached] = std::pair(1, true); reached; ++n)
         {
             FailingFileMgr failing(files_, FailingFileMgr::eAllCalls);
             const OSReplacement<iFileMgr> replaced(failing);
             failing.failAt(n, afterwards);
             const int made = our_machine_number_get_from_file();
-            const bool all = failing.calls() < n;
+            reached = failing.calls() >= n;
             failing.failAt(0);
             const std::string found = contents(ofUser_);
             EXPECT_TRUE(found == std::to_string(made) + "\n" || made == 0) << n << found;
             EXPECT_TRUE(found == "none" || isValidMachineNum(std::stoi(found))) << n << found;
-            EXPECT_EQ(occurrences(log_.take(), banner_), made != 0 ? 0u : 1u) << n;
+            EXPECT_EQ(occurrences(said(), banner_), made != 0 ? 0u : 1u) << n;
             files_.remove(ofUser_);
-            if (all)
-                break;
         }
 }

@@ -5,40 +5,12 @@
 #include "OS/testing/MemoryFileMgr.h"
 #include "OS/testing/TestDesktop.h"
 #include "libmw/Text.h"
-#include "misc/diagnostics/Log.h"
 #include "misc/settings/RegistryConfig.h"
+#include "persistence/QuietTest.h"
 #include "platform/Environment.h"
 #include "platform/HastyClock.h"
 
-#include <cstdio>
-#include <gtest/gtest.h>
 #include <string>
-
-// Catches what goes to the log.
-class CaughtLog
-{
-public:
-    CaughtLog() { SetLogOutput(file_); }
-    ~CaughtLog()
-    {
-        SetLogOutput(nullptr);
-        std::fclose(file_);
-    }
-
-    // What was logged since the last call.
-    std::string take()
-    {
-        std::fseek(file_, 0, SEEK_END);
-        std::string text(static_cast<std::size_t>(std::ftell(file_) - read_), ' ');
-        std::fseek(file_, read_, SEEK_SET);
-        read_ += static_cast<long>(std::fread(text.data(), 1, text.size(), file_));
-        return text;
-    }
-
-private:
-    std::FILE* const file_ = std::tmpfile();
-    long read_ = 0;
-};
 
 inline unsigned occurrences(const std::string& text, const std::string& part)
 {
@@ -48,8 +20,8 @@ inline unsigned occurrences(const std::string& text, const std::string& part)
     return count;
 }
 
-// A machine of a test's own: files, settings and clock in memory, and the log in the test's hands.
-class MachineInMemory : public testing::Test
+// A machine of a test's own: files, settings and clock in memory.
+class MachineInMemory : public QuietTest
 {
 protected:
     using Path = LightweightString<wchar_t>;
@@ -63,10 +35,7 @@ protected:
     static void write(const Path& path, const std::string& text)
     {
         OS().fileMgr().ensureDirectory(Mw::directoryOf(path));
-        const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path, iFile::eWrite, iFile::eCreateAlways);
-        EXPECT_EQ(file->write(text.data(), text.size(), 0), static_cast<std::int64_t>(text.size()));
-        EXPECT_TRUE(file->flushToDisk() && OS().fileMgr().syncDirectory(Mw::directoryOf(path)) &&
-                    OS().fileMgr().syncDirectory(L"/"));
+        EXPECT_TRUE(Mw::replaceFile(path, text.data(), text.size()) && OS().fileMgr().syncDirectory(L"/"));
     }
 
     // "none" if there is no such file.
@@ -86,5 +55,4 @@ protected:
     OSReplacement<iDesktop> desktopReplaced_{desktop_};
     TestClock clock_;
     OSReplacement<iDebugger> clockReplaced_{clock_};
-    CaughtLog log_;
 };
