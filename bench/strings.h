@@ -47,6 +47,25 @@ private:
     std::size_t at_ = 0;
 };
 
+// Strings that are made in turn, each in place of one made before: the memory of one alone may happen to lie across two
+// pages, where writing costs three times as much, and be given out again and again.
+template <class S>
+class Turns
+{
+public:
+    template <class Make>
+    void next(Make make)
+    {
+        at_ = (at_ + 1) % kept_.size();
+        kept_[at_] = make();
+        keep(kept_[at_]);
+    }
+
+private:
+    std::array<S, 32> kept_;
+    std::size_t at_ = 0;
+};
+
 inline constexpr char appendedCharacter = 'x';
 inline constexpr const char* appendedSixteen = "take 0017 cam A ";
 inline constexpr int appendCount = 1000;

@@ -24,10 +24,8 @@ void addValues(bench::Registry& registry)
                       bench::keep(copy);
                   });
     registry.peer("strings/make 40 characters", "QString",
-                  []
-                  {
-                      QString made(bench::hidden(forty.constData()), bench::hidden(forty.size()));
-                      bench::keep(made);
+                  [turns = bench::texts::Turns<QString>()]() mutable {
+                      turns.next([] { return QString(bench::hidden(forty.constData()), bench::hidden(forty.size())); });
                   });
     registry.peer("strings/equality of 40 characters", "QString",
                   [pairs = bench::texts::Pairs<QString>(bench::texts::forty, bench::texts::forty)]() mutable

@@ -44,11 +44,8 @@ void addValues(bench::Registry& registry)
                       bench::keep(copy);
                   });
     registry.peer("strings/make 40 characters", "std::string",
-                  []
-                  {
-                      std::string made(bench::hidden(bench::texts::forty));
-                      bench::keep(made);
-                  });
+                  [turns = bench::texts::Turns<std::string>()]() mutable
+                  { turns.next([] { return std::string(bench::hidden(bench::texts::forty)); }); });
     registry.peer("strings/equality of 40 characters", "std::string",
                   [pairs = bench::texts::Pairs<std::string>(bench::texts::forty, bench::texts::forty)]() mutable
                   { pairs.next(std::equal_to<>()); });
