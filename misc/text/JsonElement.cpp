@@ -20,9 +20,10 @@ template <class List>
 const Entry* find(const List& list, std::wstring_view name) noexcept
 {
     const Entry* const end = list.entries + list.size;
-    const Entry* const found =
-        std::find_if(list.entries, const_cast<Entry*>(end), [name](const Entry& e) { return isSame(e.name, name); });
-    return found != end ? found : nullptr;
+    for (const Entry* entry = list.entries; entry != end; ++entry)
+        if (isSame(entry->name, name))
+            return entry;
+    return nullptr;
 }
 
 template <class List>

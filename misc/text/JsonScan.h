@@ -29,6 +29,7 @@ inline bool isAsciiByte(char c) noexcept
 
 using Mw::sixteen::Bytes;
 using Mw::sixteen::highBits;
+using Mw::sixteen::isZero;
 using Mw::sixteen::load;
 using Mw::sixteen::Wide;
 

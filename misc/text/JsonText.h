@@ -2,6 +2,7 @@
 
 #include "OS/Utf8.h"
 #include "misc/text/JsonPool.h"
+#include "misc/text/JsonScan.h"
 
 #include <algorithm>
 #include <cstring>
@@ -36,6 +37,22 @@ struct Entry
     };
 };
 
+// Calls four(at) for places that cover a length, of which the last two may overlap; one(at) for each place of a length
+// below four.
+template <class Four, class One>
+[[gnu::always_inline]] inline void forEachFour(std::size_t length, Four four, One one)
+{
+    if (length < 4)
+    {
+        for (std::size_t at = 0; at < length; ++at)
+            one(at);
+        return;
+    }
+    for (std::size_t at = 0; at < length - 4; at += 4)
+        four(at);
+    four(length - 4);
+}
+
 inline const Text* textOfAscii(Pool& pool, std::string_view bytes)
 {
     if (bytes.empty())
@@ -61,40 +78,66 @@ inline const Text* textOf(Pool& pool, std::wstring_view characters)
     return text;
 }
 
+// Four characters of a text of either kind.
+inline Wide fourOf(const wchar_t* characters) noexcept
+{
+    return load(characters);
+}
+inline Wide fourOf(const char* ascii) noexcept
+{
+    int four;
+    std::memcpy(&four, ascii, sizeof four);
+    using Shorts [[gnu::vector_size(16)]] = short;
+    const Bytes bytes = reinterpret_cast<Bytes>(Wide{four, 0, 0, 0});
+    const auto shorts = reinterpret_cast<Shorts>(
+        __builtin_shufflevector(bytes, Bytes{}, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
+    return reinterpret_cast<Wide>(__builtin_shufflevector(shorts, Shorts{}, 0, 8, 1, 9, 2, 10, 3, 11));
+}
+
 inline LightweightString<wchar_t> stringOf(const Text* text)
 {
     if (text == nullptr)
         return {};
     if (text->isWide)
         return LightweightString<wchar_t>(text->characters(), text->length);
-    // Long ones are worth a call that takes them in blocks.
+    // Long ones are worth a call that takes them in larger pieces.
     constexpr unsigned shortLength = 16;
     if (text->length > shortLength)
         return Mw::wideFromUtf8(text->bytes(), text->length);
     LightweightString<wchar_t>::ImplPtr wide = LightweightString<wchar_t>::createImpl(text->length, true);
     const char* const bytes = text->bytes();
     wchar_t* const characters = wide->characters();
-    for (unsigned i = 0; i < text->length; ++i)
-        characters[i] = bytes[i];
+    forEachFour(
+        text->length,
+        [=](std::size_t at)
+        {
+            const Wide four = fourOf(bytes + at);
+            std::memcpy(characters + at, &four, sizeof four);
+        },
+        [=](std::size_t at) { characters[at] = bytes[at]; });
     return LightweightString<wchar_t>(std::move(wide));
 }
 
-inline bool isSame(const Text* text, std::wstring_view other) noexcept
+// Of texts of one length, which mostly differ in their first character or not at all.
+template <class C>
+[[gnu::always_inline]] inline bool isSame(const C* stored, const wchar_t* other, std::size_t length) noexcept
 {
-    if (text == nullptr)
-        return other.empty();
-    if (text->length != other.size())
+    if (stored[0] != other[0])
         return false;
-    if (text->isWide)
-        return std::wmemcmp(text->characters(), other.data(), text->length) == 0;
-    // Names of one length mostly differ in their first character or not at all.
-    const char* const bytes = text->bytes();
-    if (bytes[0] != other[0])
-        return false;
-    int difference = 0;
-    for (std::size_t i = 1; i < other.size(); ++i)
-        difference |= bytes[i] ^ other[i];
-    return difference == 0;
+    Wide difference{};
+    wchar_t rest = 0;
+    forEachFour(
+        length, [&](std::size_t at) { difference |= fourOf(stored + at) ^ load(other + at); },
+        [&](std::size_t at) { rest |= stored[at] ^ other[at]; });
+    return rest == 0 && isZero(reinterpret_cast<Bytes>(difference));
+}
+
+[[gnu::always_inline]] inline bool isSame(const Text* text, std::wstring_view other) noexcept
+{
+    if (text == nullptr || text->length != other.size())
+        return text == nullptr && other.empty();
+    return text->isWide ? isSame(text->characters(), other.data(), other.size())
+                        : isSame(text->bytes(), other.data(), other.size());
 }
 
 inline bool isSame(const Text* text, std::string_view ascii) noexcept
