@@ -29,23 +29,24 @@ bool readWhole(const LightweightString<wchar_t>& path, std::basic_string<char>& 
 
 } // namespace
 
-void TextFile::appendLine(std::string_view text)
+void TextFile::appendLine(std::string_view text, std::size_t indentation)
 {
+    text_.append(indentation, ' ');
     for (;;)
     {
         const std::size_t end = text.find('\n');
-        appendOneLine(text.substr(0, end));
+        endLineWith(text.substr(0, end));
         if (end == text.npos)
             return;
         text.remove_prefix(end + 1);
     }
 }
 
-void TextFile::appendOneLine(std::string_view line)
+void TextFile::endLineWith(std::string_view text)
 {
-    if (line.ends_with('\r'))
-        line.remove_suffix(1);
-    text_.append(line);
+    if (text.ends_with('\r'))
+        text.remove_suffix(1);
+    text_.append(text);
     lineEnds_.push_back(text_.size());
     text_.push_back('\n');
 }

@@ -27,7 +27,8 @@ public:
     }
 
     // Line ends inside the text make several lines of it; one at its end adds an empty line.
-    void appendLine(std::string_view text);
+    // `indentation` blanks go before it.
+    void appendLine(std::string_view text, std::size_t indentation = 0);
     // Makes room for so many more bytes and lines at once.
     void reserve(std::size_t moreBytes, std::size_t moreLines);
     void clear() noexcept;
@@ -41,7 +42,7 @@ public:
     bool save(const LightweightString<wchar_t>& path, LightweightString<char>* error = nullptr) const;
 
 private:
-    void appendOneLine(std::string_view line);
+    void endLineWith(std::string_view text);
 
     // The bytes of the file, and where in them each line's LF stands.
     std::basic_string<char, std::char_traits<char>, StdAllocator<char>> text_;

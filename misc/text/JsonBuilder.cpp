@@ -8,13 +8,14 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <string>
 
 namespace JSON
 {
 
 namespace
 {
+
+using View = std::wstring_view;
 
 // What stands behind the backslash.
 wchar_t letterOf(wchar_t c) noexcept
@@ -32,76 +33,100 @@ wchar_t letterOf(wchar_t c) noexcept
     }
 }
 
-// Writes the text with its escapes; gives the end of what was written.
-wchar_t* escapeTo(wchar_t* out, std::wstring_view text) noexcept
+// What follows writes as bytes or as wide characters, and gives the end of what was written.
+
+template <class C>
+C* escapeTo(C* out, View text) noexcept
 {
     for (const wchar_t c : text)
     {
         const bool isEscaped = hasToBeEscaped(c);
         if (isEscaped)
-            *out++ = L'\\';
-        *out++ = isEscaped ? letterOf(c) : c;
+            *out++ = C('\\');
+        *out++ = static_cast<C>(isEscaped ? letterOf(c) : c);
     }
     return out;
 }
 
-wchar_t* put(wchar_t* out, std::wstring_view text) noexcept
+template <class C>
+C* put(C* out, std::string_view ascii) noexcept
 {
-    return std::copy(text.begin(), text.end(), out);
+    return std::copy(ascii.begin(), ascii.end(), out);
 }
 
-wchar_t* putPrintable(wchar_t* out, std::wstring_view text) noexcept
+// Null if the text isn't ASCII.
+char* putText(char* out, View text, bool escape) noexcept
 {
-    return hasEscapes(text) ? escapeTo(out, text) : put(out, text);
+    const Seen seen = narrow(text, out);
+    if (!seen.isAscii)
+        return nullptr;
+    return escape && seen.hasEscapes ? escapeTo(out, text) : out + text.size();
+}
+wchar_t* putText(wchar_t* out, View text, bool escape) noexcept
+{
+    return escape ? escapeTo(out, text) : std::copy(text.begin(), text.end(), out);
+}
+
+// Most numbers are decimals of a few places. Decimals of 15 digits are all different doubles, and those of 6 different
+// floats: one that reads back as the value is its shortest. Null for other numbers.
+template <class Number>
+char* putDecimal(char* out, Number value) noexcept
+{
+    constexpr int scale = 10'000;
+    constexpr Number limit = std::is_same_v<Number, float> ? Number(1e2) : Number(1e11);
+    if (!(value < limit && value > -limit) || (value == 0 && std::signbit(value)))
+        return nullptr;
+    const auto scaled = static_cast<std::int64_t>(value * scale + (value < 0 ? Number(-0.5) : Number(0.5)));
+    if (static_cast<Number>(scaled) / scale != value)
+        return nullptr;
+    if (scaled < 0)
+        *out++ = '-';
+    const auto size = static_cast<std::uint64_t>(scaled < 0 ? -scaled : scaled);
+    out = std::to_chars(out, out + 20, size / scale).ptr;
+    unsigned places = static_cast<unsigned>(size % scale);
+    if (places != 0)
+        *out++ = '.';
+    for (unsigned one = scale / 10; places != 0; places %= one, one /= 10)
+        *out++ = static_cast<char>('0' + places / one);
+    return out;
 }
 
 } // namespace
 
 void Builder::startChild(Name name)
 {
-    open(name, L'{');
+    open(name, '{');
 }
 
 void Builder::endChild()
 {
-    close(L'}');
+    close('}');
 }
 
 void Builder::startArray(Name name)
 {
-    open(name, L'[');
+    open(name, '[');
 }
 
 void Builder::endArray()
 {
-    close(L']');
+    close(']');
 }
 
-void Builder::open(Name name, wchar_t bracket)
+void Builder::open(Name name, char bracket)
 {
-    wchar_t* const out = beginItem(name.text().empty() ? Name(nullptr) : name, 1);
-    *out = bracket;
-    endLine(out + 1);
+    addWord(name.text().empty() ? Name(nullptr) : name, true, {&bracket, 1});
     open_.push_back(hasItems_);
     hasItems_ = false;
 }
 
-void Builder::close(wchar_t bracket)
+void Builder::close(char bracket)
 {
     // A stray closing is written all the same; printTo reports it.
-    hasItems_ = true;
     if (!open_.empty())
         open_.pop_back();
-    wchar_t* const out = line_.room(1);
-    *out = bracket;
-    endLine(out + 1);
-}
-
-void Builder::endLine(const wchar_t* end)
-{
-    const wchar_t* const begin = line_.room(0);
-    lines_.add(View(begin, static_cast<std::size_t>(end - begin)));
-    depths_ += open_.size();
+    hasItems_ = false; // no comma goes before a closing
+    addWord(nullptr, true, {&bracket, 1});
 }
 
 // A comma at the end of the line before, if an item went before in this container.
@@ -112,39 +137,54 @@ void Builder::addSeparator()
     hasItems_ = true;
 }
 
-// Begins a line with the name. Gives where the value goes, for which there is room.
-wchar_t* Builder::beginItem(Name name, std::size_t valueLength, bool escape)
+// Adds a line with the name and what writeValue(out) writes, which gives the end of that, or null where it isn't ASCII
+// and `out` is for bytes.
+template <class Write>
+void Builder::addItem(Name name, bool escape, std::size_t valueLength, Write writeValue)
 {
-    constexpr View behindName = L"\" : ";
+    constexpr std::string_view behindName = "\" : ";
     addSeparator();
-    wchar_t* out = line_.room(1 + 2 * name.text().size() + behindName.size() + valueLength);
-    if (!name.isGiven())
-        return out;
-    *out++ = L'"';
-    out = escape ? putPrintable(out, name.text()) : put(out, name.text());
-    return put(out, behindName);
+    const auto write = [&](auto* out)
+    {
+        if (!name.isGiven())
+            return writeValue(out);
+        *out++ = '"';
+        out = putText(out, name.text(), escape);
+        return out != nullptr ? writeValue(put(out, behindName)) : nullptr;
+    };
+    const std::size_t length = 1 + 2 * name.text().size() + behindName.size() + valueLength;
+    if (const char* const end = write(lines_.room(length)))
+        lines_.endLine(end);
+    else
+    {
+        wchar_t* const line = wideLine_.room(length);
+        lines_.addWide(View(line, static_cast<std::size_t>(write(line) - line)));
+    }
+    depths_ += open_.size();
 }
 
-void Builder::addLine(Name name, View value)
+void Builder::addWord(Name name, bool escape, std::string_view word)
 {
-    endLine(put(beginItem(name, value.size()), value));
+    addItem(name, escape, word.size(), [word](auto* out) { return put(out, word); });
 }
 
 // The reader takes no null without a name; an empty text is the same to it.
 void Builder::addNull(Name name, bool escape)
 {
-    constexpr View null = L"null";
-    wchar_t* const out = beginItem(name, null.size(), escape);
-    endLine(put(out, name.isGiven() ? null : View(L"\"\"")));
+    addWord(name, escape, name.isGiven() ? "null" : "\"\"");
 }
 
 void Builder::addText(Name name, View text, bool escape)
 {
-    wchar_t* out = beginItem(name, 2 * text.size() + 2, escape);
-    *out++ = L'"';
-    out = escape ? putPrintable(out, text) : put(out, text);
-    *out++ = L'"';
-    endLine(out);
+    addItem(name, escape, 2 * text.size() + 2,
+            [text, escape](auto* out)
+            {
+                *out++ = '"';
+                out = putText(out, text, escape);
+                if (out != nullptr)
+                    *out++ = '"';
+                return out;
+            });
 }
 
 template <class Number>
@@ -152,15 +192,14 @@ void Builder::addNumber(Name name, Number value)
 {
     // The longest are the smallest doubles: a sign, "0.", 323 zeros and digits.
     char digits[400];
-    std::to_chars_result written{};
+    char* end = nullptr;
     if constexpr (std::is_integral_v<Number>)
-        written = std::to_chars(digits, std::end(digits), value);
-    else if (std::isfinite(value))
-        written = std::to_chars(digits, std::end(digits), value, std::chars_format::fixed);
-    else
+        end = std::to_chars(digits, std::end(digits), value).ptr;
+    else if (!std::isfinite(value))
         return addNull(name, true);
-    wchar_t wide[std::size(digits)];
-    addLine(name, View(wide, static_cast<std::size_t>(std::copy(digits, written.ptr, wide) - wide)));
+    else if (end = putDecimal(digits, value); end == nullptr)
+        end = std::to_chars(digits, std::end(digits), value, std::chars_format::fixed).ptr;
+    addWord(name, true, {digits, static_cast<std::size_t>(end - digits)});
 }
 
 void Builder::add(Name name, int value)
@@ -185,7 +224,7 @@ void Builder::add(Name name, double value)
 
 void Builder::add(Name name, bool value)
 {
-    addLine(name, value ? L"true" : L"false");
+    addWord(name, true, value ? "true" : "false");
 }
 
 void Builder::add(Name name, const LightweightString<wchar_t>& value, bool escape)
@@ -211,7 +250,6 @@ void Builder::printTo(TextFile& file, unsigned char indentStep, unsigned char ou
 {
     file.reserve(lines_.sizeBytes() + indentStep * depths_ + outerIndent * lines_.size(), lines_.size());
     long indentSize = outerIndent;
-    std::string line;
     const auto append = [&](std::string_view text)
     {
         if (text.front() == '}' || text.front() == ']')
@@ -219,8 +257,7 @@ void Builder::printTo(TextFile& file, unsigned char indentStep, unsigned char ou
             indentSize -= indentStep;
             MW_ASSERT(indentSize >= 0);
         }
-        line.assign(static_cast<std::size_t>(std::max(indentSize, 0L)), ' ');
-        file.appendLine(line.append(text));
+        file.appendLine(text, static_cast<std::size_t>(std::max(indentSize, 0L)));
         if (text.back() == '{' || text.back() == '[')
         {
             indentSize += indentStep;
@@ -232,7 +269,7 @@ void Builder::printTo(TextFile& file, unsigned char indentStep, unsigned char ou
 
 bool Builder::needsEscaping(const LightweightString<wchar_t>& text) noexcept
 {
-    return hasEscapes(text);
+    return std::any_of(text.begin(), text.end(), hasToBeEscaped);
 }
 
 LightweightString<wchar_t> Builder::makePrintable(const LightweightString<wchar_t>& text)

@@ -77,20 +77,20 @@ public:
 private:
     using View = std::wstring_view;
 
-    void open(Name name, wchar_t bracket);
-    void close(wchar_t bracket);
+    void open(Name name, char bracket);
+    void close(char bracket);
     void addSeparator();
-    wchar_t* beginItem(Name name, std::size_t valueLength, bool escape = true);
-    void endLine(const wchar_t* end);
-    void addLine(Name name, View value);
+    template <class Write>
+    void addItem(Name name, bool escape, std::size_t valueLength, Write writeValue);
+    void addWord(Name name, bool escape, std::string_view word);
     void addNull(Name name, bool escape);
     void addText(Name name, View text, bool escape);
     template <class Number>
     void addNumber(Name name, Number value);
 
     LineList lines_;
-    Buffer<wchar_t> line_;   // room for the line that is being made
-    std::size_t depths_ = 0; // the sum of how many containers each line lies in
+    Buffer<wchar_t> wideLine_; // room for a line that isn't ASCII
+    std::size_t depths_ = 0;   // the sum of how many containers each line lies in
     // Of each open container, outermost first, whether an item went before; the last is kept apart.
     std::vector<bool> open_;
     bool hasItems_ = false;

@@ -73,14 +73,21 @@ public:
     std::size_t size() const noexcept { return lines_.size(); }
     std::size_t sizeBytes() const noexcept { return bytes_.size(); }
 
-    void add(std::wstring_view line)
+    // Room for a line of ASCII behind the last line; endLine takes it in.
+    char* room(std::size_t sizeBytes) { return bytes_.room(sizeBytes); }
+    void endLine(const char* end)
     {
-        char* const out = bytes_.room(line.size() * sizeof(wchar_t));
-        const bool isWide = !narrow(line, out);
-        if (isWide)
-            std::memcpy(out, line.data(), line.size() * sizeof(wchar_t));
-        bytes_.setEnd(out + line.size() * (isWide ? sizeof(wchar_t) : 1));
-        lines_.push_back(Line(bytes_.size(), isWide));
+        bytes_.setEnd(end);
+        lines_.push_back(Line(bytes_.size(), false));
+    }
+
+    void addWide(std::wstring_view line)
+    {
+        const std::size_t sizeBytes = line.size() * sizeof(wchar_t);
+        char* const out = bytes_.room(sizeBytes);
+        std::memcpy(out, line.data(), sizeBytes);
+        bytes_.setEnd(out + sizeBytes);
+        lines_.push_back(Line(bytes_.size(), true));
     }
 
     // At the end of the last line.

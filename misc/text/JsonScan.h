@@ -72,56 +72,83 @@ inline bool hasToBeEscaped(wchar_t c) noexcept
     return c == L'"' || c == L'\\' || c == L'\t' || c == L'\n' || c == L'\r';
 }
 
-inline bool hasEscapes(std::wstring_view text) noexcept
+// Calls piece(at) for places of `width` characters that cover a longer text, of which the last two may overlap.
+template <std::size_t width, class Piece>
+[[gnu::always_inline]] inline void forEachPiece(std::size_t length, Piece piece)
 {
-    const wchar_t* p = text.data();
-    const wchar_t* const end = p + text.size();
-    const auto atFour = [](const wchar_t* at)
-    {
-        const Wide four = load(at);
-        return highBits((four == '"') | (four == '\\') | (four == '\t') | (four == '\n') | (four == '\r')) != 0;
-    };
-    if (text.size() >= 4)
-    {
-        for (; end - p > 4; p += 4)
-            if (atFour(p))
-                return true;
-        return atFour(end - 4);
-    }
-    while (p != end && !hasToBeEscaped(*p))
-        ++p;
-    return p != end;
+    for (std::size_t at = 0; at < length - width; at += width)
+        piece(at);
+    piece(length - width);
 }
 
-// Writes the characters as bytes, in room for 16 more. False if one of them isn't ASCII.
-inline bool narrow(std::wstring_view text, char* out) noexcept
+// Calls four(at) for places that cover a text, or one(at) for each place of a text shorter than four.
+template <class Four, class One>
+[[gnu::always_inline]] inline void forEachFour(std::size_t length, Four four, One one)
 {
-    const wchar_t* p = text.data();
-    const wchar_t* const end = p + text.size();
-    char32_t all = 0;
+    if (length >= 4)
+        return forEachPiece<4>(length, four);
+    for (std::size_t at = 0; at < length; ++at)
+        one(at);
+}
+
+// Sixteen characters as bytes; those above ASCII don't matter.
+inline Bytes narrowed(Wide a, Wide b, Wide c, Wide d) noexcept
+{
 #if defined(__x86_64__)
     using EightShorts [[gnu::vector_size(16)]] = short;
-    Wide any{};
-    for (; end - p >= bytesAtOnce; p += bytesAtOnce, out += bytesAtOnce)
-    {
-        const Wide a = load(p);
-        const Wide b = load(p + 4);
-        const Wide c = load(p + 8);
-        const Wide d = load(p + 12);
-        any |= a | b | c | d;
-        const EightShorts low = __builtin_ia32_packssdw128(a, b);
-        const EightShorts high = __builtin_ia32_packssdw128(c, d);
-        const Bytes bytes = reinterpret_cast<Bytes>(__builtin_ia32_packuswb128(low, high));
-        std::memcpy(out, &bytes, sizeof bytes);
-    }
-    all = static_cast<char32_t>(any[0] | any[1] | any[2] | any[3]);
+    const EightShorts low = __builtin_ia32_packssdw128(a, b);
+    const EightShorts high = __builtin_ia32_packssdw128(c, d);
+    return reinterpret_cast<Bytes>(__builtin_ia32_packuswb128(low, high));
+#else
+    Bytes bytes;
+    for (int i = 0; i < 16; ++i)
+        bytes[i] = static_cast<char>((i < 4 ? a : i < 8 ? b : i < 12 ? c : d)[i % 4]);
+    return bytes;
 #endif
-    for (; p != end; ++p)
+}
+
+// What was seen of a text.
+struct Seen
+{
+    bool isAscii;
+    bool hasEscapes; // told of ASCII only
+};
+
+// Writes the characters as bytes.
+inline Seen narrow(std::wstring_view text, char* out) noexcept
+{
+    const wchar_t* const in = text.data();
+    Wide all{};
+    Bytes escapes{};
+    const auto four = [&](std::size_t at)
     {
-        all |= static_cast<char32_t>(*p);
-        *out++ = static_cast<char>(*p);
-    }
-    return all < 0x80;
+        const Wide taken = load(in + at);
+        all |= taken;
+        return taken;
+    };
+    const auto write = [&](std::size_t at, Bytes bytes, std::size_t count)
+    {
+        escapes |= (bytes == '"') | (bytes == '\\') | (bytes == '\t') | (bytes == '\n') | (bytes == '\r');
+        std::memcpy(out + at, &bytes, count);
+    };
+    if (text.size() >= 16)
+        forEachPiece<16>(text.size(), [&](std::size_t at)
+                         { write(at, narrowed(four(at), four(at + 4), four(at + 8), four(at + 12)), 16); });
+    else
+        forEachFour(
+            text.size(),
+            [&](std::size_t at)
+            {
+                const Wide taken = four(at);
+                write(at, narrowed(taken, taken, taken, taken), 4);
+            },
+            [&](std::size_t at)
+            {
+                const Wide taken{in[at], 0, 0, 0};
+                all |= taken;
+                write(at, narrowed(taken, taken, taken, taken), 1);
+            });
+    return {isZero(reinterpret_cast<Bytes>(all & ~0x7F)), !isZero(escapes)};
 }
 
 } // namespace JSON

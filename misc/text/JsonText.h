@@ -37,22 +37,6 @@ struct Entry
     };
 };
 
-// Calls four(at) for places that cover a length, of which the last two may overlap; one(at) for each place of a length
-// below four.
-template <class Four, class One>
-[[gnu::always_inline]] inline void forEachFour(std::size_t length, Four four, One one)
-{
-    if (length < 4)
-    {
-        for (std::size_t at = 0; at < length; ++at)
-            one(at);
-        return;
-    }
-    for (std::size_t at = 0; at < length - 4; at += 4)
-        four(at);
-    four(length - 4);
-}
-
 inline const Text* textOfAscii(Pool& pool, std::string_view bytes)
 {
     if (bytes.empty())
