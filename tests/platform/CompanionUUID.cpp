@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr char sample[] = "01234567-89ab-cdef-0123-456789abcdef";
+const std::string sample = "01234567-89ab-cdef-0123-456789abcdef";
 constexpr Mw::UUID sampleUuid({0x01234567, 0x89abcdef, 0x01234567, 0x89abcdef});
 
 std::string text(const Mw::UUID& uuid)
@@ -22,86 +22,60 @@ std::string text(const Mw::UUID& uuid)
     return buffer;
 }
 
-std::wstring wide(const std::string& text)
+Mw::UUID fromWide(const std::string& text)
 {
-    return {text.begin(), text.end()};
+    return Mw::UUID(std::wstring(text.begin(), text.end()).c_str());
+}
+
+// Adds so many that were in none yet.
+void generateInto(std::set<Mw::UUID>& made, int count)
+{
+    for (int i = 0; i < count; ++i)
+        EXPECT_TRUE(made.insert(Mw::UUID::generate()).second);
 }
 
 } // namespace
 
-TEST(UUID, badTextsAndNilAreNotValid)
-{
-    const std::string good(sample);
-    EXPECT_FALSE(Mw::UUID().valid());
-    EXPECT_FALSE(Mw::UUID(static_cast<const char*>(nullptr)).valid());
-    EXPECT_FALSE(Mw::UUID("00000000-0000-0000-0000-000000000000").valid());
-    for (std::size_t length = 0; length < good.size(); ++length)
-        EXPECT_FALSE(Mw::UUID(good.substr(0, length).c_str()).valid()) << length;
-    EXPECT_FALSE(Mw::UUID((good + "0").c_str()).valid());
-    EXPECT_FALSE(Mw::UUID(("{" + good + "}").c_str()).valid());
-}
-
 TEST(UUID, everyCharacterAtEveryPlaceIsReadOrRefused)
 {
-    const std::string good(sample);
-    EXPECT_EQ(Mw::UUID(sample), sampleUuid);
+    EXPECT_EQ(Mw::UUID(sample.c_str()), sampleUuid);
     wchar_t buffer[Mw::UUID::textLength + 1];
     sampleUuid.asWString(buffer);
-    EXPECT_EQ(buffer, wide(good));
-    for (std::size_t place = 0; place < good.size(); ++place)
+    EXPECT_EQ(Mw::UUID(buffer), sampleUuid);
+    for (std::size_t place = 0; place < sample.size(); ++place)
+    {
+        EXPECT_FALSE(Mw::UUID(sample.substr(0, place).c_str()).valid()) << place;
         for (int c = 0; c < 256; ++c)
         {
-            std::string changed(good);
+            std::string changed(sample);
             changed[place] = static_cast<char>(c);
-            const bool allowed = good[place] == '-' ? c == '-' : c != 0 && std::strchr("0123456789abcdefABCDEF", c);
+            const bool allowed = sample[place] == '-' ? c == '-' : c != 0 && std::strchr("0123456789abcdefABCDEF", c);
             const Mw::UUID uuid(changed.c_str());
             ASSERT_EQ(uuid.valid(), allowed) << place << ' ' << c;
-            std::wstring changedWide(wide(good));
-            changedWide[place] = static_cast<wchar_t>(c);
-            ASSERT_EQ(Mw::UUID(changedWide.c_str()), uuid) << place << ' ' << c;
-            if (allowed)
-            {
-                changed[place] = static_cast<char>(std::tolower(c));
-                ASSERT_EQ(text(uuid), changed);
-            }
+            ASSERT_EQ(fromWide(changed), uuid) << place << ' ' << c;
+            changed[place] = static_cast<char>(std::tolower(c));
+            ASSERT_TRUE(!allowed || text(uuid) == changed) << place << ' ' << c;
         }
-    EXPECT_FALSE(Mw::UUID(L"\x10031"
-                          L"1234567-89ab-cdef-0123-456789abcdef")
-                     .valid());
+    }
+    EXPECT_FALSE(Mw::UUID((sample + "0").c_str()).valid() || Mw::UUID(static_cast<const char*>(nullptr)).valid());
+    EXPECT_FALSE(Mw::UUID("00000000-0000-0000-0000-000000000000").valid());
+    buffer[0] = L'\x10030'; // a digit in its lowest bits
+    EXPECT_FALSE(Mw::UUID(buffer).valid());
 }
 
 TEST(UUID, orderIsThatOfTheWordsAndOfTheTexts)
 {
-    const Mw::UUID ordered[] = {Mw::UUID(),
-                                Mw::UUID({0, 0, 0, 1}),
-                                Mw::UUID({0, 1, 0, 0}),
-                                Mw::UUID({9, 0, 0, 0}),
-                                Mw::UUID({10, 0, 0, 0}),
+    const Mw::UUID ordered[] = {Mw::UUID(), Mw::UUID({0, 1, 0, 0}), Mw::UUID({9, 0, 0, 0}), Mw::UUID({10, 0, 0, 0}),
                                 Mw::UUID({0x80000000u, 0, 0, 0})};
     for (const Mw::UUID& a : ordered)
         for (const Mw::UUID& b : ordered)
-        {
-            EXPECT_EQ(a < b, &a < &b);
-            EXPECT_EQ(a != b, &a != &b);
-            EXPECT_EQ(text(a) < text(b), a < b);
-        }
+            EXPECT_TRUE((a < b) == (&a < &b) && (text(a) < text(b)) == (a < b)) << text(a) << text(b);
 }
 
-TEST(UUID, generatedValuesDifferAndAreRandomOnes)
+TEST(UUID, parentAndForkedChildMakeDifferentRandomOnes)
 {
     std::set<Mw::UUID> made;
-    for (int i = 0; i < 1000; ++i)
-    {
-        const Mw::UUID uuid = Mw::UUID::generate();
-        EXPECT_EQ(uuid.words()[1] >> 12 & 15, 4u);
-        EXPECT_EQ(uuid.words()[2] >> 30, 2u);
-        EXPECT_TRUE(made.insert(uuid).second);
-    }
-}
-
-TEST(UUID, parentAndForkedChildMakeDifferentOnes)
-{
-    Mw::UUID::generate(); // so that there is stock to share
+    generateInto(made, 1000); // a part of the stock, which is shared
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     const pid_t child = ::fork();
@@ -115,9 +89,10 @@ TEST(UUID, parentAndForkedChildMakeDifferentOnes)
     ::waitpid(child, nullptr, 0);
     ::close(ends[0]);
     ::close(ends[1]);
-    EXPECT_TRUE(fromChild.valid());
-    for (int i = 0; i < 100; ++i)
-        EXPECT_NE(Mw::UUID::generate(), fromChild);
+    made.insert(fromChild);
+    generateInto(made, 100);
+    for (const Mw::UUID& uuid : made)
+        EXPECT_TRUE((uuid.words()[1] >> 12 & 15) == 4 && uuid.words()[2] >> 30 == 2) << text(uuid);
 }
 
 TEST(UUID, areMadeUntilTheVeryEndOfAThread)
@@ -126,11 +101,7 @@ TEST(UUID, areMadeUntilTheVeryEndOfAThread)
     struct Late
     {
         std::set<Mw::UUID>* made = nullptr;
-        ~Late()
-        {
-            for (int i = 0; i < 3; ++i)
-                EXPECT_TRUE(made->insert(Mw::UUID::generate()).second);
-        }
+        ~Late() { generateInto(*made, 3); }
     };
     std::set<Mw::UUID> made;
     std::thread(
@@ -138,8 +109,7 @@ TEST(UUID, areMadeUntilTheVeryEndOfAThread)
         {
             thread_local Late late;
             late.made = &made;
-            for (int i = 0; i < 1100; ++i)
-                EXPECT_TRUE(made.insert(Mw::UUID::generate()).second);
+            generateInto(made, 1100);
         })
         .join();
 }

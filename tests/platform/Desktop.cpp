@@ -6,31 +6,19 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
 namespace
 {
 
 // The environment that paths are made from, with what a case sets in it and nothing else.
-Environment only(const std::map<std::string, std::string>& set)
+Environment only(Environment::Values values)
 {
-    Environment::Values values;
     for (const char* const name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS", "MW_DATA_DIR",
                                    "MW_CONFIG_DIR", "MW_MACHINE_CONFIG_DIR"})
-        values[name] = std::nullopt;
-    for (const auto& [name, value] : set)
-        values[name] = value;
+        values.try_emplace(name, std::nullopt);
     return Environment(values);
 }
-
-struct PathCase
-{
-    std::map<std::string, std::string> environment;
-    const wchar_t* data;
-    const wchar_t* config;
-    const wchar_t* machine;
-};
 
 } // namespace
 
@@ -39,32 +27,25 @@ TEST(Desktop, pathsFollowTheBaseDirectoryRules)
     MemoryFileMgr memory;
     OSReplacement<iFileMgr> replaced(memory);
     memory.ensureDirectory(L"/second/App");
-    const PathCase cases[] = {
+    const std::pair<Environment::Values, const wchar_t*> cases[] = {
         {{{"HOME", "/h"}, {"XDG_DATA_HOME", "/d"}, {"XDG_CONFIG_HOME", "/c/"}, {"XDG_CONFIG_DIRS", "/one:/two"}},
-         L"/d/App",
-         L"/c/App",
-         L"/one/App"},
+         L"/d/App /c/App /one/App"},
         // The directory that has the application's comes before one that is named earlier.
         {{{"HOME", "/h"}, {"XDG_CONFIG_DIRS", "/first::relative:/second:/third"}},
-         L"/h/.local/share/App",
-         L"/h/.config/App",
-         L"/second/App"},
+         L"/h/.local/share/App /h/.config/App /second/App"},
         // Relative and empty values count as not set.
         {{{"HOME", "/h"}, {"XDG_DATA_HOME", "d"}, {"XDG_CONFIG_HOME", ""}, {"XDG_CONFIG_DIRS", "one:two"}},
-         L"/h/.local/share/App",
-         L"/h/.config/App",
-         L"/etc/xdg/App"},
+         L"/h/.local/share/App /h/.config/App /etc/xdg/App"},
         {{{"XDG_DATA_HOME", "/d"}, {"MW_DATA_DIR", "/md"}, {"MW_CONFIG_DIR", "/mc"}, {"MW_MACHINE_CONFIG_DIR", "/mm"}},
-         L"/md/App",
-         L"/mc/App",
-         L"/mm/App"},
+         L"/md/App /mc/App /mm/App"},
     };
-    for (const PathCase& c : cases)
+    for (const auto& [values, paths] : cases)
     {
-        const Environment environment = only(c.environment);
-        EXPECT_EQ(OS().desktop().getUserDataPath(L"App"), c.data);
-        EXPECT_EQ(OS().desktop().getUserConfigPath(L"App"), c.config);
-        EXPECT_EQ(OS().desktop().getMachineConfigPath(L"App"), c.machine);
+        const Environment environment = only(values);
+        iDesktop& desktop = OS().desktop();
+        EXPECT_EQ(desktop.getUserDataPath(L"App") + L" " + desktop.getUserConfigPath(L"App") + L" " +
+                      desktop.getMachineConfigPath(L"App"),
+                  paths);
     }
     const Environment bare = only({});
     EXPECT_TRUE(OS().desktop().getUserDataPath(L"App").endsWith(L"/.local/share/App"));

@@ -1,13 +1,11 @@
 #include "Mw/Exception.h"
 #include "OS/Debugger.h"
 #include "OS/SystemInfo.h"
-#include "OS/Windowing.h"
 #include "OS/testing/TestClock.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <string>
 #include <sys/mman.h>
@@ -23,11 +21,11 @@ __attribute__((noinline)) void fail(int)
     throw Mw::Exception::RuntimeError("broken", "tests/Services", 1);
 }
 
-Mw::StackTrace of(int number)
+Mw::StackTrace taken()
 {
     try
     {
-        fail(number);
+        fail(1);
     }
     catch (const Mw::Exception::RuntimeError& error)
     {
@@ -38,36 +36,32 @@ Mw::StackTrace of(int number)
 
 } // namespace trace
 
-TEST(StackTrace, namesFunctionFileAndLineFromTheInnermostOut)
+TEST(StackTrace, namesFunctionFileAndLineFromTheInnermostOutInEveryThread)
 {
-    const Mw::StackTrace stack = trace::of(1);
-    ASSERT_GT(stack.size(), 3u);
-    const std::string first = stack[0].c_str();
-    EXPECT_TRUE(first.starts_with("Mw::Exception::RuntimeError::RuntimeError(char const*, char const*, int) at "))
-        << first;
-    EXPECT_NE(first.find("Mw/Exception.cpp:"), first.npos) << first;
-    const std::string second = stack[1].c_str();
-    EXPECT_TRUE(second.starts_with("trace::fail(int) at ")) << second;
-    EXPECT_NE(second.find("tests/platform/Services.cpp:"), second.npos) << second;
-    bool mainSeen = false;
-    for (const LightweightString<char>& line : stack)
-        mainSeen |= line.startsWith("main at ");
-    EXPECT_TRUE(mainSeen);
+    const auto expectPlaces = [](const Mw::StackTrace& stack)
+    {
+        ASSERT_GT(stack.size(), 3u);
+        EXPECT_TRUE(
+            stack[0].startsWith("Mw::Exception::RuntimeError::RuntimeError(char const*, char const*, int) at "));
+        EXPECT_NE(stack[0].find("Mw/Exception.cpp:"), Mw::StackTrace::value_type::npos) << stack[0];
+        EXPECT_TRUE(stack[1].startsWith("trace::fail(int) at ")) << stack[1];
+        EXPECT_NE(stack[1].find("tests/platform/Services.cpp:"), Mw::StackTrace::value_type::npos) << stack[1];
+    };
+    const Mw::StackTrace stack = trace::taken();
+    expectPlaces(stack);
+    EXPECT_TRUE(std::ranges::any_of(stack, [](const auto& line) { return line.startsWith("main at "); }));
+
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back(
+            [&]
+            {
+                for (int round = 0; round < 20; ++round)
+                    expectPlaces(trace::taken());
+            });
 }
 
 #if defined(__x86_64__)
-
-namespace
-{
-
-Mw::StackTrace taken;
-
-void take()
-{
-    OS().debugger().getStackTrace(taken);
-}
-
-} // namespace
 
 // Through code that no module holds: a page that calls the function it is given.
 TEST(StackTrace, showsTheAddressWhereNothingIsKnown)
@@ -78,33 +72,16 @@ TEST(StackTrace, showsTheAddressWhereNothingIsKnown)
     ASSERT_NE(page, MAP_FAILED);
     std::memcpy(page, code, sizeof code);
     ASSERT_EQ(::mprotect(page, 4096, PROT_READ | PROT_EXEC), 0);
-    reinterpret_cast<void (*)(void (*)())>(page)(take);
+    static Mw::StackTrace taken;
+    reinterpret_cast<void (*)(void (*)())>(page)([] { OS().debugger().getStackTrace(taken); });
 
     char address[32];
     std::snprintf(address, sizeof address, "0x%zx", reinterpret_cast<std::size_t>(page) + returnOffset - 1);
     EXPECT_EQ(std::count(taken.begin(), taken.end(), address), 1);
-    taken.clear();
     ::munmap(page, 4096);
 }
 
 #endif
-
-TEST(StackTrace, canBeTakenByManyThreadsAtOnce)
-{
-    const std::string expected = trace::of(0)[1].c_str();
-    std::atomic<int> wrong = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back(
-            [&]
-            {
-                for (int round = 0; round < 20; ++round)
-                    wrong += trace::of(round)[1].c_str() != expected;
-            });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(wrong, 0);
-}
 
 TEST(Debugger, clocksRunForwardAndATestCanMoveThem)
 {
@@ -112,8 +89,7 @@ TEST(Debugger, clocksRunForwardAndATestCanMoveThem)
     const double before = debugger.getTimeMs();
     EXPECT_GE(debugger.getPreciseTimeMs(), before);
     // Wall time in microseconds: later than 2020, before 2200.
-    EXPECT_GT(debugger.getClock(), 1.577e15);
-    EXPECT_LT(debugger.getClock(), 7.258e15);
+    EXPECT_TRUE(debugger.getClock() > 1.577e15 && debugger.getClock() < 7.258e15) << debugger.getClock();
 
     TestClock clock(5);
     const OSReplacement<iDebugger> replaced(clock);
@@ -123,16 +99,6 @@ TEST(Debugger, clocksRunForwardAndATestCanMoveThem)
     EXPECT_DOUBLE_EQ(OS().debugger().getClock() - wall, 2500);
     EXPECT_EQ(OS().debugger().widen("caf\xC3\xA9!", 5), L"caf\u00E9");
     EXPECT_EQ(OS().debugger().widen(nullptr, 0xFFFFFFFFu), L"");
-}
-
-TEST(Windowing, modifiersAreTheKeysThatAreDownOfTheFour)
-{
-    iWindowing& windowing = OS().windowing();
-    for (const int key : {0x2000000, 0x100000, 27})
-        windowing.setKeyDown(key, true);
-    windowing.setKeyDown(0x2000000, false);
-    EXPECT_TRUE(windowing.isKeyDown(27));
-    EXPECT_EQ(windowing.getKeyboardModifiers(), 0x100000);
 }
 
 TEST(SystemInfo, tellsOfTheMachine)
