@@ -6,7 +6,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <linux/filter.h>
@@ -35,13 +34,6 @@ Event manual(bool set = false)
     return threads().createEvent(iThreadEvent::eManualReset, set);
 }
 
-// The threads that sleep would never end, nor could the test.
-[[noreturn]] void wakeUpLost(int round)
-{
-    std::fprintf(stderr, "a wake-up was lost in round %d\n", round);
-    std::abort();
-}
-
 // Waits for one of several events in both ways: the system's call takes up to 128 events, more take the way
 // of kernels that lack it.
 class EventWaits : public testing::TestWithParam<const char*>
@@ -59,53 +51,41 @@ protected:
 INSTANTIATE_TEST_SUITE_P(, EventWaits, testing::Values("systemCall", "record"),
                          [](const auto& way) { return way.param; });
 
-// Two threads that compete in a bounded number of rounds, each doing its work once a round. How far they
-// get before the round's events are set differs from round to round.
-class Rounds
+using AwaitDone = std::function<void(int times)>;
+
+// Rounds in which two threads each do their work once, and this one plays against them. How far they get
+// before it does differs from round to round.
+void compete(const std::function<void(int)>& one, const std::function<void(int)>& other,
+             const std::function<void(int round, const AwaitDone&)>& play)
 {
-public:
-    Rounds(std::function<void(int)> one, std::function<void(int)> other)
-        : one_([this, one] { play(one, *gates_[0]); }), other_([this, other] { play(other, *gates_[1]); })
+    constexpr int rounds = 2000;
+    const Event gates[] = {automatic(), automatic()};
+    const auto done = threads().createSemaphore(0);
+    Crowd crowd(2,
+                [&](int i)
+                {
+                    for (int round = 1; round <= rounds; ++round)
+                    {
+                        gates[i]->wait();
+                        (i == 0 ? one : other)(round);
+                        done->release();
+                    }
+                });
+    for (int round = 1; round <= rounds; ++round)
     {
-    }
-
-    bool next()
-    {
-        if (++round_ > count)
-            return false;
-        for (const Event& gate : gates_)
+        for (const Event& gate : gates)
             gate->set();
-        for (int pause = round_ % 16; pause > 0; --pause)
+        for (int pause = round % 16; pause > 0; --pause)
             threads().yield();
-        return true;
+        play(round,
+             [&](int times)
+             {
+                 for (; times > 0; --times)
+                     if (!done->acquire(patienceMs))
+                         std::abort(); // a wake-up was lost: the threads that sleep would never end
+             });
     }
-    void awaitDone(int times)
-    {
-        for (; times > 0; --times)
-            if (!done_->acquire(patienceMs))
-                wakeUpLost(round_);
-    }
-    int round() const { return round_; }
-
-private:
-    static constexpr int count = 2000;
-
-    void play(const std::function<void(int)>& work, iThreadEvent& gate)
-    {
-        for (int round = 1; round <= count; ++round)
-        {
-            gate.wait();
-            work(round);
-            done_->release();
-        }
-    }
-
-    int round_ = 0;
-    const Event gates_[2] = {automatic(), automatic()};
-    const Mw::Ptr<iSemaphore> done_ = threads().createSemaphore(0);
-    Runner one_;
-    Runner other_;
-};
+}
 
 } // namespace
 
@@ -118,8 +98,6 @@ TEST_P(EventWaits, giveTheFirstThatIsSetAndTakeNoOther)
     events[2]->reset();
     events[3]->set(); // which it is
     EXPECT_EQ(waitForAny(events, 0), 3);
-    events[3]->set();
-    events[3]->reset();
     EXPECT_EQ(waitForAny(events, 0), iThreadMgr::waitTimedOut);
 }
 
@@ -137,7 +115,7 @@ TEST_P(EventWaits, passOnAWakeUpThatTheyDoNotUse)
 {
     const Event first = automatic(), second = automatic();
     int payload = 0; // plain: the events alone order its accesses
-    Rounds rounds(
+    compete(
         [&](int round)
         {
             if (waitForAny({first, second}, -1) == 1) // both were set between a look at the one and the other
@@ -151,14 +129,14 @@ TEST_P(EventWaits, passOnAWakeUpThatTheyDoNotUse)
         {
             EXPECT_EQ(waitForAny({second}, -1), 0);
             EXPECT_EQ(payload, round);
+        },
+        [&](int round, const AwaitDone& awaitDone)
+        {
+            payload = round;
+            first->set();
+            second->set();
+            awaitDone(2);
         });
-    while (rounds.next())
-    {
-        payload = rounds.round();
-        first->set();
-        second->set();
-        rounds.awaitDone(2);
-    }
 }
 
 TEST_P(EventWaits, takeEachSettingOnce)
@@ -176,7 +154,7 @@ TEST_P(EventWaits, takeEachSettingOnce)
         events[0]->set();
         events[1]->set();
         if (!done->acquire(patienceMs) || !done->acquire(patienceMs))
-            wakeUpLost(i);
+            std::abort(); // nor would the takers end
     }
     EXPECT_FALSE(done->acquire(0)) << "two threads took one setting";
     events[2]->set();
@@ -199,15 +177,19 @@ TEST(EventWaitForAll, takesAllTogetherOrNone)
 TEST(EventWaitForAll, passesOnAWakeUpThatIsNotEnough)
 {
     const Event left = automatic(), right = automatic();
-    Rounds rounds([&](int) { threads().waitForEvents({left, right}, true, -1); }, [&](int) { left->wait(-1); });
-    while (rounds.next())
-    {
-        left->set();
-        rounds.awaitDone(1);
-        left->set();
-        right->set();
-        rounds.awaitDone(1);
-    }
+    compete(
+        [&](int) {
+            threads().waitForEvents({left, right}, true, -1);
+        },
+        [&](int) { left->wait(-1); },
+        [&](int, const AwaitDone& awaitDone)
+        {
+            left->set();
+            awaitDone(1);
+            left->set();
+            right->set();
+            awaitDone(1);
+        });
 }
 
 // A waiter that goes on may drop the event while the thread that set it is still on its way out.
@@ -226,10 +208,9 @@ TEST(ThreadEvent, canBeDestroyedByTheWaiterAtOnce)
         });
     for (int i = 0; i < 1000; ++i)
     {
-        Event event = automatic();
+        const Event event = automatic();
         handed = event.get();
-        ASSERT_EQ(event->wait(patienceMs), iThreadEvent::eWaitSuccess);
-        event.reset();
+        EXPECT_EQ(event->wait(patienceMs), iThreadEvent::eWaitSuccess);
     }
     stop = true;
 }
