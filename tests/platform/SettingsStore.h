@@ -21,8 +21,6 @@ struct Holder
     {
     }
     ~Holder() { sqlite3_close(database); }
-    Holder(const Holder&) = delete;
-    Holder& operator=(const Holder&) = delete;
 
     sqlite3* database = nullptr;
     const int code;
@@ -36,6 +34,7 @@ protected:
     ~SettingsStore() override { OS().setMessageFunction(before_); }
 
     std::filesystem::path file() const { return folder_.path() / "application" / "settings.sqlite"; }
+    std::filesystem::path beside(const char* ending) const { return file().string() + ending; }
     Mw::Ptr<iSettings> open() const { return Mw::openSettingsFile(TempFolder::wideOf(file().string())); }
 
     static std::string get(const Mw::Ptr<iSettings>& store, const char* key, const char* section = "")
@@ -46,27 +45,19 @@ protected:
     std::string stored(const char* key) const { return get(open(), key); }
     void put(const char* key, const char* value) const { ASSERT_EQ(open()->setValue(key, value, ""), 0); }
 
-    std::string bytes(const std::filesystem::path& path) const
+    static std::string bytes(const std::filesystem::path& path)
     {
         std::ifstream in(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    void setBytes(const std::filesystem::path& path, const std::string& text) const
+    static void setBytes(const std::filesystem::path& path, const std::string& text)
     {
+        std::filesystem::create_directories(path.parent_path());
         std::ofstream(path, std::ios::binary) << text;
     }
-    std::filesystem::path beside(const char* ending) const { return file().string() + ending; }
 
-    // What the test's process does in a child, which ends by itself or by a signal: its wait status. The child
-    // passes for a process of its own, which is sound while its parent has no store open.
-    template <class Work>
-    static int inChild(Work work)
-    {
-        const pid_t child = begin(work);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return status;
-    }
+    // What the test's process does in a child, which ends by itself or by a signal. The child passes for a
+    // process of its own, which is sound while its parent has no store open.
     template <class Work>
     static pid_t begin(Work work)
     {
@@ -78,6 +69,12 @@ protected:
             ::_exit(testing::Test::HasFailure() ? 1 : 0);
         }
         return child;
+    }
+    static int statusOf(pid_t child)
+    {
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return status;
     }
 
     static inline std::vector<std::string> theMessages;

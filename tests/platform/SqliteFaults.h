@@ -24,8 +24,18 @@ public:
     {
         current_ = this;
         layer_.zName = "faults";
-        layer_.xOpen = open;
-        layer_.xDelete = remove;
+        layer_.xOpen = [](sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
+        {
+            file->pMethods = nullptr;
+            const int code = pass([&] { return current_->real_->xOpen(current_->real_, name, file, flags, outFlags); },
+                                  SQLITE_CANTOPEN, false);
+            if (code == SQLITE_OK)
+                file->pMethods = methodsOver(file->pMethods);
+            return code;
+        };
+        layer_.xDelete = [](sqlite3_vfs*, const char* name, int) {
+            return pass([&] { return current_->real_->xDelete(current_->real_, name, 0); }, SQLITE_IOERR_DELETE, false);
+        };
         layer_.xGetLastError = [](sqlite3_vfs*, int, char*) { return current_->failed_ ? EIO : errno; };
         sqlite3_vfs_register(&layer_, 1);
     }
@@ -66,20 +76,6 @@ private:
         if (current_->action_ == eKill)
             ::kill(::getpid(), SIGKILL);
         return current_->action_ == eBusyFromThenOn ? SQLITE_BUSY : failure;
-    }
-
-    static int open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
-    {
-        file->pMethods = nullptr;
-        const int code = pass([&] { return current_->real_->xOpen(current_->real_, name, file, flags, outFlags); },
-                              SQLITE_CANTOPEN, false);
-        if (code == SQLITE_OK)
-            file->pMethods = methodsOver(file->pMethods);
-        return code;
-    }
-    static int remove(sqlite3_vfs*, const char* name, int)
-    {
-        return pass([&] { return current_->real_->xDelete(current_->real_, name, 0); }, SQLITE_IOERR_DELETE, false);
     }
 
     // The file's own methods, with those that are watched in their place. A journal has others for locks and

@@ -152,18 +152,15 @@ TEST_F(Threads, endAfterTheirLocalObjects)
 
 TEST_F(Threads, runOnWhenTheirHandleIsDropped)
 {
-    static Mw::Ptr<iThreadEvent> go, done;
-    go = threads().createEvent(iThreadEvent::eAutoReset);
-    done = threads().createEvent(iThreadEvent::eAutoReset);
-    const auto work = [](void*)
+    const auto done = threads().createSemaphore(0);
+    const auto work = [](void* semaphore)
     {
-        go->wait();
-        done->set();
+        threads().yield();
+        static_cast<iSemaphore*>(semaphore)->release();
         return iThread::eExecOK;
     };
-    threads().createThread({work, nullptr, 0, "dropped"});
-    go->set();
-    EXPECT_EQ(done->wait(20'000), iThreadEvent::eWaitSuccess);
+    threads().createThread({work, done.get(), 0, "dropped"});
+    EXPECT_TRUE(done->acquire(20'000));
 }
 
 TEST_F(Threads, canBeBoundToAProcessor)
@@ -171,13 +168,15 @@ TEST_F(Threads, canBeBoundToAProcessor)
     const auto go = threads().createEvent(iThreadEvent::eAutoReset);
     Runner runner([&] { go->wait(); });
     const int here = std::min(::sched_getcpu(), 30); // a bit of an int
-    EXPECT_TRUE(runner->setAffinity(1 << here));
-    cpu_set_t bound;
-    ::sched_getaffinity(static_cast<pid_t>(runner->threadId()), sizeof bound, &bound);
-    EXPECT_TRUE(CPU_COUNT(&bound) == 1 && CPU_ISSET(here, &bound));
-    EXPECT_TRUE(runner->setAffinity(0));
-    ::sched_getaffinity(static_cast<pid_t>(runner->threadId()), sizeof bound, &bound);
-    EXPECT_GE(static_cast<unsigned>(CPU_COUNT(&bound)), threads().processorCount());
+    const auto bound = [&](int processors)
+    {
+        EXPECT_TRUE(runner->setAffinity(processors));
+        cpu_set_t set;
+        ::sched_getaffinity(static_cast<pid_t>(runner->threadId()), sizeof set, &set);
+        return std::pair(CPU_COUNT(&set), CPU_ISSET(here, &set) != 0);
+    };
+    EXPECT_EQ(bound(1 << here), std::pair(1, true));
+    EXPECT_GE(static_cast<unsigned>(bound(0).first), threads().processorCount());
     go->set();
 }
 
