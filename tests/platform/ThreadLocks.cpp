@@ -3,7 +3,9 @@
 #include "Mw/Assert.h"
 #include "OS/RecursiveLock.h"
 
+#include <barrier>
 #include <cstdio>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 using namespace test;
@@ -67,20 +69,34 @@ TEST(Mutex, isReleasedByItsOwnerOnly)
     EXPECT_EQ(section->owner(), 0u);
 }
 
+// One unit for each thread and round: a lost wake-up would leave one of them asleep.
 TEST(Semaphore, givesEveryUnitToOneThreadAndStopsAtItsLimit)
 {
-    const auto semaphore = threads().createSemaphore(1);
+    const auto semaphore = threads().createSemaphore(1), taken = threads().createSemaphore(0);
+    constexpr int rounds = 1000;
+    std::barrier together(4);
+    EXPECT_TRUE(semaphore->acquire(0));
     {
         Crowd takers(3,
                      [&](int)
                      {
-                         for (int i = 0; i < 3000;)
-                             i += semaphore->acquire(i % 2 == 0 ? -1 : 1) ? 1 : 0;
+                         for (int i = 0; i < rounds; ++i)
+                         {
+                             while (!semaphore->acquire(i % 2 == 0 ? -1 : 1))
+                                 threads().yield();
+                             taken->release();
+                             together.arrive_and_wait();
+                         }
                      });
-        for (int i = 0; i < 3000; ++i)
+        for (int i = 0; i < rounds; ++i)
+        {
             semaphore->release(3);
+            for (int thread = 0; thread < 3; ++thread)
+                if (!taken->acquire(20'000))
+                    std::abort(); // nor would the takers end
+            together.arrive_and_wait();
+        }
     }
-    EXPECT_TRUE(semaphore->acquire(0));
     EXPECT_FALSE(semaphore->acquire(0) || semaphore->acquire(1));
     for (int i = 0; i < 4; ++i)
         semaphore->release(0x7FFFFFFF);
