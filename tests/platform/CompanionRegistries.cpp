@@ -2,6 +2,7 @@
 #include "libmw/Shutdown.h"
 #include "libmw/Splat.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <gtest/gtest.h>

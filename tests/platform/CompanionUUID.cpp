@@ -61,15 +61,8 @@ TEST(UUID, everyCharacterAtEveryPlaceIsReadOrRefused)
     EXPECT_FALSE(Mw::UUID("00000000-0000-0000-0000-000000000000").valid());
     buffer[0] = L'\x10030'; // a digit in its lowest bits
     EXPECT_FALSE(Mw::UUID(buffer).valid());
-}
-
-TEST(UUID, orderIsThatOfTheWordsAndOfTheTexts)
-{
-    const Mw::UUID ordered[] = {Mw::UUID(), Mw::UUID({0, 1, 0, 0}), Mw::UUID({9, 0, 0, 0}), Mw::UUID({10, 0, 0, 0}),
-                                Mw::UUID({0x80000000u, 0, 0, 0})};
-    for (const Mw::UUID& a : ordered)
-        for (const Mw::UUID& b : ordered)
-            EXPECT_TRUE((a < b) == (&a < &b) && (text(a) < text(b)) == (a < b)) << text(a) << text(b);
+    EXPECT_TRUE(Mw::UUID({1, 2, 0, 0}) < Mw::UUID({1, 256, 0, 0}) &&
+                Mw::UUID({9, 0, 0, 0}) < Mw::UUID({1u << 31, 0, 0, 0}));
 }
 
 TEST(UUID, parentAndForkedChildMakeDifferentRandomOnes)

@@ -93,7 +93,7 @@ TEST_F(Settings, othersChangesAreSeenAfterFiftyMillisecondsAndNoCallIsMadeBefore
     EXPECT_EQ(stored("a") + stored("b"), "(none)3");
 }
 
-TEST_F(Settings, anEqualValueWritesNothing)
+TEST_F(Settings, anEqualValueWritesNothingUnlessAnotherHasWrittenOver)
 {
     SqliteFaults layer;
     const Mw::Ptr<iSettings> one = open();
@@ -101,7 +101,6 @@ TEST_F(Settings, anEqualValueWritesNothing)
     layer.at(0);
     EXPECT_EQ(one->apply({{"a", "", "1"}, {"b", "", std::nullopt}}), iSettings::eStored);
     EXPECT_EQ(layer.writes(), 0);
-    // Equal to what another has written over is not equal.
     put("a", "2");
     EXPECT_EQ(one->setValue("a", "1", ""), iSettings::eStored);
     EXPECT_EQ(stored("a"), "1");

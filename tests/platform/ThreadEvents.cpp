@@ -106,7 +106,7 @@ TEST_P(EventWaits, endAtTheirTimeAndNotBefore)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(waitForAny({automatic(), manual()}, 3), iThreadMgr::waitTimedOut);
     EXPECT_EQ(automatic()->wait(3), iThreadEvent::eWaitTimeout);
-    EXPECT_FALSE(threads().waitForEvents({manual(true), manual()}, true, 3) == 0);
+    EXPECT_NE(threads().waitForEvents({manual(true), manual()}, true, 3), 0);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(9));
 }
 

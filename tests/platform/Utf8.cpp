@@ -4,7 +4,6 @@
 
 #include <iterator>
 #include <map>
-#include <random>
 #include <set>
 #include <string>
 #include <utf8.h>
@@ -131,16 +130,6 @@ TEST(Utf8, everyCharacterGoesThereAndBack)
         }
     EXPECT_TRUE(narrowed(all) == bytes);
     EXPECT_TRUE(widened(bytes) == all);
-
-    std::mt19937 random(20);
-    for (int round = 0; round < 2000; ++round)
-    {
-        const std::size_t length = random() % 3000;
-        std::wstring text(length, L'a');
-        for (std::size_t changes = random() % 200; length != 0 && changes != 0; --changes)
-            text[random() % length] = all[random() % all.size()];
-        ASSERT_TRUE(widened(narrowed(text)) == text);
-    }
 }
 
 TEST(Utf8, whatIsNoCharacterNarrowsToTheReplacement)
