@@ -116,6 +116,26 @@ void TagMarkerTable::init()
         clear();
 }
 
+// Markers and objects lie all over the memory: those of the next slots are on their way while one is in hand.
+void TagMarkerTable::askAhead(const std::vector<Mw::Ptr<TagMarker>>& markers, std::size_t slot)
+{
+    constexpr std::size_t markersAhead = 16;
+    constexpr std::size_t objectsAhead = 8;
+    constexpr std::size_t lineBytes = 64;
+    constexpr std::size_t linesOfMarker = 2;
+    constexpr std::size_t linesOfObject = 4; // whose size nobody knows
+    const auto ask = [](const void* place, std::size_t lines)
+    {
+        for (std::size_t line = 0; line < lines; ++line)
+            __builtin_prefetch(
+                reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(place) + line * lineBytes));
+    };
+    const std::size_t last = markers.size() - 1;
+    ask(markers[std::min(slot + markersAhead, last)].get(), linesOfMarker);
+    if (const TagMarker* const next = markers[std::min(slot + objectsAhead, last)].get())
+        ask(next->object_.get(), linesOfObject);
+}
+
 bool TagMarkerTable::refuses(const char* function) const
 {
     if (busy_ != 0)
@@ -139,12 +159,16 @@ void TagMarkerTable::clear()
     idMap_.clear();
     idBlocks_.release();
     gaps_ = 0;
-    for (const Mw::Ptr<TagMarker>& marker : std::exchange(markers_, {}))
-        if (marker)
+    std::vector<Mw::Ptr<TagMarker>> markers = std::exchange(markers_, {});
+    for (std::size_t slot = 0; slot < markers.size(); ++slot)
+    {
+        askAhead(markers, slot);
+        if (const Mw::Ptr<TagMarker> marker = std::move(markers[slot]))
         {
             marker->slot_ = TagMarker::noSlot;
             marker->detach();
         }
+    }
 }
 
 Path TagMarkerTable::fileName() const
@@ -567,26 +591,6 @@ StreamFile* TagMarkerTable::fileToRead()
     return file_;
 }
 
-// Markers and objects lie all over the memory: those of the next slots are on their way while one is written.
-void TagMarkerTable::askAhead(std::size_t slot) const
-{
-    constexpr std::size_t markersAhead = 16;
-    constexpr std::size_t objectsAhead = 8;
-    constexpr std::size_t lineBytes = 64;
-    constexpr std::size_t linesOfMarker = 2;
-    constexpr std::size_t linesOfObject = 4; // whose size nobody knows
-    const auto ask = [](const void* place, std::size_t lines)
-    {
-        for (std::size_t line = 0; line < lines; ++line)
-            __builtin_prefetch(
-                reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(place) + line * lineBytes));
-    };
-    const std::size_t last = markers_.size() - 1;
-    ask(markers_[std::min(slot + markersAhead, last)].get(), linesOfMarker);
-    if (const TagMarker* const next = markers_[std::min(slot + objectsAhead, last)].get())
-        ask(next->object_.get(), linesOfObject);
-}
-
 template <class Sink>
 bool TagMarkerTable::forEachStored(Sink&& sink)
 {
@@ -594,7 +598,7 @@ bool TagMarkerTable::forEachStored(Sink&& sink)
     auto bytes = uncovered_.cbegin();
     for (std::size_t slot = 0; slot < markers_.size(); ++slot)
     {
-        askAhead(slot);
+        askAhead(markers_, slot);
         TagMarker* const marker = markers_[slot].get();
         if (marker == nullptr || (marker->length_ == 0 && !marker->object_))
             continue;

@@ -214,7 +214,7 @@ private:
     const TagTypeId& shared(const LightweightString<char>& kind);
 
     // Has the processor fetch what the slots behind this one need.
-    void askAhead(std::size_t slot) const;
+    static void askAhead(const std::vector<Mw::Ptr<TagMarker>>& markers, std::size_t slot);
     // Hands the pieces of the next file to a SwapRewrite or SwapComparison. False at the first that gives false.
     template <class Sink>
     bool forEachStored(Sink&& sink);
