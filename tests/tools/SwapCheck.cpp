@@ -76,7 +76,6 @@ TEST_F(SwapCheck, readsOnBehindDamageAndSalvagesTheRest)
     EXPECT_EQ(bytesOf("out"), shot + clip);
     EXPECT_EQ(run(clip, "--salvage out"), 2);
     EXPECT_NE(output_.find("swapcheck: out: the file exists\n"), std::string::npos);
-    EXPECT_EQ(bytesOf("out"), shot + clip);
     // OUT is written by way of OUT.TMP.
     std::remove(file("out").c_str());
     std::ofstream(file("out.TMP")) << shot;
@@ -88,9 +87,6 @@ TEST_F(SwapCheck, tellsWhatCannotBeRead)
 {
     EXPECT_EQ(run("no object"), 2);
     EXPECT_EQ(run(shot.substr(0, 84)), 2);
-    EXPECT_EQ(run(clip, "another"), 2);
-    EXPECT_EQ(run(clip, "--salvage"), 2);
-    std::remove(file("swap").c_str());
-    const std::string command = "'" SWAPCHECK "' '" + file("none") + "' >/dev/null 2>&1";
-    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 2);
+    for (const char* const arguments : {"another", "--salvage", "none #"})
+        EXPECT_EQ(run(clip, arguments), 2) << arguments;
 }
