@@ -10,9 +10,7 @@
 #include <string>
 
 // Directories of a test program's own for settings, data and projects, and machine number 5, so that nothing
-// reaches those of whoever runs it. One file of a program registers it:
-//
-//     const auto* const home = testing::AddGlobalTestEnvironment(new TestHome);
+// reaches those of whoever runs it. A program has them that includes this in one file.
 class TestHome : public testing::Environment
 {
 public:
@@ -42,3 +40,5 @@ public:
         std::ofstream(directory / "machine.num") << number;
     }
 };
+
+inline const testing::Environment* const testHome = testing::AddGlobalTestEnvironment(new TestHome);

@@ -1,8 +1,0 @@
-#include "platform/TestHome.h"
-
-namespace
-{
-
-[[maybe_unused]] const auto* const home = testing::AddGlobalTestEnvironment(new TestHome);
-
-} // namespace
