@@ -84,7 +84,7 @@ TEST_F(Console, recordsNothingWhileItIsOff)
 TEST_F(Console, textEndsAtTheEdgeAndOutsideIsLeftAlone)
 {
     EXPECT_EQ(row(0), "          ");
-    herc_putstr(7, 2, "abcdef");
+    herc_putstr(7, 2, ("abc" + std::string(100, 'x')).c_str());
     herc_printf(0, 0, "%d%%", 50);
     herc_putc(9, 5, 'z');
     herc_status_write(2, "reel %s", "A1");

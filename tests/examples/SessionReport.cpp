@@ -18,6 +18,7 @@ TEST(SessionReport, isRefusedForAnotherSession)
         {"cookie", [](EditList& other) { other.events.back().cookie = video_black; }},
         {"edits", [](EditList& other) { other.events.back().edits.emplace_back(); }},
         {"reel", [](EditList& other) { other.events.back().edits[0].reel += "x"; }},
+        {"count", [](EditList& other) { other.events.back().edits[0].record.dropFrame = true; }},
         {"source", [](EditList& other) { ++other.events.back().edits[0].source.in; }},
         {"record", [](EditList& other) { ++other.events.back().edits[0].record.length; }}};
     for (const auto& [what, change] : changes)
