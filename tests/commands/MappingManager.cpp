@@ -368,6 +368,15 @@ TEST_F(Mappings, aKeyOfTwoActionsGoesToTheOther)
     EXPECT_EQ(shared.lookup('x', 0), 1);
 }
 
+// Actions with one output share the stored difference.
+TEST_F(Mappings, aKeyThatOneOfTwoEqualActionsKeepsIsKept)
+{
+    const unsigned client = indexOf(*b_);
+    EXPECT_TRUE(manager().addToKeyMap(client, 0, 'y') && manager().addToKeyMap(client, 3, 'y'));
+    EXPECT_TRUE(manager().removeFromKeyMap(client, 0, 'y'));
+    EXPECT_EQ(stored(), (Stored{{"B:0x0005:0x0079::::", "true"}}));
+}
+
 TEST(BuiltInMappers, areThereBeforeMain)
 {
     EXPECT_TRUE(manager().client(0) == &ConsoleMapper() && manager().client(1) == &TextEditingMapper());
