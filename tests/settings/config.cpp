@@ -1,8 +1,6 @@
 #include "misc/settings/config.h"
 
 #include "OS/FileMgr.h"
-#include "misc/identity/Cookie.h"
-#include "misc/threads/ServiceLock.h"
 #include "platform/Environment.h"
 #include "settings/Support.h"
 
@@ -15,60 +13,25 @@ namespace
 
 using Config = Settings;
 
-// What the program does instead of tests, before main and after it, when a test starts it with this in the
-// environment: it asks for the settings for the first time.
-constexpr char childWork[] = "MW_TEST_WORK";
-
-void readBesideALegacyFile()
-{
-    SetLogOutput(stderr);
-    const int first = config_int("a", 1);
-    const bool stored = GlobalConfig().setValue("a", 7, "") == 0;
-    const int second = config_int("a", 1);
-    service_init();
-    GlobalConfig().setValue("disable_pin", 4, "");
-    service_init();
-    std::fprintf(stderr, "%d %d %d %d\n", first, stored, second, service_disable_pin());
-}
+// What the program does before main and after it when a test starts it with this in the environment: it asks for the
+// settings for the first time.
+constexpr char isChild[] = "MW_TEST_SETTINGS";
 
 struct Child
 {
-    const std::string work = std::getenv(childWork) != nullptr ? std::getenv(childWork) : "";
+    const bool isOne = std::getenv(isChild) != nullptr;
 
     Child()
     {
-        if (work == "early")
+        if (isOne)
             UserConfig().setValue("seen", UserConfig().getValue("early", 0, "s") + 1, "s");
-        if (work == "legacy")
-            readBesideALegacyFile();
     }
     ~Child()
     {
-        if (work == "early")
+        if (isOne)
             UserConfig().setValue("late", UserConfig().getValue("seen", 0, "s") + 1, "s");
     }
 } const child;
-
-// A directory of this program's own below the folder of the test, and what such a process says on standard error.
-class ConfigProcess : public testing::Test
-{
-protected:
-    std::string run(const std::string& work) const
-    {
-        const std::string folder = folder_.path();
-        const Environment environment{
-            {{"MW_CONFIG_DIR", folder}, {"MW_MACHINE_CONFIG_DIR", folder + "/machine"}, {childWork, work}}};
-        const std::string program = toUTF8(OS().fileMgr().executablePath()).c_str();
-        std::FILE* const pipe = ::popen(("'" + program + "' --gtest_list_tests 2>&1 >/dev/null").c_str(), "r");
-        std::string said(4096, ' ');
-        said.resize(std::fread(said.data(), 1, said.size(), pipe));
-        EXPECT_EQ(::pclose(pipe), 0);
-        return said;
-    }
-
-    const TempFolder folder_;
-    const std::filesystem::path directory_ = folder_.path() / toUTF8(OS().fileMgr().getApplicationName()).c_str();
-};
 
 } // namespace
 
@@ -143,20 +106,15 @@ TEST_F(Config, initReadsOneTableWhole)
     EXPECT_EQ(config_init("/none"), 0) << "a table stands";
 }
 
-TEST_F(ConfigProcess, legacyFileBeatsTheStoreToItsEnd)
+TEST(ConfigProcess, settingsWorkBeforeMainAndAfterIt)
 {
-    std::filesystem::create_directory(directory_);
-    std::ofstream(directory_ / "config.dat") << "{\na:int 5\ndisable_pin 3\n}\n";
-    const std::string said = run("legacy");
-    const std::string line = ": Default overridden: a = 5 (dflt 1)\n";
-    EXPECT_NE(said.find(line), said.rfind(line)) << said;
-    EXPECT_TRUE(said.ends_with("\n5 1 5 3\n")) << said;
-}
-
-TEST_F(ConfigProcess, settingsWorkBeforeMainAndAfterIt)
-{
-    const auto open = [&] { return Mw::openSettingsFile(TempFolder::wideOf(directory_ / "userconfig.dat.sqlite")); };
+    const TempFolder folder;
+    const std::string directory = folder.path() / toUTF8(OS().fileMgr().getApplicationName()).c_str();
+    const auto open = [&] { return Mw::openSettingsFile(TempFolder::wideOf(directory + "/userconfig.dat.sqlite")); };
     ASSERT_EQ(open()->setValue("early", "5", "s"), iSettings::eStored);
-    EXPECT_EQ(run("early"), "");
+    const Environment environment{
+        {{"MW_CONFIG_DIR", folder.path()}, {"MW_MACHINE_CONFIG_DIR", folder.path()}, {isChild, "1"}}};
+    const std::string program = toUTF8(OS().fileMgr().executablePath()).c_str();
+    EXPECT_EQ(std::system(("'" + program + "' --gtest_list_tests >/dev/null").c_str()), 0);
     EXPECT_EQ(open()->getValue("seen", "", "s") + open()->getValue("late", "", "s"), "67");
 }
