@@ -4,6 +4,7 @@
 #include "OS/ThreadId.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 // A lock that the thread which holds it may enter again: the core of CriticalSection, iCriticalSection
@@ -46,7 +47,13 @@ public:
             --depth_;
             return;
         }
-        if ((word_.exchange(0, std::memory_order_release) & contended) != 0) [[unlikely]]
+        const std::atomic<std::uint32_t>& sleepers = slots_[slotOf(this)].sleepers;
+        if (sleepers.load(std::memory_order_relaxed) != 0) [[unlikely]]
+            return leaveWatched();
+        // Whoever goes to sleep sees to it that the load doesn't come before the store: the source tells how.
+        word_.store(0, std::memory_order_release);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        if (sleepers.load(std::memory_order_relaxed) != 0) [[unlikely]]
             wakeOne(&word_);
     }
 
@@ -58,6 +65,19 @@ public:
 private:
     // Beside the owner's id while threads may sleep.
     static constexpr std::uint32_t contended = 0x80000000u;
+
+    // How many threads may sleep on one of the locks that share the slot, and one more that is nobody until the
+    // system has shown that leaves may be plain stores.
+    struct Slot
+    {
+        std::atomic<std::uint32_t> sleepers{1};
+    };
+    static constexpr std::size_t slotCount = 256;
+    static std::size_t slotOf(const RecursiveLock* lock) noexcept
+    {
+        return reinterpret_cast<std::uintptr_t>(lock) / 16 % slotCount;
+    }
+    class Sleeper;
 
     bool enterAtOnce(std::uint32_t self) noexcept
     {
@@ -72,8 +92,12 @@ private:
                word_.compare_exchange_strong(found, self, std::memory_order_acquire, std::memory_order_relaxed);
     }
 
+    bool spinAndEnter(std::uint32_t self) noexcept;
     OS_API bool waitAndEnter(std::uint32_t self, int timeoutMs) noexcept;
+    OS_API void leaveWatched() noexcept;
     OS_API static void wakeOne(std::atomic<std::uint32_t>* word) noexcept;
+
+    OS_API static constinit Slot slots_[slotCount];
 
     std::atomic<std::uint32_t> word_{0};
     std::uint32_t depth_ = 0; // of nesting beyond the first level; the owner's alone

@@ -1,3 +1,4 @@
+#include "CallFilter.h"
 #include "ThreadSupport.h"
 #include "platform/Sanitized.h"
 
@@ -5,14 +6,9 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstddef>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <string_view>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
 
@@ -196,17 +192,6 @@ TEST(ThreadEvent, canBeDestroyedByTheWaiterAtOnce)
 }
 
 #if !MW_SANITIZED // they make calls of their own
-
-// What the system answers from now on to one call, and to all others.
-void filterCalls(unsigned call, unsigned answer, unsigned answerToOthers)
-{
-    sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1), BPF_STMT(BPF_RET | BPF_K, answer),
-                          BPF_STMT(BPF_RET | BPF_K, answerToOthers)};
-    const sock_fprog program{std::size(code), code};
-    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
-        std::abort();
-}
 
 TEST(ThreadEvent, makesNoSystemCallWhereNobodyWaits)
 {

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <linux/futex.h>
+#include <linux/membarrier.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -40,4 +41,15 @@ int futexWake(const void* word, int count) noexcept
     const long woken = ::syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, count);
     errno = callersErrno;
     return woken > 0 ? static_cast<int>(woken) : 0;
+}
+
+// A process asks for such barriers once before the first of them; its children inherit that.
+bool barrierInAllThreads() noexcept
+{
+    const int callersErrno = errno;
+    const auto call = [](int command) { return ::syscall(SYS_membarrier, command, 0, 0) == 0; };
+    const bool passed = call(MEMBARRIER_CMD_PRIVATE_EXPEDITED) ||
+                        (call(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) && call(MEMBARRIER_CMD_PRIVATE_EXPEDITED));
+    errno = callersErrno;
+    return passed;
 }

@@ -31,3 +31,7 @@ bool futexWait(const void* word, std::uint32_t expected, const Deadline& deadlin
 
 // Wakes up to `count` sleepers and gives how many. The word itself is not read: it may be gone.
 int futexWake(const void* word, int count) noexcept;
+
+// Has every running thread of the process pass a full memory barrier before it returns. False where the system
+// doesn't do that.
+bool barrierInAllThreads() noexcept;

@@ -1,0 +1,94 @@
+// How threads that sleep for a lock and those that leave it find each other.
+
+#include "CallFilter.h"
+#include "ThreadSupport.h"
+
+#include "OS/RecursiveLock.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+using namespace test;
+
+namespace
+{
+
+void hold(int rounds)
+{
+    for (volatile int round = 0; round < rounds;)
+        round = round + 1;
+}
+
+// In each round a thread falls asleep for a lock about when its owner leaves it. Gives how many were not woken.
+int oversleptRounds(int rounds)
+{
+    RecursiveLock lock;
+    std::atomic<int> held{0}, over{0};
+    int missed = 0;
+    const auto await = [](const std::atomic<int>& counter, int round)
+    {
+        while (counter.load(std::memory_order_acquire) != round)
+            threads().yield();
+    };
+    Runner sleeper(
+        [&]
+        {
+            for (int round = 1; round <= rounds; ++round)
+            {
+                await(held, round);
+                if (lock.tryEnterFor(20'000))
+                    lock.leave();
+                else
+                    ++missed;
+                over.store(round, std::memory_order_release);
+            }
+        });
+    for (int round = 1; round <= rounds; ++round)
+    {
+        lock.enter();
+        held.store(round, std::memory_order_release);
+        hold(round * 61 % 4000);
+        lock.leave();
+        await(over, round);
+    }
+    sleeper.join();
+    return missed;
+}
+
+} // namespace
+
+TEST(LockSleepers, areWokenByWhoeverLeaves)
+{
+    EXPECT_EQ(oversleptRounds(5000), 0);
+}
+
+TEST(LockSleepers, areWokenWhereTheSystemStopsGivingBarriers)
+{
+    const auto compete = []
+    {
+        filterCalls(SYS_membarrier, SECCOMP_RET_ERRNO | EPERM, SECCOMP_RET_ALLOW);
+        return oversleptRounds(1000);
+    };
+    EXPECT_EXIT(std::exit(compete()), testing::ExitedWithCode(0), "");
+}
+
+// Whoever leaves touches nothing of the lock once another has it: the thread sanitizer sees any such access.
+TEST(LockSleepers, mayDestroyTheLockThatTheyGot)
+{
+    for (int round = 0; round < 300; ++round)
+    {
+        auto* const lock = new RecursiveLock;
+        lock->enter();
+        Runner next(
+            [lock]
+            {
+                lock->enter();
+                lock->leave();
+                delete lock;
+            });
+        hold(round * 97 % 3000);
+        lock->leave();
+    }
+}
