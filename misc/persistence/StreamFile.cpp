@@ -18,7 +18,8 @@ constexpr std::size_t smallestCacheBytes = 512;
 constexpr std::size_t writeBehindBytes = 320 * 1024;
 // The part of it that stays, for writers that go back to the header of what they wrote.
 constexpr std::size_t keptUnwrittenBytes = 32 * 1024;
-// Pieces that begin and end at such places cost the system least.
+// Writing goes in pieces of this size at multiples of it: the system finds memory in one for each, which for larger
+// ones may be hard to find.
 constexpr std::size_t pieceBytes = 64 * 1024;
 // A file that passes the writer's cache takes as much room ahead as it has, within these bounds.
 constexpr std::uint64_t leastRoomBytes = 1024 * 1024;
@@ -311,9 +312,12 @@ void StreamFile::writeBehind()
 
 void StreamFile::writeOut(std::size_t count)
 {
-    if (!failed_ && count != 0 &&
-        (!beside_ || beside_->write(cache_, count, windowStart_) != static_cast<std::int64_t>(count)))
+    std::size_t part = 0;
+    for (std::size_t done = 0; done != count && !failed_; done += part)
     {
+        part = std::min(count - done, pieceBytes);
+        if (beside_ && beside_->write(cache_ + done, part, windowStart_ + done) == static_cast<std::int64_t>(part))
+            continue;
         fail(beside_ ? beside_->lastError() : noFile);
         failed_ = true;
     }
