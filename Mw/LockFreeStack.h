@@ -37,13 +37,12 @@ struct SLNodeAccessor
 //
 // The pop that finds its head unchanged might still be wrong if the head had been taken and put back in
 // between, with another object below it. A counter beside the pointer, which each pop raises, makes that pop
-// fail: no object gets two owners. A push is right whatever happened in between, and leaves the counter
-// alone.
+// fail: no object gets two owners. Only a thread that sleeps in the middle of a pop while others pop exactly
+// 2^32 times, or a multiple of it, and then finds the same head and the same count, would not notice.
 //
 //     offset 0   head, a plain pointer, which a leak checker follows
-//            8   how many objects were popped
-//           16   how many were pushed, counted by a step of its own; the difference is the count, so that a
-//                pop makes no such step. Where pops go by the lock, they lower this one.
+//            8   how many objects stand on the stack, 32 bits
+//           12   how many were popped, 32 bits
 template <class T>
 class Stack
 {
@@ -68,7 +67,6 @@ public:
             exchangeIn(node);
         else
             lockIn(node);
-        OS().atomics().increment(&pushed_);
     }
 
     // The object that was pushed last, or null if the stack is empty. What its pusher did before is seen.
@@ -80,31 +78,29 @@ public:
         return Accessor::objectOf(node);
     }
 
-    // How many objects stand on the stack. For information: a push counts after the stack itself, and it is off
-    // by as many as there are threads in the middle of an operation.
+    // How many objects stand on the stack: at one moment, which is past.
     int count() const noexcept
     {
-        const auto popped = static_cast<unsigned>(OS().atomics().loadPair(&head_).counter);
-        return static_cast<int>(static_cast<unsigned>(OS().atomics().load(&pushed_)) - popped);
+        if (means_ == Means::pairExchange) [[likely]]
+            return static_cast<int>(OS().atomics().loadPair(&head_).counter);
+        const CriticalSection::Lock lock(lock_);
+        return static_cast<int>(head_.counter);
     }
 
 private:
     using Node = SLNode<T>;
     using Accessor = Private::SLNodeAccessor<T>;
 
-    Node* top() const noexcept { return static_cast<Node*>(OS().atomics().loadPointer(&head_.pointer)); }
-    void setTop(Node* node) noexcept { OS().atomics().storePointer(&head_.pointer, static_cast<void*>(node)); }
+    // What a push and a pop add to the counter.
+    static constexpr std::uint64_t onePush = 1;
+    static constexpr std::uint64_t onePop = (std::uint64_t{1} << 32) - 1;
 
     void exchangeIn(Node* node) noexcept
     {
-        for (void* head = top();;)
-        {
-            node->next = static_cast<Node*>(head);
-            void* const found = OS().atomics().compareExchangePointer(&head_.pointer, node, head);
-            if (found == head)
-                return;
-            head = found;
-        }
+        PointerPair head = OS().atomics().loadPair(&head_);
+        do
+            node->next = static_cast<Node*>(head.pointer);
+        while (!OS().atomics().compareExchangePair(&head_, {node, head.counter + onePush}, head));
     }
 
     Node* exchangeOut() noexcept
@@ -115,7 +111,8 @@ private:
             // and the link belongs to an object that stood on the stack all the time.
             PointerPair head = OS().atomics().loadPair(&head_);
             Node* const node = static_cast<Node*>(head.pointer);
-            if (node == nullptr || OS().atomics().compareExchangePair(&head_, {nextOf(node), head.counter + 1}, head))
+            if (node == nullptr ||
+                OS().atomics().compareExchangePair(&head_, {nextOf(node), head.counter + onePop}, head))
                 return node;
         }
     }
@@ -123,17 +120,18 @@ private:
     [[gnu::noinline, gnu::cold]] void lockIn(Node* node) noexcept
     {
         const CriticalSection::Lock lock(lock_);
-        node->next = top();
-        setTop(node);
+        node->next = static_cast<Node*>(head_.pointer);
+        head_.pointer = node;
+        head_.counter += onePush;
     }
     [[gnu::noinline, gnu::cold]] Node* lockOut() noexcept
     {
         const CriticalSection::Lock lock(lock_);
-        Node* const node = top();
+        Node* const node = static_cast<Node*>(head_.pointer);
         if (node != nullptr)
         {
-            setTop(node->next);
-            OS().atomics().decrement(&pushed_);
+            head_.pointer = node->next;
+            head_.counter += onePop;
         }
         return node;
     }
@@ -147,9 +145,8 @@ private:
     }
 
     alignas(64) PointerPair head_; // the line is the stack's own
-    int pushed_ = 0;
     const Means means_;
-    CriticalSection lock_{"lock-free stack"};
+    mutable CriticalSection lock_{"lock-free stack"};
 };
 
 } // namespace Mw::LockFree

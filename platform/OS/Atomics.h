@@ -80,7 +80,18 @@ public:
     OS_API bool hasPairExchange() const noexcept;
 };
 
-#if defined(__x86_64__)
+#if defined(__SANITIZE_THREAD__)
+
+// The form that the thread sanitizer sees.
+inline bool Atomics::compareExchangePair(PointerPair* slot, PointerPair newValue, PointerPair& expected) const noexcept
+{
+    __extension__ using Words = unsigned __int128;
+    static_assert(sizeof(PointerPair) == sizeof(Words));
+    return __atomic_compare_exchange_n(reinterpret_cast<Words*>(slot), reinterpret_cast<Words*>(&expected),
+                                       __builtin_bit_cast(Words, newValue), false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE);
+}
+
+#elif defined(__x86_64__)
 
 inline bool Atomics::compareExchangePair(PointerPair* slot, PointerPair newValue, PointerPair& expected) const noexcept
 {
