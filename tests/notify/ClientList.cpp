@@ -30,14 +30,8 @@ public:
     void begin() { walks_.push_back({circle()}); }
     void end()
     {
-        if (walks_.size() == 1)
-        {
-            const Walk& walk = walks_.front();
-            clients_ = walk.passed;
-            if (walk.current != 0)
-                clients_.push_back(walk.current);
-            clients_.insert(clients_.end(), walk.toCome.begin(), walk.toCome.end());
-        }
+        clients_ = circle();
+        std::rotate(clients_.begin(), clients_.end() - std::ssize(walks_.back().passed), clients_.end());
         walks_.pop_back();
     }
 
@@ -45,8 +39,7 @@ public:
     int next()
     {
         Walk& walk = walks_.back();
-        walk.isFirst = walk.isFirst && !walk.hasBegun;
-        walk.hasBegun = true;
+        ++walk.calls;
         if (walk.current != 0)
             walk.passed.push_back(walk.current);
         walk.current = walk.toCome.empty() ? 0 : walk.toCome.front();
@@ -84,8 +77,7 @@ private:
         Ids toCome;
         Ids passed{};
         int current = 0;
-        bool isFirst = true;
-        bool hasBegun = false;
+        int calls = 0;
 
         Ids circle() const
         {
@@ -104,7 +96,7 @@ private:
             if (isNext)
                 toCome.insert(toCome.begin(), id);
             else if (all.empty() || all.front() == head)
-                (isAtBeginning && isFirst ? toCome : passed).push_back(id);
+                (isAtBeginning && calls == 1 ? toCome : passed).push_back(id);
             else if (const auto at = std::find(toCome.begin(), toCome.end(), head); at != toCome.end())
                 toCome.insert(at, id);
             else if (passed.front() == head)
@@ -139,13 +131,7 @@ public:
             notifier_ = std::make_unique<Notifier>();
         while (guards_.size() < 1 + random_() % 8)
             add();
-        try
-        {
-            issue();
-        }
-        catch (const Thrown&)
-        {
-        }
+        issue();
         if (random_() % 4 == 0)
             removeAny();
     }
@@ -200,24 +186,22 @@ private:
     {
         const int type = std::array{anyType, 2, 3}[random_() % 3];
         const int life = life_;
+        bool isThrown = false;
         model_.begin();
         ++depth_;
         try
         {
             notifier_->issueNotification(NotifyMsg("step", {}), type);
-            --depth_;
         }
         catch (const Thrown&)
         {
-            --depth_;
-            if (life == life_)
-                model_.end();
-            if (random_() % 2 == 0)
-                throw;
-            return;
+            isThrown = true;
         }
+        --depth_;
         if (life == life_)
-            expectEnd(type);
+            isThrown ? model_.end() : expectEnd(type);
+        if (isThrown && depth_ != 0 && random_() % 2 == 0)
+            throw Thrown();
     }
 
     void destroy()

@@ -38,15 +38,8 @@ struct Listener
             guard.reset();
         return 1;
     }
-    int count(const NotifyMsg&) { return 0; }
+    int ignore(const NotifyMsg&) { return 0; }
     Mw::Ptr<iCallbackBase<int, NotifyMsg>> callback() { return Mw::makePtr<BoundCallback<&Listener::take>>(this); }
-};
-
-template <class T>
-struct Deaf : ValClient<T>
-{
-    using ValClient<T>::ValClient;
-    void valChangedNtfy() override {}
 };
 
 } // namespace
@@ -68,17 +61,6 @@ void operator delete(void* block, std::size_t) noexcept
     std::free(block);
 }
 #endif
-
-TEST(NotifyMsgTypeDictionary, idsAreDenseInTheOrderOfNames)
-{
-    NotifyMsgTypeDictionary dictionary;
-    const char* const names[] = {"*", "destroy!", "b", "a", "b"};
-    const int ids[] = {anyType, destroyType, 2, 3, 2};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(dictionary.intern(names[i]), ids[i]);
-    EXPECT_EQ(dictionary.msgTypeName(3), "a");
-    EXPECT_TRUE(dictionary.msgTypeName(-1).empty() && dictionary.msgTypeName(4).empty());
-}
 
 TEST(NotifyMsg, copiesShareARepThatTheLastOneDeletes)
 {
@@ -126,20 +108,16 @@ TEST(Notifier, stampsAndTellsThoseWhoAskForTheTypeUntilItsEnd)
     EXPECT_EQ(all.told, (Told{"2 m", "0 m", "3 m", "1 die"}));
     EXPECT_FALSE(all.guard);
     EXPECT_EQ(two.told.size(), 2u);
-}
 
-TEST(Notifier, saysNothingAtItsEndInACrash)
-{
-    Listener listener;
-    // The guard is never released: its notifier is gone.
-    static Mw::Ptr<Mw::Guard>* const guard = new Mw::Ptr<Mw::Guard>;
+    // In a crash it says nothing, so that its guards stay: they are never released.
+    static Mw::Ptr<Mw::Guard>* const lost = new Mw::Ptr<Mw::Guard>;
     {
         Notifier notifier;
-        *guard = notifier.registerNotification(listener.callback());
+        *lost = notifier.registerNotification(two.callback());
         set_crash_flag(1);
     }
     set_crash_flag(0);
-    EXPECT_TRUE(listener.told.empty());
+    EXPECT_EQ(two.told.size(), 2u);
 }
 
 TEST(CallbackChain, callsBothThoughTheFirstEndsIt)
@@ -158,42 +136,41 @@ TEST(Notifier, issuingAllocatesNothing)
 {
     if (MW_SANITIZED)
         GTEST_SKIP() << "the sanitizer counts for itself";
-    using Text = LightweightString<wchar_t>;
+    struct Deaf : ValClient<LightweightString<wchar_t>>
+    {
+        void valChangedNtfy() override {}
+    } ofText;
     Notifier notifier;
     Listener listener;
-    const auto callback = Mw::makePtr<MethodCallback<Listener, NotifyMsg>>(&listener, &Listener::count);
+    const auto callback = Mw::makePtr<BoundCallback<&Listener::ignore>>(&listener);
     std::vector<Mw::Ptr<Mw::Guard>> guards(10);
     const NotifyMsg message("m", {});
-    const Text written = L"a text that needs a block";
-    ValServer<int> number(0);
-    ValServer<Text> text;
-    const Deaf<int> ofNumber[] = {Deaf<int>(&number), Deaf<int>(&number)};
-    const Deaf<Text> ofText(&text);
+    const LightweightString<wchar_t> written = L"a text that needs a block";
+    ValServer<LightweightString<wchar_t>> text;
+    ofText.registerWith(&text);
 
     const long before = allocations;
     for (Mw::Ptr<Mw::Guard>& guard : guards)
         guard = notifier.registerNotification(callback);
     EXPECT_EQ(allocations - before, 20) << "a record and a guard for each";
     notifier.issueNotification(message, 2);
-    number = 1;
     text = written;
-    number.preNotifyValChanged();
-    number.issueNotification({.value = 3}, 2);
+    text.preNotifyValChanged();
+    text.issueNotification({.value = written}, 2);
     EXPECT_EQ(allocations - before, 20);
 }
 
 TEST(Notifiable, keepsAMessageOnceUntilItDies)
 {
     const Mw::Ptr<iObject> payload = Mw::makePtr<Mw::Guard>();
+    const NotifyMsg message(payload);
     Notifiable other;
     {
         Notifiable keeper;
-        const NotifyMsg message(payload);
         for (const NotifyMsg& each : {message, NotifyMsg(), NotifyMsg(payload), message})
             EXPECT_EQ(keeper.bufNotify(each), 0);
         other.bufNotify(message);
-        EXPECT_EQ(message.rep()->list()->size(), 2u);
         EXPECT_EQ(payload.useCount(), 3);
     }
-    EXPECT_EQ(payload.useCount(), 1);
+    EXPECT_EQ(payload.useCount(), 2);
 }
