@@ -133,10 +133,12 @@ TEST(ValServer, stampsItsEventsAndEndsWithADefaultValueThoughTheProgramCrashes)
     struct Listener
     {
         NotifierEvent<int> last{};
+        Ints values{};
         Mw::Ptr<Mw::Guard> guard{};
         int hear(const NotifierEvent<int>& event)
         {
             last = event;
+            values.push_back(event.value);
             if (event.type == NotifyMsgTypeDictionary::destroyType)
                 NotifierBase::deregisterNotification(guard);
             return 0;
@@ -147,6 +149,7 @@ TEST(ValServer, stampsItsEventsAndEndsWithADefaultValueThoughTheProgramCrashes)
     {
         ValServer<int> server(5);
         listener.guard = server.registerNotification(Mw::makePtr<BoundCallback<&Listener::hear>>(&listener));
+        server = 6;
         server.issueNotification(own, 7);
         EXPECT_EQ(own.type, 7);
         EXPECT_EQ(own.source, &server);
@@ -154,7 +157,7 @@ TEST(ValServer, stampsItsEventsAndEndsWithADefaultValueThoughTheProgramCrashes)
     set_crash_flag(0);
     EXPECT_EQ(listener.last.type, NotifyMsgTypeDictionary::destroyType);
     EXPECT_EQ(listener.last.source, own.source);
-    EXPECT_EQ(listener.last.value, 0);
+    EXPECT_EQ(listener.values, (Ints{6, 3, 0}));
 }
 
 // What it says of the rounds holds for every watcher that writes: the inner round is over before the outer one

@@ -9,7 +9,6 @@
 #include "platform/ThreadSupport.h"
 
 #include <latch>
-#include <thread>
 #include <unistd.h>
 
 namespace
@@ -25,6 +24,12 @@ Mw::Ptr<iThread> start(Work& work, const char* name)
         return iThread::eExecOK;
     };
     return coThreadGet(co_create(call, name, -1, &work, 0, 1 << 16));
+}
+
+[[noreturn]] void checkUntilKilled()
+{
+    for (;;)
+        KillMyselfCheck();
 }
 
 // In a process of its own: what doesn't hold ends it with the number of the line.
@@ -78,8 +83,11 @@ void killAndShutDown()
     REQUIRE(coThreadId(1) == holder->threadId());
     co_kill(1);
     REQUIRE(who_owns_service_lock() == holder->threadId() && !coThreadGet(1) && coThreadId(1) == 0);
+    REQUIRE(service_lock_counts().waiting == 0 && service_lock_counts().entered == 1);
     mayGo.count_down();
     holder->waitForExit(-1);
+    service_disable(), service_enable();
+    REQUIRE(who_owns_service_lock() == 0 && service_lock_counts().entered == 2); // leaving doesn't count down
     co_kill(1);
     co_kill(9999);
     Work killItself = []
@@ -90,13 +98,8 @@ void killAndShutDown()
     };
     start(killItself, "itself");
 
-    Work checkUntilKilled = []
-    {
-        for (;;)
-            KillMyselfCheck();
-    };
-    const auto nameless = start(checkUntilKilled, nullptr), named = start(checkUntilKilled, "5$");
-    const auto systems = start(checkUntilKilled, "$ system");
+    Work check = [] { checkUntilKilled(); };
+    const auto nameless = start(check, nullptr), named = start(check, "5$"), systems = start(check, "$ system");
     Shutdown::executeCallbacks(Shutdown::eNormalExit);
     REQUIRE(nameless->waitForExit(0) && named->waitForExit(0) && coThreadId(0) == 0);
     co_kill(5);
@@ -112,8 +115,8 @@ void failInThread()
     Work work = [&]
     {
         all.arrive_and_wait();
-        while (co_pid() == 1)
-            KillMyselfCheck();
+        if (co_pid() == 1)
+            checkUntilKilled();
         Mw::Exception::RuntimeError error("told", "misc/test", 1);
         error.stack_.assign(1, std::string(300, 'f').c_str());
         throw error;
@@ -124,51 +127,21 @@ void failInThread()
     second->waitForExit(-1); // whoever waits for it doesn't get past the end of the process
 }
 
-// Threads that look at everything while the process ends around them.
-void stopWhileBusy()
-{
-    SetLogOutput(std::fopen("/dev/null", "w"));
-    static std::latch busy(5);
-    static const auto beBusy = [](void (*check)())
-    {
-        for (busy.count_down();; check())
-        {
-            setThreadLocalObject("thread", coThreadGet(co_pid()));
-            coThreadGet(getThreadLocalObject("thread") ? 1 : 2);
-            coDebugPrint(co_pid());
-        }
-    };
-    static Work polite = [] { beBusy(KillMyselfCheck); }, system = [] { beBusy([] {}); };
-    std::thread(system).detach();
-    for (int i = 0; i < 2; ++i)
-    {
-        start(polite, "polite");
-        start(system, "$ system");
-    }
-    busy.wait();
-    Shutdown::executeCallbacks(Shutdown::eNormalExit);
-    std::exit(0);
-}
-
 // The child has two queues and a co-process, and the threads of none.
 void endAForkedChild()
 {
+    using Safe = MwDC::ThreadSafetyTraits::ThreadSafe;
     struct Owner : DecouplingQueue<iObject>::Decoupler
     {
         void despatch(Mw::Ptr<iObject>) override {}
     };
-    using Safe = MwDC::ThreadSafetyTraits::ThreadSafe;
     // Behind the queues, before a leak checker, which would take what the missing threads held for lost.
     std::atexit([] { std::_Exit(0); });
     static Owner owner;
     static const MwDC::NullCommand<MwDC::NoCtx, Safe> nothing;
     static DecouplingQueue<iObject> queue(2, 0, 0, 0, &owner, ~0u);
     static MwCmdProcessors::WorkerThreadQueue<Safe, MwDC::NoCtx> worker("standing", nothing, nothing, 0, 0, false);
-    static Work wait = []
-    {
-        for (;;)
-            KillMyselfCheck();
-    };
+    static Work wait = [] { checkUntilKilled(); };
     const auto waiting = start(wait, "waiting");
     if (const pid_t child = ::fork(); child != 0)
     {
@@ -235,12 +208,4 @@ TEST_F(CoProcessDeath, exceptionNamesItsThreadAndEndsTheProcess)
 TEST_F(CoProcessDeath, forkedChildEndsWithoutTheThreadsOfItsParent)
 {
     EXPECT_EXIT(endAForkedChild(), testing::ExitedWithCode(0), "");
-}
-
-TEST_F(CoProcessDeath, processStopsInOrderWithBusyThreads)
-{
-    // The thread sanitizer waits a second at each end.
-    const int rounds = std::getenv("MW_LONG_TESTS") != nullptr ? 200 : MW_SANITIZED != 0 ? 3 : 20;
-    for (int round = 0; round < rounds; ++round)
-        ASSERT_EXIT(stopWhileBusy(), testing::ExitedWithCode(0), "^$");
 }

@@ -52,44 +52,35 @@ struct Seen : Calls
 template <class Safety>
 void compareWithAPlainVector(bool sorted)
 {
-    using Wanted = std::function<bool(unsigned)>;
     using QueueCalls = test::Calls<Safety, MwDC::NoCtx>;
-    struct Item
-    {
-        unsigned priority;
-        int number;
-    };
-    std::vector<Item> model;
+    using Item = std::pair<unsigned, int>; // priority and number
+    using Items = std::vector<Item>;
+    Items model;
     std::vector<int> ran, expected;
     Queue<Safety, MwDC::NoCtx> queue(sorted);
     std::vector<std::unique_ptr<QueueCalls>> calls;
-    const auto insert = [&](Item item)
+    const auto insert = [&](unsigned priority, int number)
     {
-        calls.push_back(std::make_unique<QueueCalls>(
-            [&ran, &queue, number = item.number](typename QueueCalls::Cmd&, MwDC::NoCtx&)
-            {
-                ran.push_back(number);
-                if (number % 5 == 0)
-                    queue.executeHead();
-                return number % 2 == 0;
-            }));
-        queue.insert(calls.back()->cmd(), item.priority);
-        const auto later = [&](const Item& other) { return sorted && other.priority > item.priority; };
-        model.insert(std::find_if(model.begin(), model.end(), later), item);
-    };
-    const auto one = [] { return [first = true](unsigned) mutable { return std::exchange(first, false); }; };
-    // Takes from the model what is wanted on one side.
-    const std::function<void(bool, Wanted, bool)> take = [&](bool head, Wanted wanted, bool run)
-    {
-        while (!model.empty() && wanted(head ? model.front().priority : model.back().priority))
+        const auto run = [&ran, &queue, number](typename QueueCalls::Cmd&, MwDC::NoCtx&)
         {
-            const Item item = head ? model.front() : model.back();
-            model.erase(head ? model.begin() : std::prev(model.end()));
-            if (run)
-                expected.push_back(item.number);
-            if (run && item.number % 5 == 0)
-                take(true, one(), true);
-        }
+            ran.push_back(number);
+            if (number % 5 == 0)
+                queue.executeHead();
+            return number % 2 == 0;
+        };
+        calls.push_back(std::make_unique<QueueCalls>(run));
+        queue.insert(calls.back()->cmd(), priority);
+        const auto later = [&](const Item& other) { return sorted && other.first > priority; };
+        model.insert(std::find_if(model.begin(), model.end(), later), {priority, number});
+    };
+    const std::function<void(Items::iterator, bool)> take = [&](Items::iterator at, bool run)
+    {
+        const int number = at->second;
+        model.erase(at);
+        if (run)
+            expected.push_back(number);
+        if (run && number % 5 == 0 && !model.empty())
+            take(model.begin(), true);
     };
     std::minstd_rand random(7);
     for (int step = 0; step < 3000; ++step)
@@ -100,25 +91,26 @@ void compareWithAPlainVector(bool sorted)
         {
         case 0:
             run ? queue.executeAll() : queue.flushAll();
-            take(
-                true, [](unsigned) { return true; }, run);
+            while (!model.empty())
+                take(model.begin(), run);
             break;
         case 1:
             run ? queue.executePriorityAtLeast(p) : queue.flushPriorityAtLeast(p);
-            take(
-                true, [p](unsigned priority) { return priority <= p; }, run);
+            while (!model.empty() && model.front().first <= p)
+                take(model.begin(), run);
             break;
         case 2:
             run ? queue.executePriorityLessThan(p) : queue.flushPriorityLessThan(p);
-            take(
-                false, [p](unsigned priority) { return priority > p; }, run);
+            while (!model.empty() && model.back().first > p)
+                take(std::prev(model.end()), run);
             break;
         case 3:
             run ? queue.executeHead() : queue.flushHead();
-            take(true, one(), run);
+            if (!model.empty())
+                take(model.begin(), run);
             break;
         default:
-            insert({p, step});
+            insert(p, step);
         }
         ASSERT_EQ(queue.size(), model.size()) << step;
     }
@@ -144,17 +136,14 @@ TEST(WorkerThreadQueue, losesAndRepeatsNoCommandOfFourProducers)
     struct Ctx
     {
         long producer, sequence;
+        long priority() const { return sequence % priorities; }
     };
-    struct Run
-    {
-        long priority, producer, sequence;
-    };
-    std::vector<Run> runs;
+    std::vector<Ctx> runs;
     const auto all = OS().threadMgr().createEvent(iThreadEvent::eAutoReset);
     test::Calls<Safe, Ctx> command(
         [&](auto&, Ctx& ctx)
         {
-            runs.push_back({ctx.sequence % priorities, ctx.producer, ctx.sequence});
+            runs.push_back(ctx);
             if (std::ssize(runs) == producers * each)
                 all->set();
             return true;
@@ -180,13 +169,13 @@ TEST(WorkerThreadQueue, losesAndRepeatsNoCommandOfFourProducers)
         ASSERT_EQ(std::ssize(runs), producers * each);
         long last[priorities][producers];
         std::fill_n(&last[0][0], priorities * producers, -1L);
-        for (const Run& run : runs)
+        for (const Ctx& run : runs)
         {
-            long& before = last[run.priority][run.producer];
-            ASSERT_EQ(run.sequence, before < 0 ? run.priority : before + priorities);
+            long& before = last[run.priority()][run.producer];
+            ASSERT_EQ(run.sequence, before < 0 ? run.priority() : before + priorities);
             before = run.sequence;
         }
-        EXPECT_TRUE(round % 2 != 0 || std::ranges::is_sorted(runs, {}, &Run::priority));
+        EXPECT_TRUE(round % 2 != 0 || std::ranges::is_sorted(runs, {}, &Ctx::priority));
     }
 }
 
