@@ -228,12 +228,12 @@ TEST(WorkerThreadQueue, isDroppedByItsOwnCommand)
 
 TEST(WorkerThreadQueue, runsInitFirstAndExitLast)
 {
-    QuickThreads threads;
     Seen seen;
     Worker* target = nullptr;
     Calls init([&](auto&, long&) { return seen.numbers.push_back(-1), true; });
     Calls exit([&](auto&, long&) { return target->insert(seen.cmd(), 0, 99), seen.numbers.push_back(-2), true; });
     {
+        QuickThreads threads;
         Worker queue("worker", init.cmd(), exit.cmd(), 4, 0, false);
         target = &queue;
         EXPECT_TRUE(queue.threadRunning());

@@ -9,6 +9,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <list>
+#include <set>
 #include <vector>
 
 namespace
@@ -88,14 +89,13 @@ TEST(LockFreeStack, givesEachObjectOneOwner)
             test::Crowd(size, [&](int i) { takeAndGiveBack(stack, i + 1, pops / size); });
             EXPECT_EQ(stack.count(), std::ssize(blocks));
             long visits = 0;
-            std::vector<Block*> found;
+            std::set<Block*> found;
             while (Block* const block = stack.pop())
             {
-                found.push_back(block);
+                found.insert(block);
                 visits += block->visits;
             }
-            std::sort(found.begin(), found.end());
-            EXPECT_EQ(std::unique(found.begin(), found.end()) - found.begin(), std::ssize(blocks));
+            EXPECT_EQ(found.size(), blocks.size());
             EXPECT_GE(visits, pops);
             EXPECT_EQ(stack.count(), 0);
         }
@@ -103,20 +103,14 @@ TEST(LockFreeStack, givesEachObjectOneOwner)
 
 TEST(PooledObject, goesRoundThroughTheStackOfItsType)
 {
-    EXPECT_EQ(pooled<Clip>(), 0);
     Clip* const first = new Clip;
-    Clip* const second = new Clip;
-    EXPECT_EQ(pooled<Clip>(), 0) << "both came from the heap";
+    delete new Clip;
     delete first;
-    delete second;
     EXPECT_EQ(pooled<Clip>(), 2);
     Clip* const again = new Clip;
-    EXPECT_EQ(again, second);
+    EXPECT_EQ(again, first);
     EXPECT_EQ(again->frames, 0);
-    delete static_cast<Clip*>(nullptr);
-    Clip* const larger = new LongClip;
-    EXPECT_NE(larger, first);
-    delete larger;
+    delete static_cast<Clip*>(new LongClip);
     EXPECT_EQ(pooled<Clip>(), 1) << "the larger one is none of the pool's";
     delete again;
 }
@@ -131,14 +125,12 @@ TEST(PooledStdAllocator, givesTheNodesOfAListBackToTheirPool)
         std::list<short, Mw::PooledStdAllocator<short, Mw::PooledObjectDebug::LoggingTraits>> list(100, short{7});
         list.resize(50);
         EXPECT_EQ(pooled<Holder>(), 50);
-        list.assign(70, short{8});
-        EXPECT_EQ(std::count(list.begin(), list.end(), 8), 70);
     }
     EXPECT_EQ(pooled<Holder>(), 100);
-    EXPECT_EQ(watch.pops(), 240u);
-    EXPECT_EQ(watch.pushes(), 240u);
-    const std::vector<short, Mw::PooledStdAllocator<short>> array(100, short{9});
-    EXPECT_EQ(array.back(), 9) << "arrays are none of the pool's";
+    EXPECT_EQ(watch.pops(), 200u);
+    EXPECT_EQ(watch.pushes(), 200u);
+    const std::vector<short, Mw::PooledStdAllocator<short>> array(100, short{9}); // no node, and none of the pool's
+    EXPECT_EQ(array.back(), 9);
 }
 
 TEST(PooledObject, hasOneStackForAllLibraries)
