@@ -53,10 +53,11 @@ const bench::Registration registration(
         const char* const name = "boost::signals2";
         for (const int count : issueCounts)
         {
-            registry.peer(eventCase(count), name,
-                          [signal = eventSignal(count), number = 0]() mutable {
-                              (*signal)({2, nullptr, ++number});
-                          });
+            for (const std::string& caseName : {eventCase(count), walkCase(count)})
+                registry.peer(caseName, name,
+                              [signal = eventSignal(count), number = 0]() mutable {
+                                  (*signal)({2, nullptr, ++number});
+                              });
             registry.peer(messageCase(count), name,
                           [signal = messageSignal(count), message = std::make_shared<const std::string>("changed")]
                           { (*signal)(message); });
