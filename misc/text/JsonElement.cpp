@@ -16,8 +16,9 @@ int* countOf(Element* element) noexcept
     return Mw::InternalRefCountTraits::countFor(element);
 }
 
+// Inline: the call takes a seventh of a look-up.
 template <class List>
-const Entry* find(const List& list, std::wstring_view name) noexcept
+[[gnu::always_inline]] inline const Entry* find(const List& list, std::wstring_view name) noexcept
 {
     const Entry* const end = list.entries + list.size;
     for (const Entry* entry = list.entries; entry != end; ++entry)
