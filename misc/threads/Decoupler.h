@@ -51,7 +51,7 @@ public:
     // assertion line and gets a std::runtime_error, and nothing changes.
     void enter()
     {
-        lock_.enter();
+        lock_.enterInTurns();
         if (checkRecursion_ && inUse_) [[unlikely]]
             refuse();
         inUse_ = true;
@@ -63,7 +63,7 @@ public:
     }
 
     // The lock without the check.
-    void enterBare() noexcept { lock_.enter(); }
+    void enterBare() noexcept { lock_.enterInTurns(); }
     void leaveBare() noexcept { lock_.leave(); }
 
 private:

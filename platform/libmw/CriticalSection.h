@@ -22,6 +22,10 @@ public:
     // Blocks until this thread owns the lock. Each enter asks for one leave.
     void enter() noexcept { lock_.enter(); }
 
+    // The same for threads that each take the lock for moments and come again at once: they take turns of some
+    // microseconds.
+    void enterInTurns() noexcept { lock_.enterInTurns(); }
+
     // Gives up a level of ownership; only for the owner.
     void leave() noexcept { lock_.leave(); }
 

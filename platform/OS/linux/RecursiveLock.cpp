@@ -2,6 +2,7 @@
 
 #include "OS/linux/Futex.h"
 
+#include <ctime>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -77,22 +78,58 @@ constinit RecursiveLock::Slot RecursiveLock::slots_[slotCount];
 constinit std::atomic<bool> RecursiveLock::Sleeper::leavesByStore_{false};
 const bool RecursiveLock::Sleeper::isStarted_ = leaveByStore();
 
+namespace
+{
+
+void relax() noexcept
+{
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("yield");
+#endif
+}
+
+std::int64_t nowNs() noexcept
+{
+    timespec now;
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
+}
+
+} // namespace
+
+bool RecursiveLock::enterIfFree(std::uint32_t self) noexcept
+{
+    std::uint32_t found = word_.load(std::memory_order_relaxed);
+    return found == 0 && word_.compare_exchange_weak(found, self, std::memory_order_acquire, std::memory_order_relaxed);
+}
+
 // For about as long as the calls of going to sleep take.
 bool RecursiveLock::spinAndEnter(std::uint32_t self) noexcept
 {
     for (int rounds = 100; rounds != 0; --rounds)
     {
-#if defined(__x86_64__)
-        __builtin_ia32_pause();
-#elif defined(__aarch64__)
-        asm volatile("yield");
-#endif
-        std::uint32_t found = word_.load(std::memory_order_relaxed);
-        if (found == 0 &&
-            word_.compare_exchange_weak(found, self, std::memory_order_acquire, std::memory_order_relaxed))
+        relax();
+        if (enterIfFree(self))
             return true;
     }
     return false;
+}
+
+// Two threads that look for a free moment all the time find one after each step of the other, and pass the lock, with
+// all that it guards, from processor to processor for each. The fewer looks, the longer are their turns.
+void RecursiveLock::awaitTurnAndEnter(std::uint32_t self) noexcept
+{
+    constexpr std::int64_t turnNs = 6'500;
+    for (int looks = 2; looks != 0; --looks)
+    {
+        for (const std::int64_t endNs = nowNs() + turnNs; nowNs() < endNs;)
+            relax();
+        if (enterIfFree(self))
+            return;
+    }
+    waitAndEnter(self, -1);
 }
 
 // A thread that has slept can't know whether others still do, so it takes the lock with the flag set, at the price of
