@@ -87,14 +87,14 @@ TEST_F(NotifierRecorderLog, tellsOfNotifiersEnteredInBothOrdersOnceAndBeforeAnyt
     std::destroy_at(&notifiers[1]);
     std::construct_at(&notifiers[1]);
     enter(1, 0);
-    EXPECT_EQ(logged(), "");
+    EXPECT_EQ(said(), "");
     test::Crowd(1, [&](int) { enter(0, 1); });
     enter(1, 0);
     NotifierRecorder::turn(false);
     enter(1, 2);
     enter(2, 1);
 
-    const std::string text = logged();
+    const std::string text = said();
     char both[64];
     std::snprintf(both, sizeof both, "at %p, and ", static_cast<void*>(&notifiers[0]));
     EXPECT_NE(text.find(both), std::string::npos) << text;

@@ -110,7 +110,7 @@ TEST_F(Registry, sectionIsExportedAndNeverImported)
     config.exportTo(text, "s");
     ASSERT_EQ(text.numLines(), 2u);
     EXPECT_EQ(std::string(text[0]) + " " + std::string(text[1]), "a=2 b=x=y");
-    EXPECT_EQ(logged(), "0.000    : A setting with more than one line was not exported: lines\n");
+    EXPECT_EQ(said(), "0.000    : A setting with more than one line was not exported: lines\n");
     config.setValue("a", 3, "s");
     config.importFrom(text, "s", true);
     EXPECT_EQ(stored("a", "s"), "3");

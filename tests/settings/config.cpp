@@ -45,11 +45,11 @@ TEST_F(Config, valuesComeFromTheStoreAndOverridesAreLogged)
     EXPECT_EQ(config_double("d", 0.25), 0.25);
     EXPECT_EQ(config_long("l", 3), 5000000000);
     EXPECT_EQ(config_long("none", -5000000000), -5000000000);
-    EXPECT_EQ(logged(), "");
+    EXPECT_EQ(said(), "");
     EXPECT_EQ(config_int("n", 3), 4);
     EXPECT_EQ(config_double("d", 1.5), 0.25);
-    EXPECT_EQ(logged(), "0.000    : Default overridden: n = 4 (dflt 3)\n"
-                        "0.000    : Default overridden: d = 0.250000 (dflt 1.500000)\n");
+    EXPECT_EQ(said(), "0.000    : Default overridden: n = 4 (dflt 3)\n"
+                      "0.000    : Default overridden: d = 0.250000 (dflt 1.500000)\n");
 }
 
 TEST_F(Config, stringIsCopiedWithATerminatorBehindItsBuffer)
@@ -62,7 +62,7 @@ TEST_F(Config, stringIsCopiedWithATerminatorBehindItsBuffer)
         config_string("s", buf.data(), size, size == 3 ? nullptr : "w");
         EXPECT_EQ(buf.substr(0, std::min(size, 300u) + 1), value.substr(0, size) + '\0');
         EXPECT_EQ(buf.substr(size + 1), std::string(399 - size, 'x'));
-        EXPECT_EQ(logged(), "0.000    : Default overridden: s = " + value + (size == 3 ? " (dflt )\n" : " (dflt w)\n"));
+        EXPECT_EQ(said(), "0.000    : Default overridden: s = " + value + (size == 3 ? " (dflt )\n" : " (dflt w)\n"));
     }
 }
 

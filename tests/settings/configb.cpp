@@ -251,7 +251,7 @@ TEST_F(ConfigB, textLeavesOutWhatItCannotCarry)
     table.set("type", "1", "two words");
     table.set("lines", "1\n2");
     EXPECT_EQ(table.asString(), "{\n}");
-    const std::string all = entriesOf(table), log = logged();
+    const std::string all = entriesOf(table), log = said();
     EXPECT_EQ(std::count(all.begin(), all.end(), '|'), 18) << "all are packed";
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 10) << log;
 
@@ -262,7 +262,7 @@ TEST_F(ConfigB, textLeavesOutWhatItCannotCarry)
     table.dump(&out, "aB");
     out.close();
     EXPECT_EQ(contents(folder_.path() / "out"), "{\nabc:a_type_of_21_letters_ 1\n}\n");
-    EXPECT_TRUE(logged().starts_with("assertion failed (*iter).second.type_.size() <= 20 at misc/configb line "));
+    EXPECT_TRUE(said().starts_with("assertion failed (*iter).second.type_.size() <= 20 at misc/configb line "));
 }
 
 TEST_F(ConfigB, cutBytesUnpackToWhatIsThere)

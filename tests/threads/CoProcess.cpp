@@ -174,7 +174,7 @@ TEST_F(CoProcess, logShowsWhoRuns)
     };
     const auto showing = start(show, "two words");
     showing->waitForExit(-1);
-    const std::string text = logged(), id = std::to_string(showing->threadId());
+    const std::string text = said(), id = std::to_string(showing->threadId());
     EXPECT_NE(text.find("Default overridden: affinity.two_words = 3 (dflt 0)\n"), text.npos) << "and has no effect";
     EXPECT_NE(text.find(" : 01 R " + id + "/"), text.npos) << text;
     EXPECT_EQ(text.substr(text.rfind(':')), ": two words (" + id + ")\n");
