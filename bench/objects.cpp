@@ -3,17 +3,13 @@
 // Workload: bench/objects.h. The cases of one object go round in 1,000 of them and stay in memory; reading
 // makes each object anew, by the name of its class that is stored with it.
 
-#include "bench/objects.h"
-
 #include "bench/harness/Keep.h"
 #include "bench/harness/Registry.h"
 #include "bench/limits/limits.h"
-#include "misc/identity/Cookie.h"
+#include "bench/shots.h"
 #include "misc/persistence/StreamObjectManager.h"
-#include "misc/persistence/StreamableLayer.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <vector>
 
 namespace
@@ -25,68 +21,12 @@ using bench::objects::roundCount;
 constexpr const char* packing = "objects/pack one";
 constexpr const char* unpacking = "objects/unpack one";
 
-class Shot : public StreamableLayer<Shot, Streamable>
+struct Names
 {
-public:
-    static constexpr StreamLayerNames layerNames = {"S", "Shot"};
-
-    Shot() = default;
-    explicit Shot(const Fields& fields) : numbers_(fields.numbers), name_(fields.name)
-    {
-        std::memcpy(&identity_, fields.identity.data(), sizeof identity_);
-    }
-
-    void pack(PStream& stream) const
-    {
-        stream << numbers_;
-        stream.file()->write(&identity_, sizeof identity_);
-        stream << name_;
-    }
-    void unpack(PStream& stream)
-    {
-        stream >> numbers_;
-        stream.file()->readBinary(reinterpret_cast<unsigned char*>(&identity_), sizeof identity_, true);
-        stream >> name_;
-    }
-
-    Fields fields() const
-    {
-        Fields fields;
-        fields.numbers = numbers_;
-        std::memcpy(fields.identity.data(), &identity_, sizeof identity_);
-        fields.name = name_;
-        return fields;
-    }
-
-private:
-    std::array<int, 4> numbers_ = {};
-    Cookie identity_;
-    LightweightString<char> name_;
+    static constexpr StreamLayerNames shot = {"S", "Shot"};
+    static constexpr StreamLayerNames titledShot = {"TS", "TitledShot"};
 };
-
-class TitledShot : public StreamableLayer<TitledShot, Shot>
-{
-public:
-    static constexpr StreamLayerNames layerNames = {"TS", "TitledShot"};
-
-    TitledShot() = default;
-    explicit TitledShot(const Fields& fields) : StreamableLayer(fields), curve_(fields.curve), note_(fields.note) {}
-
-    void pack(PStream& stream) const { stream << curve_ << note_; }
-    void unpack(PStream& stream) { stream >> curve_ >> note_; }
-
-    Fields fields() const
-    {
-        Fields fields = Shot::fields();
-        fields.curve = curve_;
-        fields.note = note_;
-        return fields;
-    }
-
-private:
-    std::array<double, 8> curve_ = {};
-    LightweightString<char> note_;
-};
+using TitledShot = bench::objects::TitledShot<Streamable, Names>;
 
 const StreamClassRegistrar registrar = StreamClassRegistrar::of<TitledShot>();
 

@@ -8,8 +8,8 @@
 #include "OS/testing/ForwardingFileMgr.h"
 #include "bench/harness/Keep.h"
 #include "bench/harness/Registry.h"
+#include "bench/shots.h"
 #include "libmw/Text.h"
-#include "misc/identity/Cookie.h"
 #include "misc/persistence/StreamObjectManager.h"
 #include "misc/persistence/TagMarkerTable.h"
 
@@ -22,51 +22,12 @@ namespace
 
 using namespace bench::swap;
 
-class SwapShot : public StreamableLayer<SwapShot, Taggable>
+struct Names
 {
-public:
-    static constexpr StreamLayerNames layerNames = {"SS", "SwapShot"};
-
-    SwapShot() = default;
-    explicit SwapShot(const Fields& fields) : numbers_(fields.numbers), name_(fields.name)
-    {
-        std::memcpy(&identity_, fields.identity.data(), sizeof identity_);
-    }
-
-    void pack(PStream& stream) const
-    {
-        stream << numbers_;
-        stream.file()->write(&identity_, sizeof identity_);
-        stream << name_;
-    }
-    void unpack(PStream& stream)
-    {
-        stream >> numbers_;
-        stream.file()->readBinary(reinterpret_cast<unsigned char*>(&identity_), sizeof identity_, true);
-        stream >> name_;
-    }
-
-private:
-    std::array<int, 4> numbers_ = {};
-    Cookie identity_;
-    LightweightString<char> name_;
+    static constexpr StreamLayerNames shot = {"SS", "SwapShot"};
+    static constexpr StreamLayerNames titledShot = {"ST", "SwapTitle"};
 };
-
-class SwapTitle : public StreamableLayer<SwapTitle, SwapShot>
-{
-public:
-    static constexpr StreamLayerNames layerNames = {"ST", "SwapTitle"};
-
-    SwapTitle() = default;
-    explicit SwapTitle(const Fields& fields) : StreamableLayer(fields), curve_(fields.curve), note_(fields.note) {}
-
-    void pack(PStream& stream) const { stream << curve_ << note_; }
-    void unpack(PStream& stream) { stream >> curve_ >> note_; }
-
-private:
-    std::array<double, 8> curve_ = {};
-    LightweightString<char> note_;
-};
+using SwapTitle = bench::objects::TitledShot<Taggable, Names>;
 
 const StreamClassRegistrar registrar = StreamClassRegistrar::of<SwapTitle>();
 
