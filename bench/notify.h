@@ -51,4 +51,18 @@ struct Client
     }
 };
 
+// One that stays for the whole run.
+inline Client& newClient()
+{
+    return *new Client;
+}
+
+// What the peers issue for an event.
+struct Event
+{
+    int type;
+    const void* source;
+    int value;
+};
+
 } // namespace bench::notify

@@ -6,7 +6,6 @@
 
 #include <boost/signals2/signal.hpp>
 
-#include <deque>
 #include <memory>
 #include <string>
 
@@ -15,21 +14,9 @@ namespace
 
 using namespace bench::notify;
 
-struct Event
-{
-    int type;
-    const void* source;
-    int value;
-};
-
 using Message = std::shared_ptr<const std::string>;
 using EventSignal = boost::signals2::signal<void(const Event&)>;
 using MessageSignal = boost::signals2::signal<void(const Message&)>;
-
-Client& newClient()
-{
-    return *new Client;
-}
 
 EventSignal* eventSignal(int count)
 {

@@ -18,11 +18,6 @@ struct Number
     int value;
 };
 
-Client& newClient()
-{
-    return *new Client;
-}
-
 auto connectNumber(QSignalMapper* mapper, Client& client)
 {
     return QObject::connect(

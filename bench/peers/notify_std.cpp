@@ -17,13 +17,6 @@ namespace
 
 using namespace bench::notify;
 
-struct Event
-{
-    int type;
-    const void* source;
-    int value;
-};
-
 struct Message
 {
     const std::string* text;
