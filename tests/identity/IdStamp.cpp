@@ -2,11 +2,8 @@
 
 #include "identity/Support.h"
 #include "misc/persistence/PStream.h"
-#include "misc/settings/config.h"
-#include "misc/settings/configb.h"
 
 #include <algorithm>
-#include <iterator>
 #include <set>
 #include <sys/wait.h>
 #include <thread>
@@ -23,41 +20,25 @@ std::string text(const IdStamp& stamp)
     return stamp.asString().c_str();
 }
 
-class IdStamps : public MachineInMemory
-{
-protected:
-    void setClockTo(std::uint32_t secondOfStamps)
-    {
-        clock_.set((static_cast<double>(secondOfStamps) + IdStamp::epochSeconds) * 1e3 - 1e12 + 1);
-    }
-};
+using IdStamps = MachineInMemory;
 
 } // namespace
 
 TEST(IdStamp, textAndValueConvertBothWays)
 {
     EXPECT_EQ(text(sample), "0000006437A1B2C05");
-    for (const IdStamp& stamp :
-         {IdStamp(0, 1, 0), {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF}, {2703, 0x80000000, 0x1F000000}})
-    {
-        EXPECT_EQ(IdStamp(text(stamp).c_str()), stamp) << text(stamp);
-        EXPECT_EQ(IdStamp::ofText(text(stamp)), stamp) << text(stamp);
-    }
+    for (const IdStamp& stamp : {IdStamp(0, 1, 0), {~0u, ~0u, ~0u}, {2703, 0x80000000, 0x1F000000}})
+        EXPECT_TRUE(IdStamp(text(stamp).c_str()) == stamp && IdStamp::ofText(text(stamp)) == stamp) << text(stamp);
     EXPECT_EQ(text(IdStamp(7, 0, 7)), "");
-    EXPECT_EQ(IdStamp(nullptr), IdStamp(0, 0, 0));
     const std::pair<const char*, IdStamp> rows[] = {
         {"", {0, 0, 0}},
-        {"64", {0x64, 0, 0}},
         {"0000006437A1", {0x64, 0x37A1, 0}},
         {"0000006437a1b2c05 and more", sample},
         {"       zzzzzzzzz7", {0, 0, 7}},
         {"0000006437A1B2C0FFFFFFFFFFFFFFFFFF", {0x64, 0x37A1B2C0, 0xFFFFFFFF}},
     };
     for (const auto& [text, stamp] : rows)
-    {
-        EXPECT_EQ(IdStamp(text), stamp) << text;
-        EXPECT_EQ(IdStamp::ofText(text).has_value(), *text == '\0') << text;
-    }
+        EXPECT_TRUE(IdStamp(text) == stamp && IdStamp::ofText(text).has_value() == (*text == '\0')) << text;
     // Of all texts that differ from a stamp's in one character, those alone that are another stamp's.
     for (std::size_t at = 0; at < text(sample).size(); ++at)
         for (int c = 1; c < 256; ++c)
@@ -85,58 +66,36 @@ TEST(IdStamp, magicMixesWithCountsOfMoreThan26Bits)
     EXPECT_FALSE(stamp.isMagic());
     stamp.setMagicType(static_cast<IdStampMagic::MagicType>(0x21));
     EXPECT_TRUE(stamp.getMagicType() == 0x21u && stamp.tickCount() == 0x07FFFFFFu);
-    stamp.setMagicType(static_cast<IdStampMagic::MagicType>(0x02));
-    EXPECT_EQ(stamp.getMagicType(), 0x03u);
-}
-
-TEST_F(IdStamps, countWithinASecondAndNeverGoBack)
-{
-    const IdStamp first, second;
-    EXPECT_EQ(first.machineNum(), 5u);
-    EXPECT_EQ(second, IdStamp(5, first.timeBits(), first.tickCount() + 1));
-
-    setClockTo(first.timeBits() + 2);
-    const IdStamp later;
-    EXPECT_EQ(later, IdStamp(5, first.timeBits() + 2, 0));
-    setClockTo(first.timeBits());
-    EXPECT_EQ(IdStamp(), IdStamp(5, later.timeBits(), 1));
 }
 
 TEST_F(IdStamps, differOnAllThreadsWhileTheClockMoves)
 {
     constexpr int each = 20000;
-    std::vector<IdStamp> made[4];
+    std::vector<IdStamp> made(4 * each, IdStamp(0, 0, 0));
     std::vector<std::thread> makers;
-    for (std::vector<IdStamp>& mine : made)
-        makers.emplace_back(
-            [&mine]
-            {
-                for (int i = 0; i < each; ++i)
-                    mine.push_back(IdStamp());
-            });
+    for (auto mine = made.begin(); mine != made.end(); mine += each)
+        makers.emplace_back([=] { std::generate_n(mine, each, [] { return IdStamp(); }); });
     for (int i = 0; i < 1000; ++i)
-        clock_.set(i % 7 * 1000);
-    std::set<IdStamp> all;
-    for (std::size_t i = 0; i < makers.size(); ++i)
-    {
-        makers[i].join();
-        EXPECT_TRUE(std::is_sorted(made[i].begin(), made[i].end()));
-        all.insert(made[i].begin(), made[i].end());
-    }
-    EXPECT_EQ(all.size(), makers.size() * each);
+        debugger_.set(i % 7 * 1000);
+    for (std::thread& maker : makers)
+        maker.join();
+    for (auto mine = made.begin(); mine != made.end(); mine += each)
+        EXPECT_TRUE(std::is_sorted(mine, mine + each));
+    EXPECT_EQ(std::set<IdStamp>(made.begin(), made.end()).size(), made.size());
 }
 
-TEST_F(IdStamps, ofAForkedChildBeginANewSecond)
+TEST_F(IdStamps, countWithinASecondWhichAForkedChildDoesNotGoOnWith)
 {
-    const IdStamp before;
-    // The child tells with its status whether its stamps are those of the next second.
+    debugger_.set(1e12);
+    const IdStamp first;
+    EXPECT_EQ(first.timeBits(), 2'000'000'000 - IdStamp::epochSeconds);
     const pid_t child = ::fork();
     if (child == 0)
-        ::_exit(IdStamp() == IdStamp(5, before.timeBits() + 1, 0) && IdStamp() == IdStamp(5, before.timeBits() + 1, 1));
-    int status = 0;
+        ::_exit(IdStamp() == IdStamp(5, first.timeBits() + 1, 0) ? 0 : 1);
+    int status = -1;
     ::waitpid(child, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), 1);
-    EXPECT_EQ(IdStamp().timeBits(), before.timeBits());
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(IdStamp(), IdStamp(5, first.timeBits(), first.tickCount() + 1));
 }
 
 TEST_F(IdStamps, arePackedAsTheirTextAndReadInEveryVersion)
@@ -155,24 +114,10 @@ TEST_F(IdStamps, arePackedAsTheirTextAndReadInEveryVersion)
     read.unpack(stream, 'S');
     EXPECT_EQ(read, sample);
     read.unpack(stream, 1);
-    EXPECT_EQ(read, IdStamp(0, 0, 0));
-    for (const int version : {2, 1})
-    {
-        EXPECT_EQ(said(), "");
-        file.setPosition(large);
-        read.unpack(stream, static_cast<unsigned char>(version));
-        EXPECT_EQ(read, IdStamp(1, 2, 0x04000000));
-    }
+    EXPECT_FALSE(read.valid());
+    read.unpack(stream, 2);
+    EXPECT_TRUE(read == IdStamp(1, 2, 0x04000000) && said().empty());
+    file.setPosition(large);
+    read.unpack(stream, 1);
     EXPECT_EQ(said(), "WARNING: Encountered Rev.1 IdStamp with out-of-range tickBits value.\n");
-}
-
-TEST_F(IdStamps, areSettingsOfTheirOwnType)
-{
-    configb table;
-    table.set("made", sample);
-    EXPECT_EQ(table.asString(), "{\n  made:IdStamp 0000006437A1B2C05\n}");
-    IdStamp read(0, 0, 0);
-    EXPECT_TRUE(table.in("made", read) == 0 && read == sample && table.in("other", read) == -1);
-    GlobalConfig().setValue("made", IdStamp(1, 2, 3), "");
-    EXPECT_EQ(config_IdStamp("made", sample), IdStamp(1, 2, 3));
 }
