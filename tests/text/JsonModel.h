@@ -4,7 +4,6 @@
 #include "misc/text/JSON.h"
 
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,13 +18,9 @@ struct Model
     std::vector<std::pair<std::wstring, bool>> bools;
     std::vector<std::wstring> childNames;
     std::vector<Model> children;
-};
 
-inline bool operator==(const Model& a, const Model& b)
-{
-    return a.texts == b.texts && a.numbers == b.numbers && a.bools == b.bools && a.childNames == b.childNames &&
-           a.children == b.children;
-}
+    bool operator==(const Model&) const = default;
+};
 
 inline std::wstring wideOf(const std::string& bytes)
 {
@@ -38,8 +33,8 @@ struct ModelReader
     {
         Model root;
         std::vector<Model*> open{&root};
-        std::unique_ptr<std::string> key;
-        const auto name = [&] { return key ? wideOf(*std::exchange(key, nullptr)) : L""; };
+        std::optional<std::string> key;
+        const auto name = [&] { return key ? wideOf(*std::exchange(key, {})) : L""; };
         const auto addMember = [&]
         {
             if (key)
@@ -74,10 +69,10 @@ struct ModelReader
                     open.back()->texts.emplace_back(of, wideOf(bytes));
                 }
                 else
-                    key = std::make_unique<std::string>(bytes);
+                    key = bytes;
             }
             else if (c == ':')
-                failed = key == nullptr;
+                failed = !key;
             else if (c == ',')
                 addMember();
             else if (c == '{' || c == '[')
@@ -120,17 +115,16 @@ inline std::optional<Model> modelOf(const Mw::Ptr<JSON::Element>& element)
 {
     if (!element)
         return {};
-    const auto wide = [](std::wstring_view text) { return std::wstring(text); };
     Model model;
     for (unsigned i = 0; i < element->getNumStringAttribs(); ++i)
-        model.texts.emplace_back(wide(element->getStringAttribName(i)), wide(element->getString(i)));
+        model.texts.emplace_back(element->getStringAttribName(i), element->getString(i));
     for (unsigned i = 0; i < element->getNumNumericAttribs(); ++i)
-        model.numbers.emplace_back(wide(element->getNumericAttribName(i)), element->getNum(i));
+        model.numbers.emplace_back(element->getNumericAttribName(i), element->getNum(i));
     for (unsigned i = 0; i < element->getNumBoolAttribs(); ++i)
-        model.bools.emplace_back(wide(element->getBoolAttribName(i)), element->getBool(i));
+        model.bools.emplace_back(element->getBoolAttribName(i), element->getBool(i));
     for (unsigned i = 0; i < element->getNumChildren(); ++i)
     {
-        model.childNames.push_back(wide(element->getChildName(i)));
+        model.childNames.emplace_back(element->getChildName(i));
         model.children.push_back(*modelOf(element->getChild(i)));
     }
     return model;
