@@ -33,8 +33,7 @@ TEST(SmartPtr, lastOneDeletesTheObject)
     second = a;
     EXPECT_EQ(alive, 1);
     b.purge();
-    EXPECT_EQ(alive, 0);
-    EXPECT_FALSE(b);
+    EXPECT_TRUE(alive == 0 && !b);
 }
 
 // The clients leave and die while they are told, after a count that deletes itself is gone: under the address
@@ -62,9 +61,7 @@ TEST(RefCount, zeroTellsTheClientsInOrderOnce)
         for (const char name : {'a', 'b'})
             count->addClient(new Client(name, log, deletesItself ? nullptr : count));
         count->incRef();
-        EXPECT_EQ(count->incRef(), 2);
-        EXPECT_EQ(count->decRef(), 1);
-        EXPECT_EQ(log, "");
+        EXPECT_TRUE(count->incRef() == 2 && count->decRef() == 1 && log.empty());
         EXPECT_EQ(count->decRef(), 0);
         EXPECT_EQ(log, "ab");
         if (!deletesItself)

@@ -1,23 +1,18 @@
 #include "Mw/Vector.h"
 #include "Mw/LightweightVector.h"
+#include "media/AssertionLines.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 TEST(Vector, indexOutOfRangeIsReportedAndExecutionGoesOn)
 {
-    char written[200] = {};
-    std::FILE* const stream = fmemopen(written, sizeof written, "w");
-    Mw::setDiagnosticStream(stream);
+    AssertionLines lines;
     Vector<int> v{1, 2};
     v.reserve(8);
     v.remove(2);
     static_cast<void>(v[2]);
-    Mw::setDiagnosticStream(nullptr);
-    std::fclose(stream);
     const std::string line = "assertion failed i < size_ at Mw/Vector line 61\n";
-    EXPECT_EQ(written, line + line);
+    EXPECT_EQ(lines.text(), line + line);
     EXPECT_EQ(v, (Vector<int>{1, 2}));
 }
 
