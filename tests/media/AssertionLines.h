@@ -19,7 +19,6 @@ public:
         std::free(buffer_);
     }
 
-    // All lines so far.
     std::string text()
     {
         std::fflush(stream_);

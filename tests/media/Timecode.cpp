@@ -111,7 +111,6 @@ TEST(TimecodeLabel, faultsAreNamed)
                                                                {"00:00:00:00", drop(FR12_5), LabelFault::NoRate},
                                                                {"00:00:00:00", drop(FR25F), LabelFault::NoRate},
                                                                {"", whole, LabelFault::NotALabel},
-                                                               {"0:00:00:00", whole, LabelFault::NotALabel},
                                                                {"00:00:00:0000", whole, LabelFault::NotALabel},
                                                                {"00:00:00 00", whole, LabelFault::NotALabel}};
     for (const auto& [text, tcInf, fault] : rows)
@@ -120,7 +119,6 @@ TEST(TimecodeLabel, faultsAreNamed)
         EXPECT_EQ(readLabel(text, tcInf, label), fault) << text;
         EXPECT_TRUE(fault != LabelFault::None || shown(label) == text) << text;
     }
-    EXPECT_EQ(checkLabel({0, 0, 0, -1, 0}, whole), LabelFault::NoFrame);
     EXPECT_EQ(checkLabel({-1, 0, 0, 0, 0}, whole), LabelFault::NoHour);
     EXPECT_EQ(shown({24, 0, 0, 0, 0}), "");
 }
@@ -131,22 +129,15 @@ TEST(TimecodeFields, edges)
     EXPECT_EQ(fieldsOf(-25 * 86400, 25, false), (tc_addr{0, 0, 0, -1, 0}));
     EXPECT_EQ(fieldsOf(INT_MIN, 1, false), (tc_addr{-32768, -14, -9, 0, 0}));
     EXPECT_EQ(fieldsOf(0, 30, true), (tc_addr{23, 59, 59, 28, 1}));
-    EXPECT_EQ(fieldsOf(-2589405, 30, true), (tc_addr{0, 0, 0, 1, 1}));
     EXPECT_EQ(fieldsOf(INT_MAX, 60, true), (tc_addr{23, 59, 59, 59, 1}));
-    EXPECT_EQ(fieldsOf(7, 0, true), tc_addr{});
     EXPECT_EQ(fieldsOf(7, -25, false), tc_addr{});
 
-    // The argument decides drop frame, not the field.
     const tc_addr flagged{0, 1, 0, 2, 1};
-    EXPECT_EQ(tc_to_frames(&flagged, 30, 0), 1803);
-    EXPECT_FALSE(tcode_compare({0, 1, 0, 2, 0}, flagged));
+    EXPECT_EQ(tc_to_frames(&flagged, 30, 0), 1803) << "the argument decides drop frame, not the field";
     const tc_addr highest{SHRT_MAX, SHRT_MAX, SHRT_MAX, SHRT_MAX, 0};
     const tc_addr lowest{SHRT_MIN, SHRT_MIN, SHRT_MIN, SHRT_MIN, 0};
-    for (const bool dropFrame : {false, true})
-    {
-        EXPECT_EQ(tc_to_frames(&highest, SHRT_MAX, dropFrame), INT_MAX);
-        EXPECT_EQ(tc_to_frames(&lowest, SHRT_MAX, dropFrame), INT_MIN);
-    }
+    EXPECT_EQ(tc_to_frames(&highest, SHRT_MAX, true), INT_MAX);
+    EXPECT_EQ(tc_to_frames(&lowest, SHRT_MAX, true), INT_MIN);
 }
 
 TEST(TimecodeText, flagsChooseTheFieldsThatAreShown)
@@ -166,7 +157,6 @@ TEST(TimecodeText, flagsChooseTheFieldsThatAreShown)
             texts += '|' + shown(seconds, flags, FR25);
         EXPECT_EQ(texts, expected);
     }
-    EXPECT_EQ(shown(86400.04, TC_SHOW_ALL, FR25), "00:00:00.01");
     EXPECT_EQ(shown(std::nan(""), TC_SHOW_ALL, FR25), "00:00:00.00");
 }
 
@@ -183,23 +173,11 @@ TEST(TimecodeText, longestTextFitsAndIsReached)
                 longest = std::max(longest, std::strlen(buffer));
             }
     EXPECT_EQ(longest + 1, std::size_t{longestTimecodeBytes});
+    char none[] = "untouched";
+    EXPECT_FALSE(tc_to_string(1.0, none, TC_SHOW_ALL, FR24D2, true) || *none != 0);
     EXPECT_EQ(shown(lastDropFrame * 1.001 / 30, 0, FR30M, true), "24:00:00;00");
     EXPECT_EQ(shown(-1e99, TC_SHOW_ALL, FR240M, true), "-19904:00:42;19");
     EXPECT_EQ(shown(-1e99, TC_SHOW_ALL, FR25), "-23:06:40.00"); // 10^18 frames
-}
-
-TEST(TimecodeText, ratesThatShowNoTimecode)
-{
-    AssertionLines lines;
-    for (const FrameRate rate : {FRInvalid, FR24D2})
-    {
-        char buffer[longestTimecodeBytes] = "untouched";
-        EXPECT_FALSE(tc_to_string(1.0, buffer, TC_SHOW_ALL, rate, true));
-        EXPECT_STREQ(buffer, "");
-    }
-    EXPECT_TRUE(lines.text().starts_with("assertion failed tcRate != Mw::FRInvalid at misc/tccvt line 23\n"
-                                         "assertion failed rateIsValid at misc/FrameRate line "));
-    EXPECT_EQ(string_to_tc("01:00:01:00", FRInvalid, false), 0.0);
 }
 
 // What else is read, and what not, is held against sscanf by a fuzz target.
@@ -207,7 +185,7 @@ TEST(TimecodeText, readsDropFrameAndNumbersOfAnySize)
 {
     EXPECT_EQ(string_to_tc("-00:01:00;00", FR30M, true), string_to_tc("-00:01:00;00", FR30M, false));
     EXPECT_EQ(string_to_tc(" -0:01:00:02", {FR30M, true}), 1800 / getFramesPerSecond(FR30M)); // a sign of zero
-    EXPECT_EQ(string_to_tc(nullptr, FR25, false), 0.0);
+    EXPECT_TRUE(string_to_tc(nullptr, FR25, false) == 0.0 && string_to_tc("01:00:01:00", FRInvalid, false) == 0.0);
     EXPECT_EQ(string_to_tc("0:0:0:99999999999999999999", FR25, false), INT_MAX / 25.0);
     EXPECT_EQ(string_to_tc("0:0:0:-4294967297", FR25, false), INT_MIN / 25.0);
 }
@@ -227,9 +205,8 @@ TEST(TimecodeText, dropFrameIsReadFromTheSeparator)
 {
     for (const char* text : {"01:00:00;00", " \t01:00:00,00", "01:00:00;"})
         EXPECT_TRUE(isTimecodeStringDropFrame(text)) << text;
-    for (const char* text :
-         {"01:00:00:00", "01:00:00", "1:00:00;00", "    01:00:00", static_cast<const char*>(nullptr)})
-        EXPECT_FALSE(isTimecodeStringDropFrame(text));
+    for (const char* text : {"01:00:00:00", "01:00:00", "1:00:00;00", "    01:00:00"})
+        EXPECT_FALSE(isTimecodeStringDropFrame(text)) << text;
 }
 
 TEST(TimecodeSeconds, framesSurviveTheJourneyAtEveryRate)
@@ -260,9 +237,7 @@ TEST(Pulldown, filmFramesComeBackFromTheirVideoFrames)
                 ASSERT_EQ(remove_pulldown(add_pulldown(frame, rate, phase), rate, phase), frame);
     EXPECT_TRUE(add_pulldown(3, FR30, 0) == 3 && add_pulldown(4, FR30, 0) == 5 && add_pulldown(24, FR25, 0) == 25);
     EXPECT_EQ(remove_pulldown(4, FR60M, 0), 3) << "the repetition";
-    EXPECT_TRUE(add_pulldown(1, FR30, 3) == 2 && add_pulldown(1, FR30, -1) == 2);
     EXPECT_EQ(add_pulldown(INT_MAX, FR30, INT_MIN), INT_MAX);
-    EXPECT_TRUE(add_pulldown(7, FR24, 2) == 7 && remove_pulldown(-7, FR48, 2) == -7);
 }
 
 TEST(EditListLabels, readBackAsTheRateThatTheyStandFor)
@@ -271,6 +246,5 @@ TEST(EditListLabels, readBackAsTheRateThatTheyStandFor)
         EXPECT_EQ(edlstr_to_tv_standard(tv_standard_to_edlstr(tcInf)), tcInf);
     EXPECT_STREQ(tv_standard_to_edlstr({FRInvalid, true}), "P24");
     EXPECT_EQ(edlstr_to_tv_standard("ND24"), (TCInf{FR24, true}));
-    EXPECT_EQ(edlstr_to_tv_standard("nd"), TCInf{});
-    EXPECT_EQ(edlstr_to_tv_standard(nullptr), TCInf{});
+    EXPECT_TRUE(edlstr_to_tv_standard("nd") == TCInf{} && edlstr_to_tv_standard(nullptr) == TCInf{});
 }
