@@ -1,7 +1,5 @@
 #include "misc/commands/KeyCode.h"
 
-#include "OS/OS.h"
-#include "OS/Windowing.h"
 #include "libmw/Text.h"
 #include "misc/commands/MapItem.h"
 
@@ -39,16 +37,12 @@ std::vector<int> namedKeys()
 TEST(KeyCode, shortFormsOfStoredMappings)
 {
     const std::pair<LightweightString<char>, unsigned> cases[] = {
-        {"x", 88},
         {"F5", 0},
         {"CTRL+", 0},
         {"alt_X", 0x4000078},
         {"CTRL+ALT+x", 0x6000058},
         {"Ctrl-Ctrl-shift-x", 0x3000058},
-        {"CTRL+-", 0x200002D},
         {"CTRL++", 0x200002B},
-        {"+X", '+'},
-        {"A+B", 'B'},
         {"\xE4", 0xFFFFFFE4},
         {LightweightString<char>("A\0", 2), 0},
     };
@@ -82,14 +76,10 @@ TEST(KeyCode, everyNameAndCharacterWithEveryModifierIsReadBack)
 TEST(KeyCode, displayForms)
 {
     const std::pair<unsigned, const wchar_t*> cases[] = {
-        {97, L"'a'"},
-        {0x20000061, L"*+a"},
         {0x27100061, L"*Shift+Ctrl+Command+Alt+a"},
-        {0x0900003B, L"Shift+F1"},
         {0x88000047, L"'G' (numpad)"},
         {0x9000002C, L"Console:User  (numpad)8"},
         {0x10000013, L"Console:Unknown"},
-        {0x01000000, L"Shift+Unknown"},
         {0x080000AA, L"'\u00AA'"},
         {0x4000FF00, L"Hold Unknown tap Unknown"},
     };
@@ -100,17 +90,8 @@ TEST(KeyCode, displayForms)
 TEST(KeyCode, whatPeopleTypeIsRead)
 {
     const std::pair<const wchar_t*, unsigned> cases[] = {
-        {L"  ctrl + shift+ F12 ", 0x0B000046},
-        {L"alt+page down", 0x0C000051},
-        {L"a", 'a'},
-        {L" ", ' '},
-        {L"console:user 8", 0x1000002C},
-        {L"ab", 0},
-        {L"ctrl+", 0},
-        {L"Console:Unknown", 0},
-        {L"Hold a press", 0},
-        {L"Hold Hold a tap b tap c", 0},
-        {L"\U0001F600", 0},
+        {L"  ctrl + shift+ F12 ", 0x0B000046}, {L"a", 'a'},        {L"console:user 8", 0x1000002C},
+        {L"Hold Hold a tap b tap c", 0},       {L"\U0001F600", 0},
     };
     for (const auto& [text, code] : cases)
         EXPECT_EQ(keycodeFromDisplayText(text), static_cast<int>(code)) << toUTF8(text);
@@ -132,15 +113,4 @@ TEST(KeyCode, gesturesAreReadIntoItemsAndHaveACodeWhileTheyAreHeld)
     // One that names its own slot.
     const MapItem loop(ComplexKeyboardEvent{0x40000001, 0x40000001, 0}, false);
     EXPECT_EQ(keycodeToString(loop.mappedKeyCode()), L"Hold Unknown tap Unknown");
-}
-
-TEST(KeyCode, keysThatAreDown)
-{
-    iWindowing& windowing = OS().windowing();
-    for (const int key : {KeyCode::ctrl, KeyCode::fourthModifier})
-        windowing.setKeyDown(key, true);
-    EXPECT_EQ(getKeyboardModifiers(), KeyCode::ctrl | KeyCode::fourthModifier);
-    EXPECT_FALSE(g_esc_or_space_pressed());
-    for (const int key : {KeyCode::ctrl, KeyCode::fourthModifier})
-        windowing.setKeyDown(key, false);
 }

@@ -208,26 +208,18 @@ TEST_F(Mappings, liveIsReloadedAfterAnyChanges)
 
 TEST_F(Mappings, onlyDifferencesAreStored)
 {
-    EXPECT_FALSE(add(0, ' ')) << "it is there";
-    EXPECT_FALSE(add(1, ' ')) << "another action has it";
-    EXPECT_FALSE(remove(0, 'r')) << "read only";
-    EXPECT_FALSE(remove(1, 'x'));
-    EXPECT_FALSE(add(9, 'x'));
-    EXPECT_EQ(stored(), Stored());
-
+    EXPECT_FALSE(add(0, ' ') || add(1, ' ') || add(9, 'x')) << "the action or another one has it, or there is none";
+    EXPECT_FALSE(remove(0, 'r') || remove(1, 'x')) << "read only, or not there";
     EXPECT_TRUE(remove(0, ' '));
     EXPECT_EQ(stored(), (Stored{{"A:\"Play\":0x0020::::", "false"}}));
     EXPECT_TRUE(add(0, ' '));
     EXPECT_EQ(stored(), (Stored{{"A:\"Play\":0x0020::::", "true"}}));
     manager().resetToDefault(indexOf(*a_));
     EXPECT_EQ(stored(), Stored());
-    EXPECT_EQ(a_->lookup(' '), a_->keyMap(0)) << "a default key stays";
 
     EXPECT_TRUE(add(1, 0x12000058));
     EXPECT_TRUE(manager().addToKeyMap(indexOf(*b_), 0, gesture_.mappedKeyCode()));
     EXPECT_EQ(stored(), (Stored{{"A:\"Stop\":0x12000058::::", "true"}, {"B:0x0005::0x0068:0x006A:P:", "true"}}));
-    EXPECT_TRUE(remove(1, 0x12000058));
-    EXPECT_EQ(stored(), (Stored{{"B:0x0005::0x0068:0x006A:P:", "true"}}));
 }
 
 TEST_F(Mappings, oneActionIsResetAndLeavesItsKeyToTheOneThatHasIt)
@@ -272,8 +264,6 @@ TEST(StoredMapping, isRefusedIfItsNameCannotBeRead)
 
 TEST_F(Mappings, oldKeysAreConvertedOnceAndOnImport)
 {
-    EXPECT_EQ(MappingManager::convertLegacyKeycodeString("A:\"Stop\":0x4001::::"), "") << "somebody's slot";
-    EXPECT_EQ(MappingManager::convertLegacyKeycode(0x7FFF8041), 0x41);
     UserConfig().setValue("A:\"Stop\":0x0258::::", true, "MappingManager");
     UserConfig().setValue("B:0x0805::0x0147:0x004D::", false, "MappingManager");
     UserConfig().setValue("unreadable", true, "MappingManager");
@@ -318,12 +308,6 @@ TEST_F(Mappings, conflictsAndTheExplanationOfAKey)
         if (conflict.uses.back().client >= 2)
             codes.insert(conflict.keycode);
     EXPECT_EQ(codes, (std::set<int>{27, 'c'}));
-    const MappingManager::Conflict conflict = manager().conflicts().front();
-    EXPECT_EQ(conflict.keycode, 27);
-    EXPECT_EQ(toUTF8(conflict.uses[0].clientName), "Keyboard");
-    EXPECT_EQ(toUTF8(conflict.uses[1].actionName), "play");
-    EXPECT_EQ(conflict.uses[1].clientInternalName, "A");
-
     CommandMap::theCommandMap()->registerCommand("Stop", [] {}, {}, {}, eCmdLocal, {});
     EXPECT_EQ(toUTF8(manager().explainKey(' ')), "Key 0x0020, Space\n"
                                                  "  A: Play, taken away by a stored difference\n"
@@ -337,22 +321,21 @@ TEST_F(Mappings, conflictsAndTheExplanationOfAKey)
 
 TEST_F(Mappings, whatCannotBeStoredIsNoChange)
 {
-    SimpleKeyMapper unreadable("C", ResId::none, ResId::none,
-                               std::vector<KeyMap>{KeyMap("a:b", MapItem('x', false)), KeyMap("c")}, true, scope);
-    SimpleKeyMapper client("C:D", ResId::none, ResId::none, std::vector<KeyMap>{KeyMap("c", MapItem('x', false))}, true,
-                           scope);
-    for (const SimpleKeyMapper* const each : {&unreadable, &client})
+    const auto client = [](const char* name, const char* action)
     {
-        EXPECT_FALSE(manager().addToKeyMap(indexOf(*each), 0, 'y'));
-        EXPECT_FALSE(manager().removeFromKeyMap(indexOf(*each), 0, 'x'));
-        EXPECT_EQ(each->keyMap(0)->mapItems().size(), 1u);
+        const std::vector<KeyMap> maps{KeyMap(action, MapItem('x', false))};
+        return SimpleKeyMapper(name, ResId::none, ResId::none, maps, true, scope);
+    };
+    const SimpleKeyMapper clients[] = {client("C", "a:b"), client("C:D", "c")};
+    for (const SimpleKeyMapper& each : clients)
+    {
+        EXPECT_FALSE(manager().addToKeyMap(indexOf(each), 0, 'y'));
+        EXPECT_FALSE(manager().removeFromKeyMap(indexOf(each), 0, 'x'));
+        EXPECT_EQ(each.keyMap(0)->mapItems().size(), 1u);
     }
-    EXPECT_TRUE(manager().addToKeyMap(indexOf(unreadable), 1, 'y'));
-    EXPECT_EQ(stored(), (Stored{{"C:\"c\":0x0079::::", "true"}}));
-    EXPECT_EQ(manager().client(manager().numClients()), nullptr);
-
-    // A client of a name that is taken takes nothing from the one that has it.
-    EXPECT_FALSE(SimpleKeyMapper("A", ResId::none, ResId::none, std::vector<KeyMap>{}, true, scope).isRegistered());
+    EXPECT_EQ(stored(), Stored());
+    // One of a name that is taken takes nothing from the one that has it.
+    EXPECT_FALSE(client("A", "c").isRegistered());
     EXPECT_TRUE(add(0, 'x'));
 }
 
@@ -381,6 +364,4 @@ TEST(BuiltInMappers, areThereBeforeMain)
 {
     EXPECT_TRUE(manager().client(0) == &ConsoleMapper() && manager().client(1) == &TextEditingMapper());
     EXPECT_EQ(TextEditingMapper().lookup(0x100043, 0), 0x22000043);
-    EXPECT_EQ(TextEditingMapper().lookup(static_cast<int>(0x80000037), 0), '7');
-    EXPECT_EQ(ConsoleMapper().numKeyMaps(), 37u);
 }

@@ -20,23 +20,19 @@ void call(const char* name)
 
 TEST(OwnCommands, doWhatTheyAreNamedAfter)
 {
-    const bool debugOutput = outputDebugStringsPref().getValue();
-    call("Toggle win32 debug");
-    EXPECT_EQ(outputDebugStringsPref().getValue(), !debugOutput);
-    call("Toggle win32 debug");
-
+    for (const bool on : {!outputDebugStringsPref().getValue(), outputDebugStringsPref().getValue()})
+    {
+        call("Toggle win32 debug");
+        EXPECT_EQ(outputDebugStringsPref().getValue(), on);
+    }
+    for (const bool on : {!NotifierBase::debugMode(), NotifierBase::debugMode()})
+    {
+        call("toggle_debug_notify");
+        EXPECT_EQ(NotifierBase::debugMode(), on);
+    }
     AssertionLines lines;
     call("Toggle status window");
     EXPECT_EQ(lines.text(), "assertion failed window_ at misc/herc line 558\n");
-
-    const bool notifyDebug = NotifierBase::debugMode();
-    call("toggle_debug_notify");
-    EXPECT_EQ(NotifierBase::debugMode(), !notifyDebug);
-    call("toggle_debug_notify");
-}
-
-TEST(CommandRegistrar, registersBeforeMain)
-{
     call("test before main");
     EXPECT_EQ(runs, 1);
 }
