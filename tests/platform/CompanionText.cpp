@@ -1,6 +1,4 @@
-#include "OS/Debugger.h"
 #include "libmw/AttribValuePair.h"
-#include "libmw/Now.h"
 #include "libmw/Text.h"
 
 #include <cstdlib>
@@ -13,32 +11,22 @@ using Wide = LightweightString<wchar_t>;
 // The conversions themselves are those of OS/Utf8.
 TEST(CompanionText, lengthsAndNullsOfConversions)
 {
-    EXPECT_EQ(fromUTF8("abc", 2), L"ab");
-    EXPECT_EQ(fromUTF8("a\0b", 3).length(), 3u);
     EXPECT_EQ(fromUTF8("a\xC3\xA9z", -1), L"a\u00E9z");
     EXPECT_TRUE(fromUTF8(nullptr, 5).empty() && Mw::WStringFromAscii(nullptr).empty());
     Narrow text("n");
     text += -7;
     text += 4294967295u;
     EXPECT_EQ(text, "n-74294967295");
-    EXPECT_EQ(Mw::WStringFromInteger(std::numeric_limits<long>::min()), L"-9223372036854775808");
-    EXPECT_EQ(static_cast<const char*>(nullptr) + Narrow("right"), "right");
-    EXPECT_NEAR(Mw::now(), OS().debugger().getClock() / 1e6, 60);
 }
 
 TEST(CompanionText, foldingChangesAsciiLettersOnly)
 {
     const Narrow mixed("aZ[`{@ \xC3\xA9 9");
-    Narrow upper(mixed), lower(mixed);
-    toUpper(upper);
-    toLower(lower);
-    EXPECT_EQ(upper, "AZ[`{@ \xC3\xA9 9");
-    EXPECT_EQ(lower, "az[`{@ \xC3\xA9 9");
+    EXPECT_EQ(toUpper(mixed), "AZ[`{@ \xC3\xA9 9");
+    EXPECT_EQ(toLower(mixed), "az[`{@ \xC3\xA9 9");
     EXPECT_EQ(mixed, "aZ[`{@ \xC3\xA9 9"); // was not changed with its copies
-    EXPECT_EQ(toUpper(mixed), upper);
-    const char* const block = lower.c_str();
-    toLower(lower);
-    EXPECT_EQ(lower.c_str(), block); // had nothing to fold
+    const Narrow lower = toLower(mixed);
+    EXPECT_EQ(toLower(lower).c_str(), lower.c_str()); // had nothing to fold
     EXPECT_EQ(Mw::toUpper(Wide(L"a\u00E9\u0131z")), L"A\u00E9\u0131Z");
 }
 
@@ -48,19 +36,16 @@ TEST(CompanionText, whiteSpaceAndTrimmedCharacters)
     EXPECT_FALSE(isEssentiallyEmpty(Narrow("  .")) || isEssentiallyEmpty(Narrow("\xC2\xA0")));
     for (const wchar_t* const core : {L"a/b", L""})
     {
-        Wide fromStart(L"//" + Wide(core)), fromEnd(core + Wide(L"//"));
-        Mw::stripLeadingChars(fromStart, L'/');
-        Mw::stripTrailingChars(fromEnd, L'/');
-        EXPECT_TRUE(fromStart == core && fromEnd == core) << toUTF8(fromStart) << toUTF8(fromEnd);
+        Wide text(L"//" + Wide(core) + L"//");
+        Mw::stripLeadingChars(text, L'/');
+        Mw::stripTrailingChars(text, L'/');
+        EXPECT_EQ(text, core);
     }
-    const Wide text(L"a/b");
-    EXPECT_TRUE(Mw::endsWith(text, L'b', true) && Mw::endsWith(text, L'B', false));
-    EXPECT_FALSE(Mw::endsWith(text, L'B', true) || Mw::endsWith(Wide(), L'b', true));
+    EXPECT_TRUE(Mw::endsWith(L"ab", L'B', false) && !Mw::endsWith(L"ab", L'B', true) && !Mw::endsWith({}, L'b', true));
 }
 
 TEST(CompanionText, floatsReadBackEqualWithoutAnExponent)
 {
-    EXPECT_EQ(StringFromFloat(-29.97), "-29.97");
     EXPECT_EQ(StringFromFloat(1e21), "1000000000000000000000");
     for (const double value : {5e-324, -2.2250738585072011e-308, 1.7976931348623157e308, 0.1 + 0.2})
     {
@@ -68,31 +53,23 @@ TEST(CompanionText, floatsReadBackEqualWithoutAnExponent)
         EXPECT_EQ(std::strtod(text.c_str(), nullptr), value);
         EXPECT_EQ(text.find('e'), Narrow::npos);
     }
-    EXPECT_EQ(StringFromFloat(std::numeric_limits<double>::infinity()), "inf");
-
     // Wide ones have six digits and may lose their zeros.
-    EXPECT_EQ(Mw::WStringFromFloat(1.5, 'f', false), L"1.500000");
-    EXPECT_EQ(Mw::WStringFromFloat(100, 'f', true), L"100");
     EXPECT_EQ(Mw::WStringFromFloat(1.5e9, 'e', true), L"1.5e+09");
-    EXPECT_EQ(Mw::WStringFromFloat(100, 'g', true), L"100");
     EXPECT_EQ(Mw::WStringFromFloat(-std::numeric_limits<double>::max(), 'f', false).length(), 317u);
 }
 
 TEST(CompanionText, wideIntegersAreWholeTextsOrTheDefault)
 {
     EXPECT_EQ(Mw::IntFromWString(L" -42\n", -99), -42);
-    EXPECT_EQ(Mw::IntFromWString(L"+2147483647", -99), std::numeric_limits<int>::max());
     EXPECT_EQ(Mw::IntFromWString(L"-2147483648", -99), std::numeric_limits<int>::min());
-    for (const wchar_t* const text : {L"2147483648", L"-2147483649", L"99999999999999999999", L"", L" ", L"-", L"- 1",
-                                      L"4 2", L"42x", L"0x10", L"\u0664"})
+    for (const wchar_t* const text :
+         {L"2147483648", L"-2147483649", L"", L"-", L"- 1", L"4 2", L"42x", L"0x10", L"\u0664"})
         EXPECT_EQ(Mw::IntFromWString(text, -99), -99) << toUTF8(text);
 }
 
 TEST(AttribValuePair, textFormSplitsAtTheFirstSeparator)
 {
     EXPECT_EQ(Mw::AttribValuePair("rate=25=x", '=').asString(':'), "rate:25=x");
-    EXPECT_EQ(Mw::AttribValuePair("name", "", '=').asString('='), "name=");
     for (const char* const text : {"", "=", "=value", "name"})
         EXPECT_FALSE(Mw::AttribValuePair(text, '=').valid()) << text;
-    EXPECT_FALSE(Mw::AttribValuePair("a=b", "c", '=').valid());
 }

@@ -47,30 +47,4 @@ TEST(Desktop, pathsFollowTheBaseDirectoryRules)
                       desktop.getMachineConfigPath(L"App"),
                   paths);
     }
-    const Environment bare = only({});
-    EXPECT_TRUE(OS().desktop().getUserDataPath(L"App").endsWith(L"/.local/share/App"));
-}
-
-TEST(Desktop, configurationFilesAreTheUsersBeforeTheMachines)
-{
-    MemoryFileMgr memory;
-    OSReplacement<iFileMgr> replaced(memory);
-    const Environment environment = only({{"MW_CONFIG_DIR", "/user"}, {"MW_MACHINE_CONFIG_DIR", "/machine"}});
-    EXPECT_EQ(memory.findConfigurationFile(L"config.dat"), L"");
-    for (const wchar_t* const directory : {L"/bin", L"/machine/application", L"/user/application"})
-    {
-        memory.ensureDirectory(directory);
-        const LightweightString<wchar_t> path = Mw::joinPath(directory, L"config.dat");
-        OS().fileMgr().openFile(path, iFile::eWrite, iFile::eCreateNew);
-        EXPECT_EQ(memory.findConfigurationFile(L"config.dat"), path);
-    }
-}
-
-TEST(Desktop, messageBoxGoesToStandardError)
-{
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(OS().desktop().showMessageBox(L"Title", L"Caf\u00E9 is closed", iDesktop::eIconError,
-                                            iDesktop::eButtonOKCancel),
-              0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Title: Caf\xC3\xA9 is closed\n");
 }

@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 // Environment variables for the time of a scope; those without a value are not set in it.
 class Environment
@@ -11,28 +12,23 @@ class Environment
 public:
     using Values = std::map<std::string, std::optional<std::string>>;
 
-    explicit Environment(const Values& values)
-    {
-        for (const auto& [name, value] : values)
-            if (const char* const before = std::getenv(name.c_str()))
-                before_[name] = before;
-            else
-                before_[name] = std::nullopt;
-        set(values);
-    }
-    ~Environment() { set(before_); }
+    explicit Environment(Values values) : values_(std::move(values)) { exchange(); }
+    ~Environment() { exchange(); }
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
 
 private:
-    static void set(const Values& values)
+    // Puts the values in place, and takes those that were there.
+    void exchange()
     {
-        for (const auto& [name, value] : values)
-            if (value)
-                ::setenv(name.c_str(), value->c_str(), 1);
-            else
-                ::unsetenv(name.c_str());
+        for (auto& [name, value] : values_)
+        {
+            const char* const found = std::getenv(name.c_str());
+            const auto before = found != nullptr ? std::optional<std::string>(found) : std::nullopt;
+            value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
+            value = before;
+        }
     }
 
-    Values before_;
+    Values values_;
 };

@@ -1,9 +1,7 @@
 #include "OS/FileMgr.h"
 
-#include "OS/Debugger.h"
 #include "OS/testing/FailingFileMgr.h"
 #include "OS/testing/MemoryFileMgr.h"
-#include "platform/Environment.h"
 #include "platform/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -74,14 +72,11 @@ TEST_P(Files, openingFollowsTheBehaviourAskedFor)
     for (const Path& path : {Path(), folder_, a})
         EXPECT_FALSE(opens(path, iFile::eRead, iFile::eOpenExisting));
     EXPECT_FALSE(opens(in(L"no/such/folder"), iFile::eWrite, iFile::eCreateAlways));
-    EXPECT_FALSE(!isInMemory_ && opens(Path(L"/tmp/x\0y", 8), iFile::eWrite, iFile::eCreateAlways));
     EXPECT_TRUE(opens(a, iFile::eWrite, iFile::eCreateNew));
     put(files, a, "old text");
     EXPECT_FALSE(opens(a, iFile::eWrite, iFile::eCreateNew));
-    EXPECT_TRUE(opens(a, iFile::eWrite, iFile::eOpenAlways));
-    EXPECT_EQ(get(files, a), "old text");
-    EXPECT_TRUE(opens(a, iFile::eWrite, iFile::eCreateAlways));
-    EXPECT_EQ(get(files, a), "");
+    EXPECT_TRUE(opens(a, iFile::eWrite, iFile::eOpenAlways) && get(files, a) == "old text");
+    EXPECT_TRUE(opens(a, iFile::eWrite, iFile::eCreateAlways) && get(files, a).empty());
 }
 
 TEST_P(Files, readsAndWritesNameTheirPlace)
@@ -94,16 +89,13 @@ TEST_P(Files, readsAndWritesNameTheirPlace)
     char buffer[20] = {};
     EXPECT_EQ(file->read(buffer, 20, 3), 9);
     EXPECT_EQ(std::string(buffer, 9), std::string("lo\0\0world", 9));
-    EXPECT_EQ(file->read(buffer, 20, 12) + file->read(buffer, 20, 1u << 30), 0);
+    EXPECT_EQ(file->read(buffer, 20, 12), 0);
     EXPECT_TRUE(file->truncate(2) && file->truncate(4) && file->flushToDisk());
     EXPECT_EQ(get(OS().fileMgr(), in(L"a")), std::string("he\0\0", 4));
-    EXPECT_TRUE(file->setModificationTime(1234.5));
-    EXPECT_DOUBLE_EQ(file->modificationTime(), 1234.5);
 
     const Mw::Ptr<iFile> reader = OS().fileMgr().openFile(in(L"a"));
     EXPECT_EQ(file->identity(), reader->identity());
-    EXPECT_EQ(reader->write("x", 1, 0), -1);
-    EXPECT_FALSE(reader->lastError().empty());
+    EXPECT_TRUE(reader->write("x", 1, 0) == -1 && !reader->lastError().empty());
     EXPECT_TRUE(file->close());
     EXPECT_FALSE(file->close() || file->isOpen() || file->read(buffer, 1, 0) != -1);
 }
@@ -114,14 +106,12 @@ TEST_P(Files, aLockKeepsOtherOpeningsOut)
     put(files, in(L"a"), "text");
     const Mw::Ptr<iFile> one = files.openFile(in(L"a"));
     const Mw::Ptr<iFile> two = files.openFile(in(L"a"));
-    EXPECT_TRUE(one->lock(iFile::eLockShared, iFile::eTryLock));
-    EXPECT_TRUE(two->lock(iFile::eLockShared, iFile::eTryLock));
+    EXPECT_TRUE(one->lock(iFile::eLockShared, iFile::eTryLock) && two->lock(iFile::eLockShared, iFile::eTryLock));
     EXPECT_FALSE(two->lock(iFile::eLockExclusive, iFile::eTryLock));
     // An exclusive opening that is refused leaves the file as it was.
     EXPECT_FALSE(files.openFile(in(L"a"), iFile::eReadWrite, iFile::eCreateAlways, iFile::eShareExclusive)->isOpen());
     EXPECT_EQ(get(files, in(L"a")), "text");
-    EXPECT_TRUE(one->unlock());
-    EXPECT_TRUE(two->lock(iFile::eLockExclusive, iFile::eTryLock));
+    EXPECT_TRUE(one->unlock() && two->lock(iFile::eLockExclusive, iFile::eTryLock));
     EXPECT_FALSE(one->lock(iFile::eLockShared, iFile::eTryLock));
     EXPECT_TRUE(two->close() && one->lock(iFile::eLockShared, iFile::eTryLock));
 }
@@ -130,13 +120,11 @@ TEST_P(Files, directoriesAreMadeWithTheirParents)
 {
     iFileMgr& files = OS().fileMgr();
     EXPECT_TRUE(files.ensureDirectory(in(L"a/b/c/"))) << files.lastError();
-    EXPECT_TRUE(files.ensureDirectory(in(L"a/b/c")) && files.isDirectory(in(L"a/b")) && files.exists(in(L"a/b/c")));
+    EXPECT_TRUE(files.ensureDirectory(in(L"a/b/c")) && files.isDirectory(in(L"a/b/c")));
     put(files, in(L"a/file"), "");
-    EXPECT_FALSE(files.isDirectory(in(L"a/file")));
     for (const Path& path : {Path(), in(L"a/file"), in(L"a/file/below")})
         EXPECT_FALSE(files.ensureDirectory(path));
     EXPECT_FALSE(files.remove(in(L"a/b")) || files.lastError().empty());
-    EXPECT_TRUE(files.remove(in(L"a/b/c")) && files.remove(in(L"a/b")) && !files.exists(in(L"a/b")));
 }
 
 TEST_P(Files, renameAndCopyReplaceWhatIsThere)
@@ -154,7 +142,6 @@ TEST_P(Files, renameAndCopyReplaceWhatIsThere)
     EXPECT_TRUE(files.copy(in(L"large"), in(L"b"))) << files.lastError();
     EXPECT_EQ(get(files, in(L"b")), large);
     EXPECT_EQ(files.openFile(in(L"b"))->mode(), 0640u);
-    EXPECT_FALSE(files.copy(in(L"none"), in(L"b")));
     EXPECT_EQ(listed(files, folder_, L"*"), L"b large ");
 }
 
@@ -165,17 +152,13 @@ TEST_P(Files, listingsKnowStarAndQuestionMarkAlone)
          {L"P[1]0001", L"P[2]0001", L"P10001", L".hidden", L"\u00E9\u6620", L"a.b.c", L"\\"})
         put(files, in(name), "");
     files.ensureDirectory(in(L"dir"));
-    const std::pair<const wchar_t*, const wchar_t*> patterns[] = {{L"P[?]????", L"P[1]0001 P[2]0001 "},
-                                                                  {L"P[12]*", L""},
-                                                                  {L"*.*", L".hidden a.b.c "},
-                                                                  {L"??", L"\u00E9\u6620 "},
-                                                                  {L"?", L"\\ "},
-                                                                  {L"", L""},
-                                                                  {L"d*", L"dir/ "}};
-    for (const auto& [pattern, names] : patterns)
+    for (const auto& [pattern, names] : {std::pair(L"P[?]????", L"P[1]0001 P[2]0001 "),
+                                         {L"P[12]*", L""},
+                                         {L"*.*", L".hidden a.b.c "},
+                                         {L"??", L"\u00E9\u6620 "},
+                                         {L"?", L"\\ "},
+                                         {L"d*", L"dir/ "}})
         EXPECT_EQ(listed(files, folder_, pattern), names);
-    std::vector<iFileMgr::Entry> entries;
-    EXPECT_FALSE(files.list(in(L"none"), L"*", entries));
 }
 
 TEST_P(Files, streamingReadsLinesAndWritesThroughABuffer)
@@ -197,7 +180,6 @@ TEST_P(Files, streamingReadsLinesAndWritesThroughABuffer)
     for (const std::string& expected : {std::string("one!"), std::string(), longLine, std::string("last")})
         EXPECT_TRUE(file->readLine(line) && line == expected.c_str());
     EXPECT_FALSE(file->readLine(line) || !file->atEnd());
-    EXPECT_FALSE(files.openStreamingFile(in(L"none"))->isOpen());
 }
 
 // A line and a block that cross the buffer's end, where the disk fails; then bytes that never reach it.
@@ -216,7 +198,6 @@ TEST(StreamingFile, aFailureIsNotTheEndAndIsToldAfterClosing)
     EXPECT_TRUE(line.empty() && !file->atEnd() && !file->lastError().empty());
     failing.failAt(1);
     EXPECT_EQ(file->readNext(&byte, 1), -1);
-    EXPECT_EQ(file->position(), first.size() + 1);
     EXPECT_TRUE(file->readLine(line) && line == second.c_str());
     EXPECT_FALSE(file->readLine(line) || !file->atEnd());
 
@@ -232,47 +213,31 @@ TEST(StreamingFile, aFailureIsNotTheEndAndIsToldAfterClosing)
     EXPECT_EQ(file->lastError(), "Simulated failure");
 }
 
-TEST(NativeFiles, namesSurviveTheWayToTheDiskAndBack)
-{
-    for (const std::string name : {"\xC3\xA9\xE6\x98\xA0\xF0\x9F\x8E\xAC", " lead and trail ", "a\nb\x01\x7F", "*?[]"})
-    {
-        const TempFolder temp;
-        put(OS().fileMgr(), Mw::joinPath(temp.wide(), TempFolder::wideOf(name)), "x");
-        EXPECT_TRUE(std::filesystem::exists(temp.path() / name)) << name;
-        EXPECT_EQ(listed(OS().fileMgr(), temp.wide(), L"*"), TempFolder::wideOf(name + " ").c_str());
-    }
-}
-
 TEST(NativeFiles, aReplacedFileKeepsItsLinkAndItsPermissions)
 {
     const TempFolder temp;
     const auto in = [&](const wchar_t* name) { return Mw::joinPath(temp.wide(), name); };
-    for (const auto& [target, link] :
-         {std::pair("target", "link"), {"link2", "dangling"}, {"made", "link2"}, {"round", "round"}})
+    for (const auto& [target, link] : {std::pair("target", "link"), {"made", "dangling"}, {"round", "round"}})
         std::filesystem::create_symlink(target, temp.path() / link);
     put(OS().fileMgr(), in(L"target"), "old");
     std::filesystem::permissions(temp.path() / "target", std::filesystem::perms(0640));
 
-    LightweightString<char> error;
-    EXPECT_TRUE(Mw::replaceFile(in(L"link"), "new!", 4, &error)) << error;
+    EXPECT_TRUE(Mw::replaceFile(in(L"link"), "new!", 4) && Mw::replaceFile(in(L"dangling"), "made", 4));
     EXPECT_TRUE(std::filesystem::is_symlink(temp.path() / "link"));
-    EXPECT_EQ(get(OS().fileMgr(), in(L"target")), "new!");
+    EXPECT_EQ(get(OS().fileMgr(), in(L"target")) + get(OS().fileMgr(), in(L"made")), "new!made");
     EXPECT_EQ(std::filesystem::status(temp.path() / "target").permissions(), std::filesystem::perms(0640));
-    EXPECT_TRUE(Mw::replaceFile(in(L"dangling"), "made", 4, &error)) << error;
-    EXPECT_EQ(get(OS().fileMgr(), in(L"made")), "made");
+    LightweightString<char> error;
     EXPECT_FALSE(Mw::replaceFile(in(L"round"), "x", 1, &error) || error.empty());
-    EXPECT_FALSE(Mw::replaceFile(in(L"no/such"), "x", 1));
 }
 
-TEST(NativeFiles, aPipeIsReadInItsOwnOrderAndAFullDiskIsAFailure)
+TEST(NativeFiles, aPipeIsReadInItsOwnOrder)
 {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     const Mw::Ptr<iFile> pipe = OS().fileMgr().openFile(TempFolder::wideOf("/dev/fd/" + std::to_string(ends[0])));
     ::close(ends[0]);
-    EXPECT_EQ(pipe->getCaps(), 0u);
     // The bytes come in two parts, and one read takes both.
-    std::thread writer(
+    std::jthread writer(
         [&]
         {
             EXPECT_EQ(::write(ends[1], "first ", 6), 6);
@@ -281,26 +246,7 @@ TEST(NativeFiles, aPipeIsReadInItsOwnOrderAndAFullDiskIsAFailure)
         });
     char text[20];
     EXPECT_EQ(pipe->read(text, 20, 0), 12);
-    writer.join();
     EXPECT_EQ(std::string(text, 12), "first second");
-
-    const Mw::Ptr<iFile> full = OS().fileMgr().openFile(L"/dev/full", iFile::eWrite);
-    EXPECT_EQ(full->write("x", 1, 0), -1);
-    EXPECT_FALSE(full->lastError().empty());
-}
-
-TEST(NativeFiles, applicationAndFoldersHaveDefaults)
-{
-    iFileMgr& files = OS().fileMgr();
-    EXPECT_TRUE(files.executablePath().endsWith(L"/platform_tests"));
-    EXPECT_EQ(files.getApplicationName(), L"platform_tests");
-    for (const char* const folder : {"relative", "/absolute"})
-    {
-        const Environment environment(Environment::Values{{"TMPDIR", folder}});
-        EXPECT_EQ(files.temporaryDirectory(), folder[0] == '/' ? L"/absolute" : L"/tmp");
-    }
-    for (const auto& [path, directory] : {std::pair(L"/a", L"/"), {L"a", L"."}, {L"/a//b", L"/a"}})
-        EXPECT_EQ(Mw::directoryOf(path), directory);
 }
 
 // Whatever call fails, the old contents or the new ones stand, and nothing is left beside them; where the machine
@@ -328,18 +274,4 @@ TEST(ReplaceFile, isWholeWhereverTheDiskFailsOrTheMachineStops)
             }
             EXPECT_EQ(get(memory, L"/home/a"), call < calls + (stops ? 1 : 0) ? "old" : "new text");
         }
-}
-
-TEST(MemoryFiles, onlyWhatWasFlushedIsThereAfterAStop)
-{
-    MemoryFileMgr memory;
-    iFileMgr& files = memory;
-    put(memory, L"/home/unnamed", "x");
-    const Mw::Ptr<iFile> file = files.openFile(L"/home/a", iFile::eWrite, iFile::eCreateNew);
-    EXPECT_TRUE(file->write("kept", 4, 0) == 4 && file->flushToDisk());
-    EXPECT_TRUE(memory.remove(L"/home/unnamed") && memory.syncDirectory(L"/home"));
-    EXPECT_TRUE(file->write("lost", 4, 0) == 4 && memory.rename(L"/home/a", L"/home/b"));
-    memory.loseUnflushed();
-    EXPECT_EQ(listed(memory, L"/home", L"*"), L"a ");
-    EXPECT_EQ(get(memory, L"/home/a"), "kept");
 }

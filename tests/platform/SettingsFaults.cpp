@@ -63,7 +63,7 @@ TEST_F(SettingsFaults, everyCallThatFailsLeavesTheOldValuesOrTheNew)
     const std::string before = bytes(file());
     HastyClock clock;
     const OSReplacement<iDebugger> replaced(clock);
-    for (const auto action : {SqliteFaults::eFailOnce, SqliteFaults::eFailFromThenOn, SqliteFaults::eBusyFromThenOn})
+    for (const auto action : {SqliteFaults::eFailOnce, SqliteFaults::eFailFromThenOn})
         for (int call = 1, calls = 0; calls >= call - 1; ++call)
         {
             SCOPED_TRACE(call);

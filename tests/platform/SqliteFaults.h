@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cerrno>
 #include <csignal>
 #include <map>
 #include <sqlite3.h>
@@ -16,8 +15,7 @@ public:
     {
         eFailOnce,
         eFailFromThenOn,
-        eBusyFromThenOn, // no lock can be had; other calls pass and don't count
-        eKill            // in the middle of the call: half of a write is done
+        eKill // in the middle of the call: half of a write is done
     };
 
     SqliteFaults() : real_(sqlite3_vfs_find(nullptr)), layer_(*real_)
@@ -36,7 +34,6 @@ public:
         layer_.xDelete = [](sqlite3_vfs*, const char* name, int) {
             return pass([&] { return current_->real_->xDelete(current_->real_, name, 0); }, SQLITE_IOERR_DELETE, false);
         };
-        layer_.xGetLastError = [](sqlite3_vfs*, int, char*) { return current_->failed_ ? EIO : errno; };
         sqlite3_vfs_register(&layer_, 1);
     }
     ~SqliteFaults()
@@ -49,18 +46,17 @@ public:
     // open or change files, and with `reads` all others too.
     void at(int call, eAction action = eFailOnce, bool reads = false)
     {
-        calls_ = writes_ = 0;
+        calls_ = 0;
         at_ = call;
         action_ = action;
         reads_ = reads;
     }
     int calls() const { return calls_; }
-    int writes() const { return writes_; }
 
 private:
-    bool fails(bool isRead, bool isLock)
+    bool fails(bool isRead)
     {
-        if ((isRead && !reads_) || (action_ == eBusyFromThenOn && !isLock))
+        if (isRead && !reads_)
             return false;
         const int call = ++calls_;
         return at_ != 0 && (call == at_ || (call > at_ && action_ != eFailOnce));
@@ -70,12 +66,11 @@ private:
     template <class Call>
     static int pass(Call call, int failure, bool isRead)
     {
-        current_->failed_ = current_->fails(isRead, failure == SQLITE_IOERR_LOCK);
-        if (!current_->failed_)
+        if (!current_->fails(isRead))
             return call();
         if (current_->action_ == eKill)
             ::kill(::getpid(), SIGKILL);
-        return current_->action_ == eBusyFromThenOn ? SQLITE_BUSY : failure;
+        return failure;
     }
 
     // The file's own methods, with those that are watched in their place. A journal has others for locks and
@@ -90,16 +85,11 @@ private:
         { return pass([&] { return file->xRead(f, data, size, offset); }, SQLITE_IOERR_READ, true); };
         methods.xWrite = [](sqlite3_file* f, const void* data, int size, sqlite3_int64 offset)
         {
-            ++current_->writes_;
             if (current_->at_ == current_->calls_ + 1)
                 file->xWrite(f, data, size / 2, offset);
             return pass([&] { return file->xWrite(f, data, size, offset); }, SQLITE_IOERR_WRITE, false);
         };
-        methods.xTruncate = [](sqlite3_file* f, sqlite3_int64 size)
-        { return pass([&] { return file->xTruncate(f, size); }, SQLITE_IOERR_TRUNCATE, false); };
         methods.xSync = [](sqlite3_file*, int) { return pass([] { return SQLITE_OK; }, SQLITE_IOERR_FSYNC, false); };
-        methods.xFileSize = [](sqlite3_file* f, sqlite3_int64* size)
-        { return pass([&] { return file->xFileSize(f, size); }, SQLITE_IOERR_FSTAT, true); };
         methods.xLock = [](sqlite3_file* f, int level)
         { return pass([&] { return file->xLock(f, level); }, SQLITE_IOERR_LOCK, true); };
         return &methods;
@@ -109,9 +99,7 @@ private:
 
     sqlite3_vfs* const real_;
     sqlite3_vfs layer_;
-    bool failed_ = false;
     int calls_ = 0;
-    int writes_ = 0;
     int at_ = 0;
     eAction action_ = eFailOnce;
     bool reads_ = false;
