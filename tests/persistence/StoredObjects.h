@@ -5,11 +5,8 @@
 #include "misc/persistence/StreamableLayer.h"
 #include "platform/Sanitized.h"
 
-#include <fstream>
-#include <functional>
 #include <string>
 #include <sys/resource.h>
-#include <unistd.h>
 #include <vector>
 
 // Persistent classes and their stored bytes, put together without the code that is tested.
@@ -44,21 +41,23 @@ public:
     static constexpr StreamLayerNames layerNames = {"B", "Bin"};
     void pack(PStream& stream) const
     {
+        setRevs(7, 9);
         stream << static_cast<unsigned>(objects.size());
         for (const Mw::Ptr<Streamable>& object : objects)
             stream << *object;
-        if (onPack)
-            onPack(*this, stream);
     }
     void unpack(PStream& stream)
     {
         unsigned count = 0;
         for (stream >> count; count != 0 && !stream.failed(); --count)
+        {
             objects.push_back(theSOManager().readObject(stream));
+            if (!objects.back() && !stream.failed())
+                stream.append("An object is missing.");
+        }
     }
 
     std::vector<Mw::Ptr<Streamable>> objects;
-    static inline std::function<void(const Bin&, PStream&)> onPack;
 };
 
 inline const StreamClassRegistrar registrars[] = {StreamClassRegistrar::of<Clip>(), StreamClassRegistrar::of<Title>(),
@@ -66,31 +65,23 @@ inline const StreamClassRegistrar registrars[] = {StreamClassRegistrar::of<Clip>
 
 struct Layer
 {
-    std::string name;
-    std::string body;
-    unsigned majorRev = 1;
-    unsigned minorRev = 0;
+    std::string name, body;
+    unsigned majorRev = 1, minorRev = 0;
 };
 
-// While one stands, the process gets few bytes more: whoever believes a damaged size runs out of memory.
-class LittleMemory
+// While one stands, the process gets little memory: whoever believes a damaged size runs out of it.
+struct LittleMemory
 {
-public:
     LittleMemory()
     {
-        long pages = 0;
-        std::ifstream("/proc/self/statm") >> pages;
-        ::getrlimit(RLIMIT_AS, &before_);
-        const rlimit little{static_cast<rlim_t>(pages * ::sysconf(_SC_PAGESIZE)) + (8u << 20), before_.rlim_max};
+        ::getrlimit(RLIMIT_AS, &before);
+        const rlimit little{1u << 30, before.rlim_max};
         if (!MW_SANITIZED)
             ::setrlimit(RLIMIT_AS, &little);
     }
-    ~LittleMemory() { ::setrlimit(RLIMIT_AS, &before_); }
-    LittleMemory(const LittleMemory&) = delete;
-    LittleMemory& operator=(const LittleMemory&) = delete;
+    ~LittleMemory() { ::setrlimit(RLIMIT_AS, &before); }
 
-private:
-    rlimit before_;
+    rlimit before;
 };
 
 inline std::string bytesOf(unsigned value, unsigned count)
@@ -101,10 +92,12 @@ inline std::string bytesOf(unsigned value, unsigned count)
     return bytes;
 }
 
-// A number of the older format: `width` bytes, or as many of ones and then twice as many.
-inline std::string escaped(unsigned value, unsigned width)
+// A number of a header. In the older format: `width` bytes, or as many of ones and then twice as many.
+inline std::string number(unsigned version, unsigned value, unsigned width)
 {
     const unsigned escape = (1u << 8 * width) - 1;
+    if (version == 2)
+        return bytesOf(value, width == 1 ? 1 : 4);
     return value < escape ? bytesOf(value, width) : bytesOf(escape, width) + bytesOf(value, 2 * width);
 }
 
@@ -115,10 +108,8 @@ inline std::string records(unsigned version, const std::vector<Layer>& layers)
     {
         const auto size = static_cast<unsigned>(layer->body.size());
         const auto hierarchy = static_cast<unsigned>(layer->body.size() + bytes.size());
-        const auto rev = [version](unsigned value) { return version == 1 ? escaped(value, 1) : bytesOf(value, 1); };
-        const auto chunk = [version](unsigned value) { return version == 1 ? escaped(value, 2) : bytesOf(value, 4); };
-        bytes = layer->name + '\0' + rev(layer->majorRev) + rev(layer->minorRev) + chunk(size) + chunk(hierarchy) +
-                layer->body + bytes;
+        bytes = layer->name + '\0' + number(version, layer->majorRev, 1) + number(version, layer->minorRev, 1) +
+                number(version, size, 2) + number(version, hierarchy, 2) + layer->body + bytes;
     }
     return bytes;
 }
@@ -143,8 +134,6 @@ inline std::string titleObject(unsigned version)
 class StoredObjects : public QuietTest
 {
 protected:
-    ~StoredObjects() override { Bin::onPack = nullptr; }
-
     // Begins a stream with these bytes, in the version that every reading begins with.
     void put(const std::string& bytes)
     {

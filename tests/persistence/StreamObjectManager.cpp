@@ -8,19 +8,15 @@ using namespace stored;
 namespace
 {
 
-// A bin with what is given.
-std::string binWith(const std::vector<std::string>& objects)
+std::string binWith(const std::string& object)
 {
-    std::string body = bytesOf(static_cast<unsigned>(objects.size()), 4);
-    for (const std::string& object : objects)
-        body += object;
-    return object(2, "B", {{"B", body}});
+    return stored::object(2, "B", {{"B", bytesOf(object.empty() ? 0 : 1, 4) + object}});
 }
 
 class StreamObjects : public StoredObjects
 {
 protected:
-    // Reads to the end or to the first failure; gives the number of objects that came, those within not missing.
+    // Reads to the end or to the first failure; gives the number of objects that came.
     std::size_t readAll(const std::string& bytes)
     {
         put(bytes);
@@ -28,17 +24,10 @@ protected:
         while (!file_.eof() && !stream_.failed())
         {
             const std::uint64_t before = file_.position();
-            const Mw::Ptr<Streamable> object = theSOManager().readObject(stream_);
-            count += object && !holdsNull(*object);
+            count += theSOManager().readObject(stream_) ? 1 : 0;
             EXPECT_TRUE(stream_.failed() || file_.position() > before) << "no progress";
         }
         return count;
-    }
-    static bool holdsNull(const Streamable& object)
-    {
-        const auto* const bin = dynamic_cast<const Bin*>(&object);
-        return bin != nullptr && std::any_of(bin->objects.begin(), bin->objects.end(),
-                                             [](const auto& inner) { return !inner || holdsNull(*inner); });
     }
 };
 
@@ -52,59 +41,27 @@ TEST_F(StreamObjects, classIsFoundByTheStoredName)
     EXPECT_EQ(said(), "Unregistered builder for Z.\n");
     EXPECT_EQ(Mw::dynamicCast<Clip>(theSOManager().readObject(stream_))->start, 3);
     stream_.append("an error");
-    const std::uint64_t before = file_.position();
     EXPECT_FALSE(theSOManager().readObject(stream_));
     EXPECT_EQ(said(), "Warning: Stream with error flagged passed to readObject!\n");
-    EXPECT_TRUE(file_.position() == before && stream_ == "an error");
     stream_.clear();
     Streamable* raw = nullptr;
     stream_ >> raw;
     EXPECT_EQ(Mw::Ptr<Streamable>(raw).useCount(), 1);
-    put(records(2, {{"", std::string("C.T\0", 4)}, {"C", "clip"}}) + titleObject(2));
-    stream_.version(2);
-    EXPECT_FALSE(theSOManager().readObject(stream_));
-    EXPECT_TRUE(theSOManager().readObject(stream_)); // behind a first layer without a name
-    said();
     put("no object");
     EXPECT_FALSE(theSOManager().readObject(stream_));
     EXPECT_EQ(said(), "StreamObjectManager::readObject(): Failed to read header!\n");
-}
-
-TEST_F(StreamObjects, nextObjectIsReadWhateverABuilderDid)
-{
-    StreamObjectManager manager;
-    static unsigned move;
-    manager.registerClass("C.T", "Clip.Title",
-                          [](PStream& stream)
-                          {
-                              stream.file()->setPosition(stream.file()->position() + move);
-                              return Mw::Ptr<Streamable>(new Clip);
-                          });
-    // A first layer that holds more than the name is none of the usual ones.
-    const std::string longer = records(
-        2, {{"$", std::string("C.T\0and more", 12), 2, 0}, clipLayer(25, "reel"), {"T", std::string("End\0", 4)}});
-    for (move = 0; move < 200; ++move)
-    {
-        put(titleObject(2) + longer + titleObject(1) + "!");
-        for (const std::size_t end : {titleObject(2).size(), titleObject(2).size() + longer.size(), file_.size() - 1})
-        {
-            EXPECT_TRUE(manager.readObject(stream_)) << move;
-            EXPECT_EQ(file_.position(), end) << move;
-        }
-    }
 }
 
 TEST_F(StreamObjects, objectsWithinObjectsHaveADepth)
 {
     for (const bool tooDeep : {false, true})
     {
-        std::string bytes = binWith({});
+        std::string bytes = binWith("");
         for (int depth = 1; depth < StreamableTraitsBase::maxDepth + tooDeep; ++depth)
-            bytes = binWith({bytes});
+            bytes = binWith(bytes);
         EXPECT_EQ(readAll(bytes + titleObject(2)), tooDeep ? 0u : 2u);
         EXPECT_EQ(stream_.c_str(),
                   std::string(tooDeep ? "Objects are nested too deeply while unpacking Bin, layer Bin." : ""));
-        EXPECT_EQ(file_.position(), tooDeep ? bytes.size() : file_.size());
     }
 }
 
@@ -112,12 +69,10 @@ TEST_F(StreamObjects, innerObjectStaysWithinTheLayerAroundIt)
 {
     // The inner object's last layer takes the title behind the bin for its own.
     std::string inner = titleObject(2);
-    const std::size_t outerBytes = binWith({inner}).size();
-    const auto more = static_cast<char>(titleObject(2).size());
     for (const std::size_t size : {8u, 24u, 41u, 45u})
-        inner[size] = static_cast<char>(inner[size] + more);
-    readAll(binWith({inner}) + titleObject(2));
-    EXPECT_TRUE(stream_.failed() && file_.position() == outerBytes);
+        inner[size] = static_cast<char>(inner[size] + static_cast<char>(titleObject(2).size()));
+    readAll(binWith(inner) + titleObject(2));
+    EXPECT_TRUE(stream_.failed() && file_.position() == binWith(inner).size());
 }
 
 // A file that is cut gives the objects before the cut. Of the bits one in the records shows: those are the bytes
@@ -162,10 +117,6 @@ TEST_F(StreamObjects, damagedFileIsNeverReadAsWhole)
 TEST(StreamObjectsDeath, nameThatIsTakenEndsTheProgram)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto registerTwice = []
-    {
-        prepareToDie();
-        theSOManager().registerClass("another", "Clip", buildStreamable<Clip>);
-    };
-    EXPECT_DEATH(registerTwice(), "Non-unique short name or full name registering Clip");
+    EXPECT_DEATH((prepareToDie(), theSOManager().registerClass("another", "Clip", buildStreamable<Clip>)),
+                 "Non-unique short name or full name registering Clip");
 }

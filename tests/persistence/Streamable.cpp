@@ -33,22 +33,16 @@ TEST_F(StoredObjects, recordsAreThoseOfTheFormatInBothGenerations)
     std::string fullNames = object(2, "Clip.Title", {clipLayer(25, "reel"), {"Title", std::string("End\0", 4)}});
     fullNames.replace(0, 1, "Streamable");
     for (const std::string& bytes : {former + current, current + former, fullNames})
-    {
-        put(bytes);
-        while (!file_.eof())
+        for (put(bytes); !file_.eof();)
         {
             Title read;
             stream_ >> read;
             ASSERT_EQ(stream_.c_str(), std::string());
             EXPECT_TRUE(read.start == 25 && read.name == "reel" && read.text == "End");
-            EXPECT_EQ(read.STRM_unpackedHierarchyName(), bytes == fullNames ? "Clip.Title" : "C.T");
         }
-    }
     EXPECT_EQ(said(), "");
-    EXPECT_EQ(title.hierarchyName(true, true) + title.className(), "$.C.TClip.Title");
     const Mw::Ptr<Streamable> copy = title.clone(Streamable::eClone);
     EXPECT_TRUE(packed(*copy) == current && copy->STRM_ctorBuilderType() == Streamable::eClone);
-    EXPECT_EQ(Streamable::compareTypes(copy.get(), &title), 0);
 }
 
 // Each record as the layer of a clip that goes before it was read: what comes of it, and where it leaves the
@@ -59,31 +53,21 @@ TEST_F(StoredObjects, everyRecordHasItsStatusAndText)
     const std::string wrong = records(2, {{"X", "abc"}, {"Y", "de"}});
     const struct
     {
-        const char* what;
         unsigned version;
         std::string bytes;
         StreamStatus status;
         std::string text;
         std::size_t position;
     } cases[] = {
-        {"end of file", 2, "", eStreamUnexpectedEOF, endOfFile, 0},
-        {"no body", 2, std::string("C\0\1\0\0\0\0\0\0\0\0\0", 12), eStreamUnpacked, "", 12},
-        {"cut name", 1, "C", eStreamUnexpectedEOF, endOfFile, 1},
-        {"sizes of ones", 2, std::string("C\0\1\0", 4) + allOnes + clip, eStreamUnexpectedEOF, endOfFile, 12},
-        {"large major", 1, std::string("C\0\xFF\0\1\0", 6), eStreamFailed,
-         " Strm1.0 Object has oversized major rev (C). ", 5},
-        {"rev with escape", 1, std::string("C\0\xFF\xFF\0\0\0\0\0\0", 10), eStreamUnpacked, "", 10},
-        {"base of version 3", 1, records(2, {{"$", "", 3, 0}}), eStreamFailed,
-         "Unrecognized version for Streamable base", 4},
-        {"base in its place", 1, records(2, {{"$", "abc", 2, 0}, {"Y", "de"}}), eStreamWrongLayer,
-         "Expected short name 'C' for layer Clip, got $.", 29},
-        {"another layer", 2, wrong, eStreamWrongLayer, "Expected short name 'C' for layer Clip, got X.", wrong.size()},
-        {"no name", 2, records(2, {{"", "abc"}}), eStreamUnpacked, "", 14},
-        {"layer beyond hierarchy", 2, std::string("C\0\1\0\6\0\0\0\5\0\0\0", 12) + "abcdef", eStreamFailed,
+        {1, "C", eStreamUnexpectedEOF, endOfFile, 1},
+        {2, std::string("C\0\1\0", 4) + allOnes + clip, eStreamUnexpectedEOF, endOfFile, 12},
+        {1, std::string("C\0\xFF\0\1\0", 6), eStreamFailed, " Strm1.0 Object has oversized major rev (C). ", 5},
+        {1, records(2, {{"$", "", 3, 0}}), eStreamFailed, "Unrecognized version for Streamable base", 4},
+        {2, wrong, eStreamWrongLayer, "Expected short name 'C' for layer Clip, got X.", wrong.size()},
+        {2, std::string("C\0\1\0\6\0\0\0\5\0\0\0", 12) + "abcdef", eStreamFailed,
          "Chunk sizes do not fit the record around them while unpacking Clip, layer Clip.", 17},
-        {"more than is read", 2, records(2, {{"C", std::string("\7\0\0\0x\0newer", 11)}}) + clip, eStreamUnpacked, "",
-         23},
-        {"less than is read", 2, records(2, {{"C", std::string("\7\0\0\0xy", 6), 3, 4}}) + "z" + '\0', eStreamFailed,
+        {2, records(2, {{"C", std::string("\7\0\0\0x\0newer", 11)}}) + clip, eStreamUnpacked, "", 23},
+        {2, records(2, {{"C", std::string("\7\0\0\0xy", 6), 3, 4}}) + "z" + '\0', eStreamFailed,
          "Error: Unpacker read beyond end of chunk while unpacking object Clip, layer Clip v3.4, 2 bytes overread.\n",
          20},
     };
@@ -92,15 +76,13 @@ TEST_F(StoredObjects, everyRecordHasItsStatusAndText)
         put(c.bytes);
         stream_.version(c.version);
         Clip object;
-        EXPECT_EQ(Clip::STRM_Traits::unpackHeaderAndObject(object, stream_), c.status) << c.what;
-        EXPECT_EQ(stream_.c_str(), c.text) << c.what;
-        EXPECT_EQ(file_.position(), c.position) << c.what;
+        EXPECT_EQ(Clip::STRM_Traits::unpackHeaderAndObject(object, stream_), c.status) << &c - cases;
+        EXPECT_EQ(stream_.c_str(), c.text) << &c - cases;
+        EXPECT_EQ(file_.position(), c.position) << &c - cases;
     }
-    const std::string log = said();
-    const std::string warning =
-        ": Warning: Not all object data was read while unpacking object Clip, layer Clip v1.0, ";
-    for (const char* unread : {"3/3 bytes unread.\n", "5/11 bytes unread.\n"})
-        EXPECT_NE(log.find(warning + unread), log.npos) << log;
+    EXPECT_NE(said().find(": Warning: Not all object data was read while unpacking object Clip, layer Clip v1.0, "
+                          "5/11 bytes unread.\n"),
+              std::string::npos);
 }
 
 TEST_F(StoredObjects, sizesOfTheFormerGenerationHaveAnEscape)
@@ -117,21 +99,11 @@ TEST_F(StoredObjects, sizesOfTheFormerGenerationHaveAnEscape)
 
 TEST_F(StoredObjects, writerThatFailsLeavesSizesOfOnesAndRevsAreThoseThatPackSet)
 {
-    Bin bin;
-    bin.objects.push_back(Mw::makePtr<Bin>());
-    bool isFull = true;
-    bin.onPack = [&](const Bin& packing, PStream& stream)
-    {
-        packing.setRevs(7, 9);
-        if (isFull && packing.objects.empty())
-            stream.append("no more");
-    };
-    EXPECT_EQ(packed(bin).substr(4, 8), allOnes);
-    EXPECT_EQ(bin.STRM_hierarchyPack(stream_), eStreamFailed);
-    EXPECT_EQ(stream_.c_str(), std::string("no moreno more"));
-    isFull = false;
-    bin.objects.clear();
-    EXPECT_EQ(packed(bin), object(2, "B", {{"B", std::string(4, '\0'), 7, 9}}));
+    EXPECT_EQ(packed(Bin()), object(2, "B", {{"B", std::string(4, '\0'), 7, 9}}));
+    put("");
+    stream_.append("no more");
+    EXPECT_EQ(Bin().STRM_hierarchyPack(stream_), eStreamFailed);
+    EXPECT_EQ(written().substr(4, 8), allOnes);
 }
 
 // The header of such a layer has left the cache when its sizes are known.
@@ -145,62 +117,36 @@ TEST_F(StoredObjects, objectsLargerThanTheCacheComeBackFromAFile)
     title.text = title.name = text;
     stream_ << title << title;
     ASSERT_TRUE(!stream_.failed() && file_.flush() && file_.open(path, iFile::eOpenExisting));
-    while (!file_.eof())
+    for (int count = 0; count < 2; ++count)
     {
         const auto read = Mw::dynamicCast<Title>(theSOManager().readObject(stream_));
         ASSERT_TRUE(read && read->name == text && read->text == text) << stream_.c_str();
     }
 }
 
-TEST_F(StoredObjects, errorOnTheStreamIsForgottenByUnpacking)
+TEST_F(StoredObjects, unpackingForgetsAnErrorAndRefusesOtherLayersAndSizes)
 {
+    Title title;
     put(titleObject(2));
     stream_.append("before");
-    Title read;
-    stream_ >> read;
-    EXPECT_EQ(stream_.c_str(), std::string());
-    EXPECT_EQ(read.text, "End");
+    stream_ >> title;
+    EXPECT_TRUE(!stream_.failed() && title.text == "End");
     EXPECT_EQ(said(), "Warning: Attempted to unpack from a stream with error flagged!\n");
-    Clip other;
-    put(titleObject(2));
-    stream_ >> other;
-    EXPECT_EQ(stream_.c_str(), std::string("Expected hierarchy Streamable.C, got Streamable.C.T"));
-    put(object(2, "C", {clipLayer(1, ""), {"T", "abc"}}));
-    stream_ >> other;
-    EXPECT_EQ(stream_.c_str(), std::string("Stored layers are left over after unpacking Clip."));
     // A last layer whose two sizes are both less by the same is none of a newer program.
     std::string shorter = titleObject(2);
     const std::size_t sizes = shorter.size() - 4 - 8;
     shorter[sizes] = shorter[sizes + 4] = 3;
-    stream_.clear();
     put(shorter);
-    stream_ >> read;
+    stream_ >> title;
     EXPECT_EQ(stream_.c_str(),
               std::string("Chunk sizes do not fit the record around them while unpacking Clip.Title, layer Title."));
-}
-
-TEST_F(StoredObjects, chunkIsReadAsBinaryWithinTheFile)
-{
-    const std::string following = records(2, {{"T", "d"}});
-    const struct
+    for (const auto& [bytes, text] :
+         {std::pair(titleObject(2), "Expected hierarchy Streamable.C, got Streamable.C.T"),
+          {object(2, "C", {clipLayer(1, ""), {"T", "abc"}}), "Stored layers are left over after unpacking Clip."}})
     {
-        std::string bytes;
-        std::string expected;
-        bool isWhole = true;
-    } cases[] = {{records(2, {{"C", "abc"}}) + "more", "abc"},
-                 {records(2, {{"C", "abc"}, {"T", "d"}}), "abc" + following},
-                 {records(2, {{"C", ""}}), "(none)"},
-                 {std::string("C\0\1\0\4\0\0\0\4\0\0\0abc", 15), "(none)", false},
-                 {"abcdefg", "(none)", false}};
-    for (const auto& c : cases)
-    {
-        put(c.bytes);
-        file_.setPosition(std::min<std::size_t>(12, c.bytes.size()));
-        ByteBuffer read;
-        Streamable::readChunkAsBinary(stream_, read);
-        EXPECT_EQ(read ? std::string(reinterpret_cast<char*>(read->data()), read->length()) : "(none)", c.expected);
-        EXPECT_EQ(stream_.c_str(), std::string(c.isWhole ? "" : "Unexpected EOF."));
+        Clip clip;
+        put(bytes);
+        stream_ >> clip;
+        EXPECT_EQ(stream_.c_str(), std::string(text));
     }
-    EXPECT_NE(said().find("assertion failed layerChunkSize == hierarchyChunkSize at misc/Streamable line "),
-              std::string::npos);
 }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "OS/FileMgr.h"
 #include "QuietTest.h"
 #include "misc/persistence/TagBase.h"
 #include "misc/persistence/TagMarkerTable.h"
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -72,17 +72,22 @@ struct Object
     std::vector<std::string> bodies; // of its layers
 };
 
-// Reads values from the front of a text; what is not there fails.
+inline void need(bool good)
+{
+    if (!good)
+        throw std::runtime_error("no such file");
+}
+
+// Reads values from the front of a text; throws at its end.
 struct Cursor
 {
     std::string bytes;
     std::size_t at = 0;
-    bool good = true;
 
     std::string take(std::size_t count)
     {
-        good = good && count <= bytes.size() - at;
-        return good ? bytes.substr(std::exchange(at, at + count), count) : "";
+        need(count <= bytes.size() - at);
+        return bytes.substr(std::exchange(at, at + count), count);
     }
     std::string text()
     {
@@ -90,67 +95,48 @@ struct Cursor
         take(1);
         return read;
     }
-    // In the older generation a number of all ones stands before one of twice the width.
-    unsigned number(std::size_t width, bool older)
+    unsigned number(std::size_t width)
     {
         unsigned value = 0, shift = 0;
         for (const char c : take(width))
             value |= unsigned(static_cast<unsigned char>(c)) << std::exchange(shift, shift + 8);
-        return older && value == (1u << 8 * width) - 1 ? number(2 * width, false) : value;
+        return value;
     }
 };
 
-// The objects of a file; `whole` tells whether it is one to its last byte.
-inline std::vector<Object> decode(const std::string& file, bool& whole)
+// The objects of a file; throws if it isn't one of the current generation to its last byte.
+inline std::vector<Object> decode(const std::string& file)
 {
     std::vector<Object> objects;
-    Cursor in{file};
-    while (in.good && in.at != file.size())
+    for (Cursor in{file}; in.at != file.size();)
     {
         Object object;
         std::size_t end = file.size();
-        bool older = false;
         do
         {
             const std::string name = in.text();
-            const bool isBase = name == "$" || name == "Streamable", isFirst = object.bodies.empty();
-            const unsigned major = in.number(1, false);
-            in.good = in.good && isBase == isFirst && (!isBase || major == 1 || major == 2);
-            older = isBase ? major == 1 : older;
-            in.number(1, older);
-            const unsigned layerSize = in.number(older ? 2 : 4, older);
-            const unsigned hierarchySize = in.number(older ? 2 : 4, older);
-            in.good = in.good && layerSize <= hierarchySize && hierarchySize <= end - in.at &&
-                      (isFirst || hierarchySize == end - in.at);
-            end = in.good ? in.at + hierarchySize : 0;
+            const bool isBase = name == "$";
+            need(isBase == object.bodies.empty() && (in.number(1) == 2 || !isBase));
+            in.take(1);
+            const unsigned layerSize = in.number(4), hierarchySize = in.number(4);
+            const std::size_t left = end - in.at;
+            need(layerSize <= hierarchySize && (isBase ? hierarchySize <= left : hierarchySize == left));
+            end = in.at + hierarchySize;
             Cursor body{in.take(layerSize)};
             object.bodies.push_back(body.bytes);
-            if (body.bytes.empty()) // of a class that adds nothing
-                continue;
             if (isBase)
                 object.hierarchy = body.text();
-            else if (name == "T" || name == "Taggable")
+            else if (name == "T" && layerSize != 0)
             {
                 object.id = body.text();
                 object.kind = body.text();
             }
-            in.good = in.good && body.good;
-        } while (in.good && in.at != end);
-        in.good = in.good && (object.id.empty() || isId(object.id)) &&
-                  (object.kind.empty() || object.kind.starts_with("Taggable."));
-        if (in.good)
-            objects.push_back(object);
+        } while (in.at != end);
+        need(object.id.empty() || isId(object.id));
+        need(object.kind.empty() || object.kind.starts_with("Taggable."));
+        objects.push_back(object);
     }
-    whole = in.good;
     return objects;
-}
-
-inline std::string fileBytes(const Path& path)
-{
-    const Mw::Ptr<iFile> file = OS().fileMgr().openFile(path);
-    std::string bytes(file->isOpen() ? file->size() : 0, '\0');
-    file->read(bytes.data(), bytes.size(), 0);
-    return bytes;
 }
 
 inline bool putFile(const Path& path, const std::string& bytes)
@@ -197,6 +183,8 @@ protected:
             table->intern(makeCut(i, name));
         return table;
     }
+
+    Path name() const { return folder_ + L"/" + cookie_.asWString() + L".odb"; }
 
     Path folder_ = L"/home";
     Cookie cookie_{'P', 7, 0, 5};
