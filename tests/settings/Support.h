@@ -7,25 +7,17 @@
 #include "platform/TempFolder.h"
 
 #include <fstream>
-#include <sstream>
 #include <string>
 
 // Settings in memory, the log in the test's hands, and a folder for legacy files.
 class Settings : public Diagnostics
 {
 protected:
-    std::string file(const std::string& text, const std::string& name = "config.dat")
+    std::string file(const std::string& text)
     {
-        const std::string path = folder_.path() / name;
+        const std::string path = folder_.path() / "config.dat";
         std::ofstream(path, std::ios::binary) << text;
         return path;
-    }
-
-    static std::string contents(const std::string& path)
-    {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
     }
 
     const TempFolder folder_;

@@ -9,9 +9,10 @@
 
 #include <climits>
 #include <cmath>
-#include <cstring>
 #include <map>
 #include <random>
+#include <sstream>
+#include <tuple>
 
 namespace
 {
@@ -21,28 +22,17 @@ std::string packed(const configb& table)
     StreamFile file;
     PStream stream(&file);
     table.pack(stream);
-    std::string bytes(file.size(), ' ');
     file.setPosition(0);
-    file.readBinary(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<unsigned>(bytes.size()), true);
-    return bytes;
+    return std::string(file.cached());
 }
 
 // The entries in order, each as "key|type|value\n", by what pack writes: key, value and type, each with a zero.
 std::string entriesOf(const configb& table)
 {
-    const std::string bytes = packed(table);
-    std::string entries;
-    for (std::size_t at = 4; at < bytes.size();)
-    {
-        const auto next = [&]
-        {
-            const char* const text = bytes.c_str() + at;
-            at += std::strlen(text) + 1;
-            return std::string(text);
-        };
-        const std::string key = next(), value = next(), type = next();
+    std::istringstream bytes(packed(table).substr(4));
+    std::string entries, key, value, type;
+    while (std::getline(bytes, key, '\0') && std::getline(bytes, value, '\0') && std::getline(bytes, type, '\0'))
         entries += key + "|" + type + "|" + value + "\n";
-    }
     return entries;
 }
 
@@ -75,40 +65,27 @@ configb sample()
 
 TEST_F(ConfigB, fileIsReadLineByLine)
 {
-    struct Case
+    for (const auto& [text, failed, entries] :
+         {std::tuple("{\na:int 1\nA:double 2\n}\n", false, "a|int|1\n"),
+          {"anything\nb 1\na 2\n}extra value\nc 3\n", false, "a||2\nb||1\n"},
+          {"{\na 1\n  }\nb 2\n", false, "a||1\n"},
+          {"{\n# a 1\n \t\v\n   # b 2\n\nc 3 # d\n}", false, "c||3 # d\n"},
+          {"{\na\nb:int\nc:\nd:b:c 1\n:int 5\n: \n}", false, "a||\nb|int|\nc||\nd|b:c|1\n"},
+          {"{\npath c:\\x y  \t\r\n\tname  a:b\r\n}\r\n", false, "name||a:b\npath||c:\\x y\n"},
+          {"{\n\xA0x\xC3\xA9 \xA0 1\xA0\n}", false, "\xA0x\xC3\xA9||\xA0 1\xA0\n"},
+          {"{\na 1", true, "a||1\n"},
+          {"", true, ""}})
     {
-        const char* text;
-        int result;
-        const char* entries;
-    };
-    for (const auto& [text, result, entries] : {
-             Case{"{\na:int 1\nA:double 2\n}\n", 0, "a|int|1\n"},
-             {"anything\nb 1\na 2\n}extra value\nc 3\n", 0, "a||2\nb||1\n"},
-             {"{\na 1\n  }\nb 2\n", 0, "a||1\n"},
-             {"{\n# a 1\n \t\v\n   # b 2\n\nc 3 # d\n}", 0, "c||3 # d\n"},
-             {"{\na\nb:int\nc:\nd:b:c 1\n:int 5\n: \n}", 0, "a||\nb|int|\nc||\nd|b:c|1\n"},
-             {"{\npath c:\\x y  \t\r\n\tname  a:b\r\n}\r\n", 0, "name||a:b\npath||c:\\x y\n"},
-             {"{\n\xA0x\xC3\xA9 \xA0 1\xA0\n}", 0, "\xA0x\xC3\xA9||\xA0 1\xA0\n"},
-             {"{\na 1\n", 1, "a||1\n"},
-             {"{\na 1", 1, "a||1\n"},
-             {"{", 1, ""},
-             {"", 1, ""},
-         })
-    {
-        SCOPED_TRACE(text);
         const configb table(file(text).c_str());
-        EXPECT_EQ(table.readFailed(), result != 0);
+        EXPECT_EQ(table.readFailed(), failed) << text;
         EXPECT_EQ(entriesOf(table), entries);
         EXPECT_FALSE(table.get_dirty());
     }
-    EXPECT_TRUE(configb((folder_.path() / "none").c_str()).readFailed());
+    EXPECT_TRUE(configb("/none/such").readFailed());
     EXPECT_EQ(entriesOf(configb("/none/such", file("{\nx 1\n}").c_str())), "x||1\n");
-}
-
-TEST_F(ConfigB, lineOf1024BytesEndsTheRead)
-{
-    const std::string first(5000, '{'), longest = "a " + std::string(1021, 'v');
-    EXPECT_EQ(entriesOf(configb(file(first + "\n" + longest + "\nb 1\n" + longest + "v\nc 1\n}").c_str())),
+    // A line of 1024 bytes ends the read.
+    const std::string longest = "a " + std::string(1021, 'v');
+    EXPECT_EQ(entriesOf(configb(file("{\n" + longest + "\nb 1\n" + longest + "v\nc 1\n}").c_str())),
               "a||" + longest.substr(2) + "\nb||1\n");
 }
 
@@ -142,8 +119,7 @@ TEST_F(ConfigB, setKeepsTheFirstTypeAndTellsTheOwnerOfChanges)
     table.remove("kEY");
     configb copy(table);
     copy.clear();
-    EXPECT_TRUE(copy.isEmpty() && !table.isEmpty() && table.get_dirty());
-    EXPECT_EQ(owner.told, 4) << "a copy has no owner";
+    EXPECT_TRUE(copy.isEmpty() && !table.isEmpty() && owner.told == 4) << "a copy has no owner";
 }
 
 TEST_F(ConfigB, valuesConvertOnTheWayOut)
@@ -152,46 +128,36 @@ TEST_F(ConfigB, valuesConvertOnTheWayOut)
     constexpr int none = -99;
     for (const auto& [text, expected] : {std::pair("-7x", -7),
                                          {"99999999999", INT_MAX},
-                                         {"-99999999999", INT_MIN},
                                          {"-", 0},
                                          {"true", 1},
                                          {"+5", none},
                                          {"", none},
-                                         {"True", none},
                                          {" 1", none}})
     {
         table.set("n", text);
         int number = none;
-        EXPECT_EQ(table.in("n", number), expected == none ? -1 : 0) << text;
-        EXPECT_EQ(number, expected) << text;
+        EXPECT_TRUE(table.in("n", number) == (expected == none ? -1 : 0) && number == expected) << text;
     }
     for (const auto& [text, expected] :
          {std::pair(" +1.5e3x", 1500.0), {"-.5", -0.5}, {"word", 0}, {"0x10", 16}, {"1e400", HUGE_VAL}, {"1e-5000", 0}})
     {
         table.set("d", text);
         double number = 7;
-        EXPECT_EQ(table.in("d", number), 0);
-        EXPECT_EQ(number, expected) << text;
+        EXPECT_TRUE(table.in("d", number) == 0 && number == expected) << text;
     }
 
     unsigned large = 0;
     bool on = true;
     char text[] = "????";
     Cookie cookie = video_black;
-    strp_field field;
-    ConfigEntryT entry;
     table.set("", "1");
-    EXPECT_EQ(table.in(nullptr, on) + table.in(nullptr, text) + table.in(nullptr, cookie) + table.in(nullptr, field) +
-                  table.in(nullptr, entry) + table.in(nullptr, large),
-              -6)
+    EXPECT_EQ(table.in(nullptr, on) + table.in(nullptr, text) + table.in(nullptr, cookie), -3)
         << "a null key is not the empty one";
     table.set("u", "4294967295");
     table.set("x", "yes");
     EXPECT_EQ(table.in("u", large) + table.in("x", on) + table.in("x", text, 3) + table.in("x", cookie), 0);
-    EXPECT_TRUE(on) << "neither word: left alone";
-    EXPECT_EQ(large, 4294967295u);
+    EXPECT_TRUE(on && large == 4294967295u && !cookie.valid()) << "neither word: left alone";
     EXPECT_STREQ(text, "ye");
-    EXPECT_FALSE(cookie.valid());
 }
 
 TEST_F(ConfigB, formsOfTheFormatsPage)
@@ -213,9 +179,6 @@ TEST_F(ConfigB, formsOfTheFormatsPage)
                              "  \xC3\x84rger \xC3\xA9lan\n"
                              "}";
     EXPECT_EQ(sample().asString(), text);
-    TextFile file;
-    sample().writeTo(file, 2);
-    EXPECT_EQ(std::string(file[0]) + std::string(file[1]) + std::string(file[9]), "  {    autosave:bool true  }");
 }
 
 TEST_F(ConfigB, everyFormReadsBackAsTheSameEntries)
@@ -223,24 +186,18 @@ TEST_F(ConfigB, everyFormReadsBackAsTheSameEntries)
     const configb table = sample();
     const std::string expected = entriesOf(table);
     configb fromText, fromLines;
-    EXPECT_EQ(fromText.fromString(table.asString()), 1);
-    EXPECT_EQ(entriesOf(fromText), expected);
-
+    EXPECT_TRUE(fromText.fromString(table.asString()) == 1 && entriesOf(fromText) == expected);
     TextFile lines;
     lines.appendLine("not a table");
     table.writeTo(lines, 0);
     lines.appendLine("behind it");
     unsigned line = 0;
-    EXPECT_EQ(fromLines.buildFrom(lines, line), 0);
-    EXPECT_EQ(line++, 0u);
-    EXPECT_EQ(fromLines.buildFrom(lines, line), 1);
-    EXPECT_EQ(lines[line], "behind it");
+    EXPECT_TRUE(fromLines.buildFrom(lines, line) == 0 && line++ == 0);
+    EXPECT_TRUE(fromLines.buildFrom(lines, line) == 1 && lines[line] == "behind it");
     EXPECT_EQ(entriesOf(fromLines), expected);
-
     const std::string path = folder_.path() / "dumped";
-    EXPECT_EQ(table.dump(TempFolder::wideOf(path)), 0);
+    EXPECT_TRUE(table.dump(TempFolder::wideOf(path)) == 0 && table.dump(TempFolder::wideOf(path + "/none")) == 1);
     EXPECT_EQ(entriesOf(configb(path.c_str())), expected);
-    EXPECT_EQ(table.dump(TempFolder::wideOf(path + "/none")), 1);
 }
 
 TEST_F(ConfigB, textLeavesOutWhatItCannotCarry)
@@ -254,15 +211,6 @@ TEST_F(ConfigB, textLeavesOutWhatItCannotCarry)
     const std::string all = entriesOf(table), log = said();
     EXPECT_EQ(std::count(all.begin(), all.end(), '|'), 18) << "all are packed";
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 10) << log;
-
-    table.clear();
-    table.set("abc", "1", "a_type_of_21_letters_");
-    table.set("ABD", std::string(1020, 'v').c_str());
-    std::ofstream out(folder_.path() / "out");
-    table.dump(&out, "aB");
-    out.close();
-    EXPECT_EQ(contents(folder_.path() / "out"), "{\nabc:a_type_of_21_letters_ 1\n}\n");
-    EXPECT_TRUE(said().starts_with("assertion failed (*iter).second.type_.size() <= 20 at misc/configb line "));
 }
 
 TEST_F(ConfigB, cutBytesUnpackToWhatIsThere)
@@ -277,21 +225,15 @@ TEST_F(ConfigB, cutBytesUnpackToWhatIsThere)
         const configb table(in);
         EXPECT_STREQ(in.c_str(), "Unexpected EOF.") << length;
         EXPECT_TRUE(all.starts_with(entriesOf(table))) << length;
-        EXPECT_FALSE(table.get_dirty());
     }
 }
 
 TEST_F(ConfigB, holdsWhatAMapWouldHold)
 {
     // Growth, order, collisions and removal in every mix.
-    struct Less
-    {
-        bool operator()(const std::string& a, const std::string& b) const
-        {
-            return configb::caseInsensitiveCompare(a.c_str(), b.c_str()) < 0;
-        }
-    };
-    std::map<std::string, std::string, Less> model;
+    const auto less = [](const std::string& a, const std::string& b)
+    { return configb::caseInsensitiveCompare(a.c_str(), b.c_str()) < 0; };
+    std::map<std::string, std::string, decltype(less)> model(less);
     configb table;
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i)
@@ -314,20 +256,25 @@ TEST_F(ConfigB, holdsWhatAMapWouldHold)
     EXPECT_EQ(entriesOf(table), expected);
 }
 
-TEST_F(ConfigB, outbWritesTablesInsideTables)
+TEST_F(ConfigB, streamTakesEntriesOfAPrefixAndTablesInsideTables)
 {
-    std::ofstream stream(folder_.path() / "outb");
+    const std::string path = folder_.path() / "out";
+    std::ofstream stream(path);
+    configb table;
+    table.set("abc", "1", "a_type_of_21_letters_");
+    table.set("ABD", std::string(1020, 'v').c_str());
+    table.dump(&stream, "aB");
+    EXPECT_TRUE(said().starts_with("assertion failed (*iter).second.type_.size() <= 20 at misc/configb line "));
     {
         config_outb outer(&stream);
-        outer.out("name", "two words");
         outer.out("size", 4294967295u);
         config_outb inner(&stream);
         inner.out("gain", 0.5);
-        inner.out("black", video_black);
         inner.out("note", strp_field("free"));
     }
     stream.close();
-    EXPECT_EQ(contents(folder_.path() / "outb"),
-              "{\n  name two words\n  size 4294967295\n"
-              "  {\n    gain 0.50000000\n    black VZ0Z0001\n    note:textdata free\n  }\n}\n");
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    EXPECT_EQ(text.str(), "{\nabc:a_type_of_21_letters_ 1\n}\n"
+                          "{\n  size 4294967295\n  {\n    gain 0.50000000\n    note:textdata free\n  }\n}\n");
 }
