@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -49,7 +48,6 @@ TEST(NotifierThreads, aGuardAndTheNotifiersEndWaitForAWalkOnAnotherThread)
             if (atTheEnd)
                 walkingGuard.reset();
             inWalk = true;
-            inWalk.notify_one();
             // Long enough for one that doesn't wait to be seen.
             for (int i = 0; i < 200; ++i)
             {
@@ -57,15 +55,16 @@ TEST(NotifierThreads, aGuardAndTheNotifiersEndWaitForAWalkOnAnotherThread)
                 EXPECT_FALSE(over);
             }
         };
-        const test::Runner ending(
-            [&]
-            {
-                inWalk.wait(false);
-                if (atTheEnd)
-                    notifier.reset();
-                guard.reset();
-                over = true;
-            });
+        const auto end = [&]
+        {
+            while (!inWalk)
+                OS().threadMgr().yield();
+            if (atTheEnd)
+                notifier.reset();
+            guard.reset();
+            over = true;
+        };
+        const test::Runner ending(end);
         notifier->issueNotification({}, 2);
     }
 }
@@ -73,30 +72,23 @@ TEST(NotifierThreads, aGuardAndTheNotifiersEndWaitForAWalkOnAnotherThread)
 TEST_F(NotifierRecorderLog, tellsOfNotifiersEnteredInBothOrdersOnceAndBeforeAnythingHangs)
 {
     NotifierRecorder::turn(true);
-    std::array<EventNotifier, 3> notifiers;
-    const auto enter = [&](std::size_t from, std::size_t to)
+    EventNotifier first, second;
+    const auto enter = [](EventNotifier& from, EventNotifier& to)
     {
         Client client;
-        client.act = [&] { notifiers[to].issueNotification({}, 2); };
-        const Mw::Ptr<Mw::Guard> guard = client.at(notifiers[from]);
-        notifiers[from].issueNotification({}, 2);
+        client.act = [&to] { to.issueNotification({}, 2); };
+        const Mw::Ptr<Mw::Guard> guard = client.at(from);
+        from.issueNotification({}, 2);
     };
-    enter(0, 1);
-    enter(0, 2);
-    // At the same address stands another notifier now.
-    std::destroy_at(&notifiers[1]);
-    std::construct_at(&notifiers[1]);
-    enter(1, 0);
+    enter(first, second);
     EXPECT_EQ(said(), "");
-    test::Crowd(1, [&](int) { enter(0, 1); });
-    enter(1, 0);
+    test::Crowd(1, [&](int) { enter(second, first); });
+    enter(first, second);
     NotifierRecorder::turn(false);
-    enter(1, 2);
-    enter(2, 1);
 
     const std::string text = said();
     char both[64];
-    std::snprintf(both, sizeof both, "at %p, and ", static_cast<void*>(&notifiers[0]));
+    std::snprintf(both, sizeof both, "at %p, and ", static_cast<void*>(&second));
     EXPECT_NE(text.find(both), std::string::npos) << text;
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
     const char* const callback = "MethodCallback<(anonymous namespace)::Client";
