@@ -1,6 +1,5 @@
 #include "misc/threads/Decoupler.h"
 
-#include "misc/diagnostics/Log.h"
 #include "platform/ThreadSupport.h"
 #include "threads/Calls.h"
 
@@ -72,45 +71,26 @@ TEST(Command, compoundLetsItsChildrenChangeIt)
     CompCmd<std::string, Safe> compound;
     Command outside = compound;
     std::vector<unsigned long> keys;
-    bool throwing = false;
     Calls changer(
         [&](Calls::Cmd&, std::string& log)
         {
             log += '!';
             for (const auto key : keys)
-                EXPECT_EQ(compound.removeChild(key), !throwing);
+                EXPECT_TRUE(compound.removeChild(key));
             compound.addChild(d.cmd());
             outside = {};
-            return throwing ? throw std::runtime_error("child") : true;
+            return keys.empty() ? throw std::runtime_error("child") : true;
         });
     for (Calls* const child : {static_cast<Calls*>(&a), &changer, static_cast<Calls*>(&b)})
         keys.push_back(compound.addChild(child->cmd()));
     compound.addChild(c.cmd());
     std::string log;
-    EXPECT_TRUE(outside.execute(log));
-    EXPECT_TRUE(compound.execute(log));
+    EXPECT_TRUE(outside.execute(log) && compound.execute(log));
     EXPECT_EQ(log, "a!cdcd");
-    throwing = true;
+    keys.clear();
     compound.addChild(changer.cmd());
     EXPECT_THROW(compound.execute(log), std::runtime_error);
     std::thread([&] { EXPECT_THROW(compound.execute(log), std::runtime_error); }).join(); // the lock is free
-}
-
-TEST(Command, parameterIsBoundToOneRepresentation)
-{
-    using Param = ParamCmd<std::string, NoTag, NoCtx, std::string&, ThreadSafetyTraits::NoLocking>;
-    struct Adder : Receiver<Param>
-    {
-        bool execute(Param&, std::string& text) override { return text += '\'', true; }
-    } adder;
-    NoCtx ctx;
-    Param one(adder, "one");
-    Param shared = one, two = one.boundTo("two");
-    EXPECT_TRUE(shared.execute(ctx) && shared.execute(ctx) && two.execute(ctx));
-    EXPECT_EQ(one.rep().parameter(), "one''");
-    EXPECT_EQ(two.rep().takeParameter(), "two'");
-    one.bind("three");
-    EXPECT_EQ(shared.rep().parameter(), "three");
 }
 
 TEST(Command, runsOnOneThreadAtATimeAndDiesOnce)
@@ -120,36 +100,17 @@ TEST(Command, runsOnOneThreadAtATimeAndDiesOnce)
     long runs = 0; // plain: the representation's lock orders them
     Calls caller([&](Calls::Cmd&, std::string&) { return ++runs > 0; });
     Command shared = caller.cmd();
-    test::Crowd(4,
-                [&](int)
-                {
-                    std::string log;
-                    for (int round = 0; round < 5000; ++round)
-                    {
-                        Command copy = shared;
-                        copy.executeAndRelease(log);
-                    }
-                });
+    const auto use = [&](int)
+    {
+        std::string log;
+        for (int round = 0; round < 5000; ++round)
+        {
+            Command copy = shared;
+            copy.executeAndRelease(log);
+        }
+    };
+    test::Crowd(4, use);
     shared = {};
     EXPECT_EQ(runs, 20000);
     EXPECT_EQ(Mw::Private::StackHolder<Rep>::get().count(), std::max(pooledBefore, 1));
-}
-
-TEST(Command, assertsWhatItRefuses)
-{
-    testing::internal::CaptureStdout();
-    Safe safety(true);
-    safety.enter();
-    EXPECT_THROW(safety.enter(), std::runtime_error);
-    safety.enterBare();
-    safety.leaveBare();
-    safety.leave();
-    std::thread([&] { safety.enter(), safety.leave(); }).join();
-    NoCtx ctx;
-    EXPECT_FALSE((CommandRep<NoCtx, Safe>().execute(ctx)));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "assertion failed false at misc/Decoupler line 189\n"
-                                                      "assertion failed false at misc/Decoupler line 265\n");
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    Cmd<NoCtx, Safe> empty;
-    EXPECT_DEATH((SetLogOutput(stderr), empty.execute(ctx)), "Attempted to use unitinitalized MwDecoupler::Command!");
 }

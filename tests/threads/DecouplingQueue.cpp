@@ -70,24 +70,6 @@ TEST(DecouplingQueue, everyItemIsRemovedOrDespatchedOnceByOneOfSixteenThreads)
     EXPECT_EQ(coThreadGet(*workers.begin())->name(), "$DQ<(anonymous namespace)::Item>");
 }
 
-TEST(DecouplingQueue, withoutThreadsTheCallerWorks)
-{
-    Owner owner;
-    const auto first = Mw::makePtr<Item>(), second = Mw::makePtr<Item>();
-    testing::internal::CaptureStdout();
-    ItemQueue* const queue = makeQueue(0, owner);
-    queue->queue(second);
-    queue->queueFront(first);
-    queue->despatchItemFromQueue();
-    EXPECT_TRUE(first->despatched == 1 && queue->isQueued(second) && !queue->isQueued(first));
-    queue->clear();
-    queue->despatchItemFromQueue();
-    delete queue;
-    EXPECT_EQ(second->despatched, 0);
-    const std::string line = "assertion failed threadRequired_ at misc/DecouplingQueue line 1";
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), line + "77\n" + line + "61\n");
-}
-
 TEST(DecouplingQueue, isDroppedByItsOwnThread)
 {
     Owner owner;

