@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <iterator>
 #include <string>
 #include <utf8.h>
@@ -18,27 +19,36 @@ std::string encoded(char32_t c)
     return text;
 }
 
+// Whether any character of so many bytes has these leading bits, with so many groups of six behind them.
+bool beginsCharacter(unsigned bits, int bytes, int missing)
+{
+    const unsigned lowest = bits << 6 * missing, highest = ((bits + 1) << 6 * missing) - 1;
+    const unsigned first = bytes == 2 ? 0x80 : bytes == 3 ? 0x800 : 0x10000;
+    return highest >= first && lowest <= 0x10FFFF && (lowest < 0xD800 || highest > 0xDFFF);
+}
+
 // The conversion by its definition, byte by byte: a bad part is the longest that begins a character.
 std::wstring modelOf(const std::string& text)
 {
     std::wstring wide;
     for (std::size_t at = 0; at < text.size();)
     {
-        const auto byte = [&] { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0u; };
-        const unsigned lead = byte();
-        ++at;
-        const int more = lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-        unsigned c = lead < 0x80 ? lead : more == 0 ? replacement : lead & (0x3Fu >> more);
-        unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-        unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-        for (int n = 0; n < more; ++n, ++at, low = 0x80, high = 0xBF)
+        const auto lead = static_cast<unsigned char>(text[at++]);
+        const int bytes = std::countl_one(lead);
+        unsigned c = bytes == 0 ? lead : lead & (0x7Fu >> bytes);
+        int missing = bytes == 0 ? 0 : bytes - 1;
+        if (bytes == 1 || bytes > 4 || (bytes > 1 && !beginsCharacter(c, bytes, missing)))
+            c = replacement, missing = 0;
+        for (; missing > 0; --missing, ++at)
         {
-            if (byte() < low || byte() > high)
+            const unsigned byte = at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
+            const unsigned next = c << 6 | (byte & 0x3F);
+            if ((byte & 0xC0) != 0x80 || !beginsCharacter(next, bytes, missing - 1))
             {
                 c = replacement;
                 break;
             }
-            c = c << 6 | (byte() & 0x3F);
+            c = next;
         }
         wide.push_back(static_cast<wchar_t>(c));
     }
