@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 
 using Path = LightweightString<wchar_t>;
 
@@ -228,25 +227,6 @@ TEST(NativeFiles, aReplacedFileKeepsItsLinkAndItsPermissions)
     EXPECT_EQ(std::filesystem::status(temp.path() / "target").permissions(), std::filesystem::perms(0640));
     LightweightString<char> error;
     EXPECT_FALSE(Mw::replaceFile(in(L"round"), "x", 1, &error) || error.empty());
-}
-
-TEST(NativeFiles, aPipeIsReadInItsOwnOrder)
-{
-    int ends[2];
-    ASSERT_EQ(::pipe(ends), 0);
-    const Mw::Ptr<iFile> pipe = OS().fileMgr().openFile(TempFolder::wideOf("/dev/fd/" + std::to_string(ends[0])));
-    ::close(ends[0]);
-    // The bytes come in two parts, and one read takes both.
-    std::jthread writer(
-        [&]
-        {
-            EXPECT_EQ(::write(ends[1], "first ", 6), 6);
-            EXPECT_EQ(::write(ends[1], "second", 6), 6);
-            ::close(ends[1]);
-        });
-    char text[20];
-    EXPECT_EQ(pipe->read(text, 20, 0), 12);
-    EXPECT_EQ(std::string(text, 12), "first second");
 }
 
 // Whatever call fails, the old contents or the new ones stand, and nothing is left beside them; where the machine

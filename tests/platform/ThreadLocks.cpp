@@ -3,6 +3,7 @@
 #include "OS/RecursiveLock.h"
 #include "media/AssertionLines.h"
 
+#include <barrier>
 #include <cstdlib>
 #include <gtest/gtest.h>
 
@@ -66,6 +67,7 @@ TEST(Semaphore, givesEveryUnitToOneThreadAndStopsAtItsLimit)
 {
     const auto semaphore = threads().createSemaphore(1), taken = threads().createSemaphore(0);
     constexpr int rounds = 1000;
+    std::barrier together(4);
     EXPECT_TRUE(semaphore->acquire(0));
     {
         Crowd takers(3,
@@ -76,14 +78,16 @@ TEST(Semaphore, givesEveryUnitToOneThreadAndStopsAtItsLimit)
                              while (!semaphore->acquire(i % 2 == 0 ? -1 : 1))
                                  threads().yield();
                              taken->release();
+                             together.arrive_and_wait();
                          }
                      });
-        for (int i = 0; i < 3 * rounds; ++i)
+        for (int i = 0; i < rounds; ++i)
         {
-            if (i % 3 == 0)
-                semaphore->release(3);
-            if (!taken->acquire(20'000))
-                std::abort(); // nor would the takers end
+            semaphore->release(3);
+            for (int thread = 0; thread < 3; ++thread)
+                if (!taken->acquire(20'000))
+                    std::abort(); // nor would the takers end
+            together.arrive_and_wait();
         }
     }
     EXPECT_FALSE(semaphore->acquire(0) || semaphore->acquire(1));
