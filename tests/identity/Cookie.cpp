@@ -7,7 +7,6 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
-#include <unordered_set>
 
 namespace
 {
@@ -44,7 +43,6 @@ TEST(Cookie, constructorRefusesPartsOutOfRange)
                           {'I', 1, 0, 1},       {'A', 1, 0, 1},  {'S', 1, 36, 1},   {'V', 1, -1, 1}};
     for (const Cookie& cookie : bad)
         EXPECT_EQ(cookie, invalid_cookie) << &cookie - bad;
-    EXPECT_EQ(Cookie('V', 1, 0, 65535).machine(), static_cast<unsigned>(Cookie::getLocalMachineNumber()));
 }
 
 TEST(Cookie, everyMachineNumberHasACodeOfItsOwnThatReadsBack)
@@ -146,7 +144,6 @@ TEST(Cookie, subTypeIsKeptShownOrReplacedByTheDefault)
 {
     EXPECT_EQ(text(audio_black), "SZ0Z0001"); // which is not the default of S
     EXPECT_EQ(text(Cookie('V', 1, 5, 647), false) + text(Cookie('S', 1, 5, 647), false), "VZ0Z0001SZ5Z0001");
-    EXPECT_EQ(text(Cookie('V', 1, 36, 647)), "VZ[Z0001"); // past Z
     EXPECT_TRUE(read("VZ5Z0001", false).subType() == 0 && read("SZ5Z0001", false).subType() == 1);
     EXPECT_EQ(text(convertCookie(Cookie('V', uuid, 4), 'S', 255)), uuidForm("S01-"));
     EXPECT_EQ(text(convertCookie(video_mix50, 'G', 2)) + text(convertCookie(audio_mix50, 'P', 255)),
@@ -162,7 +159,7 @@ TEST(Cookie, orderIsMixedAndIgnoresTheForm)
         for (const Cookie& b : sorted)
             EXPECT_TRUE((a.compare(b) < 0) == (&a < &b) && (a == b) == (&a == &b)) << text(a) << ' ' << text(b);
     const Cookie sameWords('V', Mw::UUID({1, 647, 0, 0}), 0);
-    EXPECT_EQ(std::unordered_set<Cookie>({sameWords, video_black}).size(), 1u);
+    EXPECT_TRUE(sameWords == video_black && std::hash<Cookie>()(sameWords) == std::hash<Cookie>()(video_black));
 }
 
 TEST(Cookie, builtInKindsFollowTheirNumbers)

@@ -29,7 +29,6 @@ TEST(IdStamp, textAndValueConvertBothWays)
     EXPECT_EQ(text(sample), "0000006437A1B2C05");
     for (const IdStamp& stamp : {IdStamp(0, 1, 0), {~0u, ~0u, ~0u}, {2703, 0x80000000, 0x1F000000}})
         EXPECT_TRUE(IdStamp(text(stamp).c_str()) == stamp && IdStamp::ofText(text(stamp)) == stamp) << text(stamp);
-    EXPECT_EQ(text(IdStamp(7, 0, 7)), "");
     const std::pair<const char*, IdStamp> rows[] = {
         {"", {0, 0, 0}},
         {"0000006437A1", {0x64, 0x37A1, 0}},

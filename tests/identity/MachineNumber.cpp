@@ -3,6 +3,7 @@
 #include "identity/Support.h"
 #include "misc/identity/Cookie.h"
 
+#include <latch>
 #include <set>
 #include <thread>
 #include <vector>
@@ -63,9 +64,15 @@ TEST_F(MachineNumber, isMadeUpOnceAndKeptByAllThreadsOfAFirstRun)
         files_.remove(ofUser_);
         clock.advance(1);
         int found[3] = {};
+        std::latch started(3);
         std::vector<std::thread> threads;
         for (int& number : found)
-            threads.emplace_back([&] { number = our_machine_number_get_from_file(); });
+            threads.emplace_back(
+                [&]
+                {
+                    started.arrive_and_wait();
+                    number = our_machine_number_get_from_file();
+                });
         for (std::thread& thread : threads)
             thread.join();
         for (const int number : found)
