@@ -90,8 +90,6 @@ TEST(ByteStream, linesAreAppendedAndCharactersPutBack)
         for (int i = 0; i < 4; ++i, line.append('|'))
             in.getLine(line);
         EXPECT_EQ(line, "+one|two|three||");
-        in.unget('y'); // after the end: nothing
-        EXPECT_EQ(in.getChar(), '\0');
         in.position(11);
         in.getChar();
         in.unget('x');

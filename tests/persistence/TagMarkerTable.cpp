@@ -68,8 +68,7 @@ protected:
 
     void intern()
     {
-        const Mw::Ptr<Cut> cut =
-            makeCut(int(below(100)), std::string(below(below(20) == 0 ? 50'000 : 30), 'n').c_str());
+        const Mw::Ptr<Cut> cut = makeCut(int(below(100)), std::string(below(below(20) == 0 ? 5000 : 30), 'n').c_str());
         if (!values_.empty())
             cut->next = TagBase(markerAt(any()));
         table_->intern(cut);
@@ -181,15 +180,18 @@ protected:
 
 TEST_F(TableModel, tableAndFileHoldWhatTheyWereGivenWhateverHappens)
 {
-    const std::string others = ghost("first") + ghost("last");
-    ASSERT_TRUE(putFile(name(), others));
+    ASSERT_TRUE(putFile(name(), ghost("first")));
     table_ = open();
+    intern();
+    ASSERT_TRUE(table_->flush() && putFile(name(), fileBytes(name()) + ghost("last")));
+    table_ = open();
+    setStored(true);
     for (int i = 0; i < 12000; ++i)
     {
         step();
         ASSERT_FALSE(HasFailure()) << i;
     }
-    EXPECT_TRUE(table_->flush() && fileBytes(name()).starts_with(others));
+    EXPECT_TRUE(table_->flush() && fileBytes(name()).find(ghost("last"), ghost("first").size()) != std::string::npos);
 }
 
 TEST_F(TagMarkerTableTest, failedWriteLeavesFileMarkersAndPlaces)
@@ -262,8 +264,7 @@ TEST_F(TagMarkerTableTest, fileIsThatOfTheFormatAndOpensAsFarAsItIsWhole)
         ASSERT_EQ(fileBytes(kept), failed ? bytes : "");
         disk_.remove(kept);
         ASSERT_TRUE(!table->modified() && table->displaceAll() && table->loadAll());
-        if (bytes == file)
-            ASSERT_EQ(cutOf(table->markers()[0])->next.demandAs<Shot>()->name, "take 7");
+        ASSERT_TRUE(bytes != file || cutOf(table->markers()[0])->next.demandAs<Shot>()->name == "take 7");
     };
     readAll(file);
     const stored::LittleMemory little;
@@ -450,6 +451,19 @@ TEST_F(TagMarkerTableTest, objectThatCannotBePackedKeepsTheFileFromBeingWritten)
     Cut::onPack = [](const Cut&, PStream&) { throw 1; };
     EXPECT_FALSE(table->flush() || marker->displace());
     EXPECT_EQ(stored(), before);
+}
+
+TEST_F(TagMarkerTableTest, bytesThatWereReadLastGiveWayToOthers)
+{
+    const Mw::Ptr<TagMarkerTable> table = open(90, std::string(100'000, 'n').c_str()); // of which 83 have room
+    ASSERT_TRUE(table->displaceAll());
+    const std::vector<Mw::Ptr<TagMarker>> markers = table->markers();
+    for (std::size_t i = 0; i < 2 * markers.size(); ++i)
+    {
+        const Mw::Ptr<Cut> cut = cutOf(markers[i % 90]);
+        ASSERT_TRUE(cut && cut->number == int(i % 90));
+        markers[i % 90]->drop();
+    }
 }
 
 TEST_F(TagMarkerTableTest, edgesOfTables)
