@@ -9,7 +9,9 @@ namespace
 cpu_set_t allowedToThisThread()
 {
     cpu_set_t allowed;
-    sched_getaffinity(0, sizeof allowed, &allowed);
+    CPU_ZERO(&allowed);
+    if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)
+        CPU_SET(0, &allowed); // more processors than the set holds
     return allowed;
 }
 

@@ -1,5 +1,6 @@
 #include "misc/notify/NotifierBase.h"
 
+#include "OS/AsymmetricBarrier.h"
 #include "libmw/TypeName.h"
 #include "misc/diagnostics/Console.h"
 
@@ -47,6 +48,8 @@ Mw::Ptr<Mw::Guard> NotifierBase::registerInternal(CallbackInvokerBase* invoker)
     Mw::Ptr<Mw::Guard> guard(new CallbackGuard(*this, *invoker));
     owned.release();
     inLock([&] { clients_.append(invoker); });
+    if (isAskedWithoutLock_)
+        AsymmetricBarrier::heavy();
     return guard;
 }
 

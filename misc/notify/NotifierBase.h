@@ -84,6 +84,11 @@ public:
 protected:
     NotifierBase() noexcept = default;
 
+    // For notifiers whose issuers store what they tell of, pass the light half of an AsymmetricBarrier and ask
+    // `hasClients`: from now on a registration passes the heavy half, so that its client sees what was stored or is
+    // told of it.
+    void askWithoutLock() noexcept { isAskedWithoutLock_ = true; }
+
     // Takes the invoker, which comes from `new`, as the last client.
     Mw::Ptr<Mw::Guard> registerInternal(CallbackInvokerBase* invoker);
 
@@ -94,6 +99,9 @@ protected:
     // Issuing is const, and turns the list.
     mutable CriticalSection lock_{"notifier"};
     mutable DLList clients_{true};
+
+private:
+    bool isAskedWithoutLock_ = false;
 };
 
 template <class Body>

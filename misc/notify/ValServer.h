@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OS/AsymmetricBarrier.h"
 #include "misc/notify/Notifier.h"
 #include "misc/notify/NotifierEx.h"
 
@@ -118,6 +119,7 @@ private:
     bool updateManaged(const T& newValue);
     void tell(int type) const
     {
+        AsymmetricBarrier::light();
         if (this->hasClients())
             issueValue(type);
     }
@@ -128,12 +130,14 @@ template <class T>
 ValServer<T>::ValServer()
 {
     getLastValServer();
+    this->askWithoutLock();
 }
 
 template <class T>
 ValServer<T>::ValServer(const T& value) : value(value)
 {
     getLastValServer();
+    this->askWithoutLock();
 }
 
 template <class T>
@@ -141,6 +145,7 @@ ValServer<T>::ValServer(const ValServer& other)
     : Mw::InternalRefCount(), iObject(), NotifierEx<T>(), ValServerBase(), LastValServer(), value(other.getValue())
 {
     getLastValServer();
+    this->askWithoutLock();
 }
 
 template <class T>

@@ -51,7 +51,7 @@ public:
     // assertion line and gets a std::runtime_error, and nothing changes.
     void enter()
     {
-        lock_.enterInTurns();
+        enterBare();
         if (checkRecursion_ && inUse_) [[unlikely]]
             refuse();
         inUse_ = true;
@@ -62,8 +62,8 @@ public:
         lock_.leave();
     }
 
-    // The lock without the check.
-    void enterBare() noexcept { lock_.enterInTurns(); }
+    // The lock without the check. One with it is a queue's, which is held for moments, and a command's for a run.
+    void enterBare() noexcept { checkRecursion_ ? lock_.enterInTurns() : lock_.enter(); }
     void leaveBare() noexcept { lock_.leave(); }
 
 private:

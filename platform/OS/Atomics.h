@@ -81,14 +81,25 @@ public:
 };
 
 #if defined(__SANITIZE_THREAD__)
+#define MW_PAIR_EXCHANGE_IS_WATCHED 1
+#elif defined(__has_feature)
+#define MW_PAIR_EXCHANGE_IS_WATCHED __has_feature(thread_sanitizer)
+#else
+#define MW_PAIR_EXCHANGE_IS_WATCHED 0
+#endif
+
+#if MW_PAIR_EXCHANGE_IS_WATCHED
 
 // The form that the thread sanitizer sees.
 inline bool Atomics::compareExchangePair(PointerPair* slot, PointerPair newValue, PointerPair& expected) const noexcept
 {
-    __extension__ using Words = unsigned __int128;
-    static_assert(sizeof(PointerPair) == sizeof(Words));
-    return __atomic_compare_exchange_n(reinterpret_cast<Words*>(slot), reinterpret_cast<Words*>(&expected),
-                                       __builtin_bit_cast(Words, newValue), false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE);
+    __extension__ using Words [[gnu::may_alias]] = unsigned __int128;
+    Words found = __builtin_bit_cast(Words, expected);
+    const bool done =
+        __atomic_compare_exchange_n(reinterpret_cast<Words*>(slot), &found, __builtin_bit_cast(Words, newValue), false,
+                                    __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE);
+    expected = __builtin_bit_cast(PointerPair, found);
+    return done;
 }
 
 #elif defined(__x86_64__)

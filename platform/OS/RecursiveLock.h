@@ -76,7 +76,7 @@ private:
     static constexpr std::uint32_t contended = 0x80000000u;
 
     // How many threads may sleep on one of the locks that share the slot, and one more that is nobody until the
-    // system has shown that leaves may be plain stores.
+    // system has shown that leaves may be plain stores. Leaves are inline: all modules must agree on the table.
     struct Slot
     {
         std::atomic<std::uint32_t> sleepers{1};

@@ -3,6 +3,7 @@
 #include "CallFilter.h"
 #include "ThreadSupport.h"
 
+#include "OS/AsymmetricBarrier.h"
 #include "OS/RecursiveLock.h"
 
 #include <atomic>
@@ -62,6 +63,42 @@ int oversleptRounds(int rounds)
 TEST(LockSleepers, areWokenByWhoeverLeaves)
 {
     EXPECT_EQ(oversleptRounds(5000), 0);
+}
+
+// In each round two threads store to one place each, and load from the other's.
+TEST(AsymmetricBarrier, letsOneOfTwoThreadsSeeTheOther)
+{
+    constexpr int rounds = 20'000;
+    std::atomic<int> arrived{0}, often{0}, seldom{0};
+    const auto meet = [&](int round)
+    {
+        ++arrived;
+        for (int looks = 1; arrived.load() < 2 * round; ++looks)
+            if (looks % 1000 == 0)
+                threads().yield();
+    };
+    std::vector<char> sawSeldom(rounds + 1), sawOften(rounds + 1);
+    Runner other(
+        [&]
+        {
+            for (int round = 1; round <= rounds; ++round)
+            {
+                meet(round);
+                often.store(round, std::memory_order_relaxed);
+                AsymmetricBarrier::light();
+                sawSeldom[static_cast<unsigned>(round)] = seldom.load(std::memory_order_relaxed) >= round;
+            }
+        });
+    for (int round = 1; round <= rounds; ++round)
+    {
+        meet(round);
+        seldom.store(round, std::memory_order_relaxed);
+        AsymmetricBarrier::heavy();
+        sawOften[static_cast<unsigned>(round)] = often.load(std::memory_order_relaxed) >= round;
+    }
+    other.join();
+    for (unsigned round = 1; round <= rounds; ++round)
+        ASSERT_TRUE(sawSeldom[round] || sawOften[round]) << round;
 }
 
 TEST(LockSleepers, areWokenWhereTheSystemStopsGivingBarriers)

@@ -53,3 +53,11 @@ bool barrierInAllThreads() noexcept
     errno = callersErrno;
     return passed;
 }
+
+void sleepForMs(unsigned timeMs) noexcept
+{
+    timespec left{timeMs / 1000, timeMs % 1000 * 1'000'000L};
+    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR)
+    {
+    }
+}

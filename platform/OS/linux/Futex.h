@@ -35,3 +35,6 @@ int futexWake(const void* word, int count) noexcept;
 // Has every running thread of the process pass a full memory barrier before it returns. False where the system
 // doesn't do that.
 bool barrierInAllThreads() noexcept;
+
+// Sleeps for so long, whatever signals come.
+void sleepForMs(unsigned timeMs) noexcept;

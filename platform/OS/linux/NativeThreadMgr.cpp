@@ -82,14 +82,7 @@ public:
 
     void exitCurrentThread() override { ThreadExit::raise(); }
 
-    void sleep(unsigned timeMs) override
-    {
-        timespec left{timeMs / 1000, timeMs % 1000 * 1'000'000L};
-        while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR)
-        {
-        }
-    }
-
+    void sleep(unsigned timeMs) override { sleepForMs(timeMs); }
     void yield() override { ::sched_yield(); }
 
     unsigned processorCount() override

@@ -63,8 +63,7 @@ private:
     {
         for (Slot& slot : slots_)
             slot.sleepers.fetch_add(1);
-        const std::atomic<std::uint32_t> nobodysWord{0};
-        futexWait(&nobodysWord, 0, Deadline(2));
+        sleepForMs(2);
         leavesByStore_.store(false);
     }
 
@@ -92,7 +91,7 @@ void relax() noexcept
 
 std::int64_t nowNs() noexcept
 {
-    timespec now;
+    timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
 }
