@@ -223,7 +223,7 @@ public:
         if (first == second)
             return std::strong_ordering::equal;
         if (first == nullptr || second == nullptr) [[unlikely]]
-            return (a.c_str()[0] != C()) <=> (b.c_str()[0] != C());
+            return order(a.c_str(), b.c_str());
         return order(*first, *second);
     }
     friend std::strong_ordering operator<=>(const LightweightString& a, const C* b) noexcept

@@ -1,13 +1,17 @@
 #include "misc/persistence/RecentBytes.h"
 
 #include <algorithm>
+#include <new>
 
 RecentBytes::Ticket RecentBytes::keep(std::string_view bytes)
 {
     if (bytes.size() > largestKeptBytes)
         return 0;
+    // They only save time: where there is no room for them, the file has them.
     if (!room_)
-        room_ = std::make_unique_for_overwrite<char[]>(capacityBytes);
+        room_.reset(new (std::nothrow) char[capacityBytes]);
+    if (!room_)
+        return 0;
     if (const std::size_t left = capacityBytes - end_ % capacityBytes; left < bytes.size())
         end_ += left;
     const Ticket ticket = end_;

@@ -16,7 +16,7 @@ public:
     // What `keep` gives for `find`; 0 stands for none.
     using Ticket = std::uint64_t;
 
-    // Copies the bytes; of many gives 0 instead.
+    // Copies the bytes; of many, or without memory, gives 0 instead.
     Ticket keep(std::string_view bytes);
     // The bytes of that number, until the next `keep`; none if others have taken their room.
     std::string_view find(Ticket ticket, std::size_t lengthBytes) const noexcept

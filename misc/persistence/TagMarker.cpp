@@ -132,7 +132,7 @@ Mw::Ptr<Taggable> TagMarker::demand()
     if (object_ || length_ == 0)
         return object_;
     const Mw::Ptr<Taggable> object = isRead_ ? nullptr : read();
-    if (!object)
+    if (!object || table_ == nullptr) // a class may destroy the marker while it reads
     {
         reportSwap(" Object demand failure.\n");
         return {};

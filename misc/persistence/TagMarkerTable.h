@@ -33,7 +33,8 @@
 // The file is replaced whole: it is what it was after the last flush that succeeded, whenever the process ends.
 // A flush writes the objects in memory and carries the bytes of the others over, and so it does with what the
 // table couldn't read: objects of classes that nobody registered, and all that follows an error. A flush that
-// fails changes neither the file nor a marker.
+// fails changes neither the file nor a marker; only where the file's directory could not be flushed, the new file is
+// there already.
 //
 // The bytes of the objects that were read last stay in memory, in 8 MiB for all tables together, for objects that
 // are let go and soon asked for again.

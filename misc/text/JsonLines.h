@@ -94,10 +94,11 @@ public:
     void addComma()
     {
         Line& last = lines_[lines_.size() - 1];
-        const wchar_t comma = L',';
-        const std::size_t sizeBytes = last.isWide() ? sizeof comma : 1;
-        char* const out = bytes_.room(sizeof comma);
-        std::memcpy(out, &comma, sizeBytes); // the lowest byte comes first
+        const wchar_t wide = L',';
+        const char ascii = ',';
+        const std::size_t sizeBytes = last.isWide() ? sizeof wide : sizeof ascii;
+        char* const out = bytes_.room(sizeof wide);
+        std::memcpy(out, last.isWide() ? static_cast<const void*>(&wide) : &ascii, sizeBytes);
         bytes_.setEnd(out + sizeBytes);
         last = Line(bytes_.size(), last.isWide());
     }

@@ -5,6 +5,7 @@
 #include "misc/text/JsonScan.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <string_view>
 
@@ -69,6 +70,8 @@ inline Wide fourOf(const wchar_t* characters) noexcept
 }
 inline Wide fourOf(const char* ascii) noexcept
 {
+    if constexpr (std::endian::native != std::endian::little)
+        return Wide{ascii[0], ascii[1], ascii[2], ascii[3]};
     int four;
     std::memcpy(&four, ascii, sizeof four);
     using Shorts [[gnu::vector_size(16)]] = short;

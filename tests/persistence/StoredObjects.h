@@ -5,8 +5,10 @@
 #include "misc/persistence/StreamableLayer.h"
 #include "platform/Sanitized.h"
 
+#include <fstream>
 #include <string>
 #include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 // Persistent classes and their stored bytes, put together without the code that is tested.
@@ -69,13 +71,15 @@ struct Layer
     unsigned majorRev = 1, minorRev = 0;
 };
 
-// While one stands, the process gets little memory: whoever believes a damaged size runs out of it.
+// While one stands, the process gets few bytes more: whoever believes a damaged size runs out of it.
 struct LittleMemory
 {
     LittleMemory()
     {
         ::getrlimit(RLIMIT_AS, &before);
-        const rlimit little{1u << 30, before.rlim_max};
+        long pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const rlimit little{static_cast<rlim_t>(pages * ::sysconf(_SC_PAGESIZE)) + (8u << 20), before.rlim_max};
         if (!MW_SANITIZED)
             ::setrlimit(RLIMIT_AS, &little);
     }

@@ -209,14 +209,16 @@ TEST_F(TagMarkerTableTest, failedWriteLeavesFileMarkersAndPlaces)
         const std::vector<Mw::Ptr<TagMarker>> markers = table->markers();
         const Values old = stored();
         const Mw::Ptr<Cut> cut = cutOf(markers[0]);
-        cut->name = "new";
+        cut->name = "newer";
         const Values changed{valueOf(*cut), old[1], old[2]};
+        Values last = changed;
         failing_.failAt(call, afterwards);
         const bool written = write(*table), reached = failing_.calls() >= call;
         failing_.failAt(0);
-        for (const bool machineStopped : {false, true})
+        // Where the disk is gone, the machine stops as well.
+        for (const bool machineStops : {false, afterwards == FailingFileMgr::eFromThenOn})
         {
-            if (machineStopped)
+            if (machineStops)
                 disk_.loseUnflushed();
             const Values found = stored();
             EXPECT_TRUE(found == changed || (!written && found == old));
@@ -224,11 +226,15 @@ TEST_F(TagMarkerTableTest, failedWriteLeavesFileMarkersAndPlaces)
         if (!written)
         {
             EXPECT_TRUE(markers[0]->held() == cut && (write == close || valueOf(*cutOf(markers[1])) == old[1]));
-            EXPECT_TRUE(table->modified() && table->flush());
+            EXPECT_TRUE(table->modified() || stored() == changed);
+            // The file that is read may be the new one, which has other places.
+            EXPECT_TRUE(table->destroyMarker(markers[1]) && table->closeSwap(false) && table->reOpen());
+            last.erase(last.begin() + 1);
+            EXPECT_TRUE(table->flush());
         }
         for (const std::size_t i : {0u, 2u})
             EXPECT_TRUE(table->reOpen() && markers[i]->displace() && valueOf(*cutOf(markers[i])) == changed[i]);
-        EXPECT_EQ(stored(), changed);
+        EXPECT_EQ(stored(), last);
         return reached;
     };
     for (const Write write : writes)
