@@ -106,7 +106,6 @@ void compareWithAPlainVector(bool sorted)
         ASSERT_EQ(queue.size(), model.size()) << step;
     }
     EXPECT_EQ(ran, expected);
-    EXPECT_FALSE(ran.empty());
 }
 
 } // namespace
