@@ -272,17 +272,31 @@ void BackgroundTaskQueueBase::clear()
 }
 
 // The queue stays in its place until its threads have ended: a task that they run may queue another, and have it run.
-// Another shutdown may have ended it first, and the next task have made a new one, which is left alone.
+// Another shutdown may have ended it first, and the next task have made a new one, which is left alone. A task can't
+// wait for its own thread, so the next shutdown that no task calls does: the destructor's at the latest.
 void BackgroundTaskQueueBase::shutdown(Shutdown::eExitType)
 {
     QueuePtr ending;
+    std::vector<QueuePtr> shutByTasks;
     {
         const CriticalSection::Lock lock(lock_);
         closed_ = closed_ || Shutdown::isExiting();
         ending = queue_;
+        shutByTasks = shutByTasks_;
     }
-    if (ending)
-        ending->stop();
+    const auto isOurs = [](const QueuePtr& queue) { return queue && queue->isOwnThread(); };
+    if (isOurs(ending) || std::ranges::any_of(shutByTasks, isOurs))
+        shutByTasks.clear();
+    for (const QueuePtr& queue : shutByTasks)
+        queue->stop();
+    const bool goesOn = ending && !ending->stop();
+    {
+        const CriticalSection::Lock lock(lock_);
+        for (const QueuePtr& queue : shutByTasks)
+            std::erase(shutByTasks_, queue);
+        if (goesOn && std::ranges::find(shutByTasks_, ending) == shutByTasks_.end())
+            shutByTasks_.push_back(ending);
+    }
 
     // What goes here does so when the locks are free again.
     std::vector<Mw::Ptr<Mw::Guard>> guards;

@@ -161,6 +161,7 @@ private:
     std::vector<Task> announced_;            // listeners are being told that they are queued
     std::vector<InProgress> inProgress_;     // as many as there are threads
     QueuePtr queue_;                         // null before the first task
+    std::vector<QueuePtr> shutByTasks_;      // earlier ones, each with a task of its own in its shutdown
     std::atomic<std::size_t> count_{0};      // of what is announced, queued or in progress
     bool closed_ = false;
     Mw::Ptr<Shutdown::Callback> shutdownCallback_;

@@ -62,8 +62,12 @@ public:
     DecouplingQueue& operator=(const DecouplingQueue&) = delete;
 
     // What the destructor does first: ends the threads. The list stays, for nobody to work on. Two of the threads
-    // would wait for each other: if it goes on already, one of them only returns.
-    void stop();
+    // would wait for each other: if it goes on already, one of them only returns. False where a thread goes on,
+    // which is the caller's own then.
+    bool stop();
+
+    // Whether the caller is one of the threads.
+    bool isOwnThread() const;
 
     // Puts an item behind the others, or before them. Without a thread to take it, which the destructor's
     // drain doesn't count as, an assertion line says so.
@@ -105,7 +109,6 @@ private:
 
     void work();
     bool despatchNext();
-    bool isOwnThread() const;
 
     mutable CriticalSection lock_{"decoupling queue"};
     std::list<Item> items_;
@@ -149,18 +152,19 @@ DecouplingQueue<T>::~DecouplingQueue()
 }
 
 template <class T>
-void DecouplingQueue<T>::stop()
+bool DecouplingQueue<T>::stop()
 {
     if (numThreads_ == 0)
-        return;
+        return true;
     const bool isFirst = threadRequired_.exchange(false);
     if (stopEvent_)
         stopEvent_->set();
     if (!isFirst && isOwnThread())
-        return;
+        return false;
+    bool ended = true;
     for (const Mw::Ptr<iThread>& thread : threads_)
-        if (thread)
-            thread->waitForExit(-1);
+        ended = (!thread || thread->waitForExit(-1)) && ended;
+    return ended;
 }
 
 // The id of a thread that has ended may be that of another by now.
@@ -293,8 +297,8 @@ iThread::eExecRC DecouplingQueue<T>::decoupledThread(void* queue)
     return iThread::eExecOK;
 }
 
-// An item's work may drop the last handle to the queue. Where there is nothing to do, the owner isn't asked: it may hold
-// its lock while it makes the queue, and so while it waits for this thread because another could not be made.
+// An item's work may drop the last handle to the queue. Where there is nothing to do, the owner isn't asked: it may
+// hold its lock while it makes the queue, and so while it waits for this thread because another could not be made.
 template <class T>
 void DecouplingQueue<T>::work()
 {
