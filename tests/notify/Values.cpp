@@ -1,4 +1,5 @@
 #include "misc/diagnostics/FatalError.h"
+#include "misc/notify/DebugValServer.h"
 #include "misc/notify/MultiValClient.h"
 #include "misc/notify/TextValServer.h"
 #include "misc/notify/ValClient.h"
@@ -259,4 +260,38 @@ TEST(TextValServer, isWrittenAndReadByThreadsWhileClientsWrite)
     test::Crowd(4, use);
     EXPECT_TRUE(std::ranges::all_of(client.seen, isWhole));
     EXPECT_EQ(client.seen.back(), server.text());
+}
+
+TEST(LastValServer, isTheOneUnderConstructionOnThisThread)
+{
+    struct Probe
+    {
+        LastValServer* last = LastValServer::getLastValServer();
+        bool operator==(const Probe&) const = default;
+    };
+    struct Server : ValServer<Probe>
+    {
+        using ValServer<Probe>::value;
+    };
+    const Server server;
+    EXPECT_EQ(server.value.last, static_cast<const LastValServer*>(&server));
+    EXPECT_EQ(LastValServer::getLastValServer(), nullptr);
+}
+
+TEST(DebugValServer, isListedWhileItLives)
+{
+    DebugSampleManager& manager = theDebugSampleManager();
+    const unsigned changes = manager.changes();
+    const auto sample = [&](int)
+    {
+        for (int i = 0; i < 300; ++i)
+        {
+            DebugValServer sampled("depth of queue", i);
+            sampled = i + 1;
+            EXPECT_GE(manager.samples().size(), 1u);
+        }
+    };
+    test::Crowd(3, sample);
+    EXPECT_EQ(manager.changes(), changes + 900);
+    EXPECT_TRUE(manager.samples().empty());
 }
