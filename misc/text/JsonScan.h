@@ -7,8 +7,8 @@
 #include <cstring>
 #include <string_view>
 
-// What the reader and the writer look for in runs of characters, 16 bytes at a time. Nothing
-// at or past `end` is read.
+// What the reader and the writer look for in runs of characters, 16 bytes at a time. Nothing at or past `end` is
+// read.
 namespace JSON
 {
 
